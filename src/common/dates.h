@@ -1,0 +1,16 @@
+#pragma once
+// Calendar-day helpers shared by the views.
+
+#include "../platform/automation/ole_date.h"
+#include "../platform/automation/variant.h"
+
+namespace BrevView::detail {
+
+// The same calendar day at midnight (year, month and day of `d`, time zero).
+automation::Date NormalizeDate(const automation::Date& d);
+
+// NormalizeDate of a field value, reporting nothing: the zero date (30 December
+// 1899) when the value is no date.
+automation::Date NormalizeDateIgnoringErrors(const automation::Variant& v);
+
+}  // namespace BrevView::detail

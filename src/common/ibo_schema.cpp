@@ -1,0 +1,15 @@
+#include "ibo_schema.h"
+
+#include <QFile>
+
+namespace BrevView::detail {
+
+QString IboSchemaSql()
+{
+    QFile f(QStringLiteral(":/brevview/ibo_tables.sql"));
+    if (!f.open(QIODevice::ReadOnly))
+        return QString();
+    return QString::fromUtf8(f.readAll());
+}
+
+}  // namespace BrevView::detail

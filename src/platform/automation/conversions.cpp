@@ -1,0 +1,282 @@
+#include "conversions.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdio>
+#include <string>
+#include <cmath>
+#include <limits>
+
+#include "../host/locale_info.h"
+#include "runtime_error.h"
+
+namespace BrevView::automation {
+namespace {
+
+[[noreturn]] void RaiseNull() { Raise(ErrInvalidUseOfNull); }
+[[noreturn]] void RaiseMismatch(const QString& text)
+{
+    Raise(ErrTypeMismatch, {}, QStringLiteral("Type mismatch: \"%1\" is not a number").arg(text.left(64)));
+}
+
+QString DateToText(const Date& d)
+{
+    const QDate day = d.ToQDate();
+    const int secs = d.SecondsOfDay();
+    const QString time = QTime(0, 0).addSecs(secs).toString(QStringLiteral("HH:mm:ss"));
+    if (secs == 0)
+        return host::FormatShortDate(day);
+    if (d.serial() >= 0 && d.serial() < 1)
+        return time;  // a time without a date
+    return host::FormatShortDate(day) + QLatin1Char(' ') + time;
+}
+
+}  // namespace
+
+double RoundHalfEven(double value)
+{
+    return std::nearbyint(value);  // default rounding mode: to nearest, ties to even
+}
+
+QString DoubleToText(double value)
+{
+    if (value == 0)
+        return QStringLiteral("0");
+    if (!std::isfinite(value))
+        return std::isnan(value) ? QStringLiteral("NaN") : (value > 0 ? QStringLiteral("Infinity") : QStringLiteral("-Infinity"));
+    char buf[64];
+    // Shortest round-trip digits in scientific form: d.dddde[+-]x
+    const auto res = std::to_chars(buf, buf + sizeof buf, value, std::chars_format::scientific);
+    std::string sci(buf, res.ptr);
+    const bool negative = sci[0] == '-';
+    if (negative)
+        sci.erase(0, 1);
+    const size_t e = sci.find('e');
+    const int exponent = std::stoi(sci.substr(e + 1));
+    std::string digits = sci.substr(0, e);
+    digits.erase(std::remove(digits.begin(), digits.end(), '.'), digits.end());
+    std::string out;
+    if (exponent >= 15 || exponent < -4) {
+        out = digits.substr(0, 1);
+        if (digits.size() > 1)
+            out += "." + digits.substr(1);
+        char ebuf[16];
+        std::snprintf(ebuf, sizeof ebuf, "E%c%02d", exponent < 0 ? '-' : '+', std::abs(exponent));
+        out += ebuf;
+    } else if (exponent >= 0) {
+        if (int(digits.size()) <= exponent + 1) {
+            out = digits + std::string(size_t(exponent + 1 - int(digits.size())), '0');
+        } else {
+            out = digits.substr(0, size_t(exponent + 1)) + "." + digits.substr(size_t(exponent + 1));
+        }
+    } else {
+        out = "0." + std::string(size_t(-exponent - 1), '0') + digits;
+    }
+    if (negative)
+        out.insert(out.begin(), '-');
+    return QString::fromStdString(out);
+}
+
+bool ParseNumber(const QString& text, double* out)
+{
+    const QByteArray utf8 = text.trimmed().toUtf8();
+    const char* p = utf8.constData();
+    const char* end = p + utf8.size();
+    if (p == end)
+        return false;
+    // Validate the shape first: sign, digits with at most one point, optional exponent.
+    const char* q = p;
+    if (*q == '+' || *q == '-')
+        ++q;
+    bool digits = false;
+    while (q < end && *q >= '0' && *q <= '9') { ++q; digits = true; }
+    if (q < end && *q == '.') {
+        ++q;
+        while (q < end && *q >= '0' && *q <= '9') { ++q; digits = true; }
+    }
+    if (!digits)
+        return false;
+    if (q < end && (*q == 'e' || *q == 'E')) {
+        ++q;
+        if (q < end && (*q == '+' || *q == '-'))
+            ++q;
+        bool expDigits = false;
+        while (q < end && *q >= '0' && *q <= '9') { ++q; expDigits = true; }
+        if (!expDigits)
+            return false;
+    }
+    if (q != end)
+        return false;
+    const char* start = (*p == '+') ? p + 1 : p;
+    double v = 0;
+    const auto res = std::from_chars(start, end, v);
+    if (res.ec == std::errc::result_out_of_range) {
+        Raise(ErrOverflow);
+    }
+    if (res.ec != std::errc() || res.ptr != end)
+        return false;
+    *out = v;
+    return true;
+}
+
+bool IsNumericText(const QString& text)
+{
+    double v = 0;
+    try {
+        return ParseNumber(text, &v);
+    } catch (const RuntimeError&) {
+        return true;  // a number, only too large for a double
+    }
+}
+
+bool IsNumeric(const Variant& v)
+{
+    switch (v.type()) {
+    case VarType::Null: return false;
+    case VarType::String: return IsNumericText(v.stringValue());
+    case VarType::Date: return false;
+    default: return true;
+    }
+}
+
+QString ToText(const Variant& v)
+{
+    switch (v.type()) {
+    case VarType::Empty: return QString();
+    case VarType::Null: RaiseNull();
+    case VarType::Boolean: return v.boolValue() ? QStringLiteral("True") : QStringLiteral("False");
+    case VarType::Long: return QString::number(v.longValue());
+    case VarType::Double: return DoubleToText(v.doubleValue());
+    case VarType::Currency: return v.currencyValue().ToText();
+    case VarType::Date: return DateToText(v.dateValue());
+    case VarType::String: return v.stringValue();
+    }
+    return QString();
+}
+
+qint32 ToLong(double value)
+{
+    if (!std::isfinite(value))
+        Raise(ErrOverflow);
+    const double r = RoundHalfEven(value);
+    if (r < double(std::numeric_limits<qint32>::min()) || r > double(std::numeric_limits<qint32>::max()))
+        Raise(ErrOverflow);
+    return static_cast<qint32>(r);
+}
+
+double ToDouble(const Variant& v)
+{
+    switch (v.type()) {
+    case VarType::Empty: return 0;
+    case VarType::Null: RaiseNull();
+    case VarType::Boolean: return v.boolValue() ? -1 : 0;
+    case VarType::Long: return v.longValue();
+    case VarType::Double: return v.doubleValue();
+    case VarType::Currency: return v.currencyValue().ToDouble();
+    case VarType::Date: return v.dateValue().serial();
+    case VarType::String: {
+        double d = 0;
+        if (!ParseNumber(v.stringValue(), &d))
+            RaiseMismatch(v.stringValue());
+        return d;
+    }
+    }
+    return 0;
+}
+
+qint32 ToLong(const Variant& v)
+{
+    switch (v.type()) {
+    case VarType::Long: return v.longValue();
+    case VarType::Currency: {
+        // Round the exact ten-thousandths half to even without going through a double.
+        const qint64 t = v.currencyValue().ticks();
+        qint64 q = t / Currency::kScale;
+        const qint64 r = t % Currency::kScale;
+        if (r * 2 > Currency::kScale || (r * 2 == Currency::kScale && (q & 1)))
+            ++q;
+        else if (r * 2 < -Currency::kScale || (r * 2 == -Currency::kScale && (q & 1)))
+            --q;
+        if (q < std::numeric_limits<qint32>::min() || q > std::numeric_limits<qint32>::max())
+            Raise(ErrOverflow);
+        return static_cast<qint32>(q);
+    }
+    default: return ToLong(ToDouble(v));
+    }
+}
+
+Currency ToCurrency(const Variant& v)
+{
+    switch (v.type()) {
+    case VarType::Currency: return v.currencyValue();
+    case VarType::Long: return Currency::FromLong(v.longValue());
+    default: return Currency::FromDouble(ToDouble(v));
+    }
+}
+
+Date ToDate(const Variant& v)
+{
+    switch (v.type()) {
+    case VarType::Null: RaiseNull();
+    case VarType::Date: return v.dateValue();
+    case VarType::String: {
+        Date d;
+        if (Date::FromCanonicalText(v.stringValue(), &d))
+            return d;
+        QDate day;
+        if (host::ParseShortDate(v.stringValue(), &day))
+            return Date::FromQDate(day);
+        // A short date followed by a time, as DateToText writes it.
+        const QString t = v.stringValue().trimmed();
+        const qsizetype space = t.lastIndexOf(QLatin1Char(' '));
+        if (space > 0 && host::ParseShortDate(t.left(space), &day)) {
+            const QTime time = QTime::fromString(t.mid(space + 1), QStringLiteral("HH:mm:ss"));
+            if (time.isValid())
+                return Date::FromParts(day.year(), day.month(), day.day(), time.hour(), time.minute(), time.second());
+        }
+        Raise(ErrTypeMismatch, {}, QStringLiteral("Type mismatch: \"%1\" is not a date").arg(v.stringValue().left(64)));
+    }
+    default: {
+        const double serial = ToDouble(v);
+        // The automation date range: years 100 to 9999.
+        if (!(serial >= -657434.0 && serial < 2958466.0))
+            Raise(ErrOverflow);
+        return Date::FromSerial(serial);
+    }
+    }
+}
+
+bool ToBool(const Variant& v)
+{
+    switch (v.type()) {
+    case VarType::Boolean: return v.boolValue();
+    case VarType::String: {
+        const QString s = v.stringValue().trimmed();
+        if (s.compare(QStringLiteral("True"), Qt::CaseInsensitive) == 0)
+            return true;
+        if (s.compare(QStringLiteral("False"), Qt::CaseInsensitive) == 0)
+            return false;
+        return ToDouble(v) != 0;
+    }
+    default: return ToDouble(v) != 0;
+    }
+}
+
+bool operator==(const Variant& a, const Variant& b)
+{
+    if (a.type() != b.type())
+        return false;
+    switch (a.type()) {
+    case VarType::Empty:
+    case VarType::Null: return true;
+    case VarType::Boolean: return a.boolValue() == b.boolValue();
+    case VarType::Long: return a.longValue() == b.longValue();
+    case VarType::Double: return a.doubleValue() == b.doubleValue();
+    case VarType::Currency: return a.currencyValue() == b.currencyValue();
+    case VarType::Date: return a.dateValue() == b.dateValue();
+    case VarType::String: return a.stringValue() == b.stringValue();
+    }
+    return false;
+}
+
+}  // namespace BrevView::automation

@@ -1,0 +1,51 @@
+#pragma once
+// A numbered run-time error (number, source, description) and the per-thread
+// error object that error handlers read, as an automation runtime keeps it.
+
+#include <stdexcept>
+#include <string>
+
+#include <QString>
+
+#include "error_numbers.h"
+
+namespace BrevView {
+
+class RuntimeError : public std::exception {
+public:
+    // An empty description takes the standard text of the number.
+    explicit RuntimeError(qint32 number, QString source = {}, QString description = {});
+
+    qint32 number() const noexcept { return number_; }
+    const QString& source() const noexcept { return source_; }
+    const QString& description() const noexcept { return description_; }
+    const char* what() const noexcept override { return what_.c_str(); }
+
+private:
+    qint32 number_;
+    QString source_;
+    QString description_;
+    std::string what_;
+};
+
+namespace automation {
+
+// The error currently being handled on this thread (the "Err" object of an
+// automation runtime): an error handler fills it before it reports, so that a
+// trace object can read what is being handled.
+struct ErrObject {
+    qint32 number = 0;
+    QString source;
+    QString description;
+
+    void Clear() { number = 0; source.clear(); description.clear(); }
+    void Set(const RuntimeError& e) { number = e.number(); source = e.source(); description = e.description(); }
+};
+
+ErrObject& Err();
+
+// Raises `number` with `description` (standard text when empty) from `source`.
+[[noreturn]] void Raise(qint32 number, const QString& source = {}, const QString& description = {});
+
+}  // namespace automation
+}  // namespace BrevView

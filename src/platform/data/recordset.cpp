@@ -1,0 +1,468 @@
+#include "recordset.h"
+
+#include <sqlite3.h>
+
+#include <cstring>
+#include <limits>
+
+#include "../automation/conversions.h"
+#include "../automation/runtime_error.h"
+#include "sql_dialect.h"
+#include "sqlite_connection.h"
+
+namespace BrevView::data {
+namespace {
+
+using automation::Raise;
+using automation::Variant;
+using automation::VarType;
+
+const QString kSource = QStringLiteral("BrevView.Data");
+const char kRowIdColumn[] = "brev_rowid";
+
+bool DeclaredAs(const char* decl, std::initializer_list<const char*> words)
+{
+    if (!decl)
+        return false;
+    const QByteArray upper = QByteArray(decl).toUpper();
+    for (const char* w : words) {
+        if (upper.contains(w))
+            return true;
+    }
+    return false;
+}
+
+void Bind(SqliteConnection& conn, sqlite3_stmt* stmt, int index, const Variant& v)
+{
+    int rc = SQLITE_OK;
+    switch (v.type()) {
+    case VarType::Empty:
+    case VarType::Null: rc = sqlite3_bind_null(stmt, index); break;
+    case VarType::Boolean: rc = sqlite3_bind_int(stmt, index, v.boolValue() ? 1 : 0); break;
+    case VarType::Long: rc = sqlite3_bind_int(stmt, index, v.longValue()); break;
+    case VarType::Double: rc = sqlite3_bind_double(stmt, index, v.doubleValue()); break;
+    case VarType::Currency: rc = sqlite3_bind_double(stmt, index, v.currencyValue().ToDouble()); break;
+    case VarType::Date: {
+        const QByteArray t = v.dateValue().ToCanonicalText().toUtf8();
+        rc = sqlite3_bind_text(stmt, index, t.constData(), int(t.size()), SQLITE_TRANSIENT);
+        break;
+    }
+    case VarType::String: {
+        const QByteArray t = v.stringValue().toUtf8();
+        rc = sqlite3_bind_text(stmt, index, t.constData(), int(t.size()), SQLITE_TRANSIENT);
+        break;
+    }
+    }
+    if (rc != SQLITE_OK)
+        conn.RaiseFor(rc, QStringLiteral("Binding parameter %1").arg(index));
+}
+
+}  // namespace
+
+std::shared_ptr<Recordset> Recordset::Open(std::shared_ptr<SqliteConnection> connection, RecordsetSource source, int type)
+{
+    if (!connection)
+        Raise(automation::ErrObjectNotSet, kSource);
+    if (type != dbOpenDynaset && type != dbOpenSnapshot && type != dbOpenForwardOnly && type != dbOpenTable)
+        Raise(automation::ErrInvalidProcedureCall, kSource, QStringLiteral("Invalid recordset type %1").arg(type));
+    std::shared_ptr<Recordset> rs(new Recordset);
+    rs->conn_ = std::move(connection);
+    rs->source_ = std::move(source);
+    rs->type_ = type == dbOpenTable ? dbOpenDynaset : type;
+    rs->hasRowId_ = !rs->source_.updateTable.isEmpty();
+    rs->sql_ = rs->ComposeSql();
+    rs->stmt_ = rs->conn_->Prepare(rs->sql_);
+
+    // Parameters by name, as the query's parameter collection holds them.
+    const int count = sqlite3_bind_parameter_count(rs->stmt_);
+    int missing = 0;
+    for (int p = 1; p <= count; ++p) {
+        const char* raw = sqlite3_bind_parameter_name(rs->stmt_, p);
+        const QString name = raw ? QString::fromUtf8(raw) : QString();
+        bool bound = false;
+        for (const auto& [pname, value] : rs->source_.parameters) {
+            if (pname.compare(name, Qt::CaseInsensitive) == 0) {
+                Bind(*rs->conn_, rs->stmt_, p, value);
+                bound = true;
+                break;
+            }
+        }
+        if (!bound)
+            ++missing;
+    }
+    if (missing > 0) {
+        rs->Close();
+        Raise(automation::ErrTooFewParameters, kSource, QStringLiteral("Too few parameters. Expected %1.").arg(missing));
+    }
+
+    rs->columnCount_ = sqlite3_column_count(rs->stmt_);
+    rs->fieldCount_ = rs->columnCount_ - (rs->hasRowId_ ? 1 : 0);
+    for (int c = 0; c < rs->columnCount_; ++c) {
+        rs->names_.append(QString::fromUtf8(sqlite3_column_name(rs->stmt_, c)));
+        const char* decl = sqlite3_column_decltype(rs->stmt_, c);
+        rs->isDate_.push_back(DeclaredAs(decl, {"DATE", "TIME"}));
+        rs->isBool_.push_back(DeclaredAs(decl, {"BOOL", "BIT", "YESNO"}));
+    }
+    return rs;
+}
+
+Recordset::~Recordset()
+{
+    if (stmt_)
+        sqlite3_finalize(stmt_);
+}
+
+QString Recordset::ComposeSql() const
+{
+    QString base = source_.baseSql;
+    if (source_.where.isEmpty() && source_.order.isEmpty())
+        return base;
+    QString sql = QStringLiteral("SELECT * FROM (") + base + QLatin1Char(')');
+    if (!source_.where.isEmpty())
+        sql += QStringLiteral(" WHERE (") + source_.where.join(QStringLiteral(") AND (")) + QLatin1Char(')');
+    if (!source_.order.isEmpty())
+        sql += QStringLiteral(" ORDER BY ") + source_.order;
+    return sql;
+}
+
+void Recordset::CheckOpen() const
+{
+    if (closed_)
+        Raise(3420, kSource, QStringLiteral("Object invalid or no longer set."));
+}
+
+bool Recordset::Step()
+{
+    if (done_ || !stmt_)
+        return false;
+    const int rc = sqlite3_step(stmt_);
+    if (rc == SQLITE_ROW)
+        return true;
+    done_ = true;
+    if (rc != SQLITE_DONE)
+        conn_->RaiseFor(rc, QStringLiteral("Reading \"%1\"").arg(sql_.left(200)));
+    return false;
+}
+
+void Recordset::CacheCurrentRow()
+{
+    for (int c = 0; c < columnCount_; ++c) {
+        Cell cell;
+        cell.i = 0;
+        cell.len = 0;
+        switch (sqlite3_column_type(stmt_, c)) {
+        case SQLITE_NULL: cell.kind = kNull; break;
+        case SQLITE_INTEGER: cell.kind = kInt; cell.i = sqlite3_column_int64(stmt_, c); break;
+        case SQLITE_FLOAT: cell.kind = kReal; cell.d = sqlite3_column_double(stmt_, c); break;
+        default: {
+            const char* t = reinterpret_cast<const char*>(sqlite3_column_text(stmt_, c));
+            const int n = sqlite3_column_bytes(stmt_, c);
+            cell.kind = kText;
+            cell.i = qint64(text_.size());
+            cell.len = quint32(n);
+            text_.append(t ? t : "", size_t(n));
+            break;
+        }
+        }
+        cells_.push_back(cell);
+    }
+    ++rows_;
+}
+
+void Recordset::Start()
+{
+    CheckOpen();
+    if (started_)
+        return;
+    started_ = true;
+    if (type_ == dbOpenDynaset) {
+        // A dynaset is read whole before the first record is shown, so that writes
+        // through Update never meet a statement still walking the same table.
+        FetchAll();
+    } else if (Step()) {
+        if (type_ == dbOpenForwardOnly)
+            rows_ = 1;
+        else
+            CacheCurrentRow();
+    }
+    pos_ = 0;
+}
+
+void Recordset::FetchAll()
+{
+    if (type_ == dbOpenForwardOnly)
+        Raise(3251, kSource, QStringLiteral("Operation is not supported for this type of object."));
+    while (Step())
+        CacheCurrentRow();
+}
+
+bool Recordset::Eof()
+{
+    Start();
+    return pos_ >= rows_;
+}
+
+bool Recordset::Bof()
+{
+    Start();
+    return pos_ < 0 || rows_ == 0;
+}
+
+void Recordset::RequireCurrent() const
+{
+    if (pos_ < 0 || pos_ >= rows_)
+        Raise(automation::ErrNoCurrentRecord, kSource, QStringLiteral("No current record."));
+}
+
+void Recordset::MoveNext()
+{
+    Start();
+    if (pos_ >= rows_)
+        Raise(automation::ErrNoCurrentRecord, kSource, QStringLiteral("No current record."));
+    editing_ = false;
+    if (type_ == dbOpenForwardOnly) {
+        if (Step())
+            ++rows_;
+        ++pos_;
+        return;
+    }
+    ++pos_;
+    if (pos_ == rows_ && Step())
+        CacheCurrentRow();
+}
+
+void Recordset::MovePrevious()
+{
+    Start();
+    if (type_ == dbOpenForwardOnly)
+        Raise(3251, kSource, QStringLiteral("Operation is not supported for this type of object."));
+    if (pos_ < 0)
+        Raise(automation::ErrNoCurrentRecord, kSource, QStringLiteral("No current record."));
+    editing_ = false;
+    --pos_;
+}
+
+void Recordset::MoveFirst()
+{
+    Start();
+    editing_ = false;
+    if (type_ == dbOpenForwardOnly) {
+        if (pos_ != 0)
+            Raise(3251, kSource, QStringLiteral("Operation is not supported for this type of object."));
+        return;
+    }
+    if (rows_ == 0)
+        Raise(automation::ErrNoCurrentRecord, kSource, QStringLiteral("No current record."));
+    pos_ = 0;
+}
+
+void Recordset::MoveLast()
+{
+    Start();
+    editing_ = false;
+    FetchAll();
+    if (rows_ == 0)
+        Raise(automation::ErrNoCurrentRecord, kSource, QStringLiteral("No current record."));
+    pos_ = rows_ - 1;
+}
+
+qint64 Recordset::RecordCount()
+{
+    Start();
+    return rows_;
+}
+
+QString Recordset::FieldName(int index) const
+{
+    if (index < 0 || index >= fieldCount_)
+        Raise(automation::ErrItemNotFound, kSource,
+              QStringLiteral("Item not found in this collection: field %1 of %2.").arg(index).arg(fieldCount_));
+    return names_[index];
+}
+
+int Recordset::FieldIndex(const QString& name) const
+{
+    for (int c = 0; c < fieldCount_; ++c) {
+        if (names_[c].compare(name, Qt::CaseInsensitive) == 0)
+            return c;
+    }
+    Raise(automation::ErrItemNotFound, kSource, QStringLiteral("Item not found in this collection: field '%1'.").arg(name));
+}
+
+Variant Recordset::ValueOf(int col, int kind, qint64 i, double d, const char* text, int len) const
+{
+    switch (kind) {
+    case kNull: return Variant::Null();
+    case kInt:
+        if (isBool_[col])
+            return Variant(i != 0);
+        if (i >= std::numeric_limits<qint32>::min() && i <= std::numeric_limits<qint32>::max())
+            return Variant(qint32(i));
+        return Variant(double(i));
+    case kReal: return Variant(d);
+    default: {
+        if (isDate_[col]) {
+            automation::Date date;
+            if (automation::Date::FromCanonicalUtf8(text, len, &date))
+                return Variant(date);
+        }
+        return Variant(QString::fromUtf8(text, len));
+    }
+    }
+}
+
+Variant Recordset::Field(int index)
+{
+    Start();
+    if (index < 0 || index >= fieldCount_)
+        FieldName(index);  // raises 3265
+    RequireCurrent();
+    if (editing_) {
+        for (const auto& [col, value] : edits_) {
+            if (col == index)
+                return value;
+        }
+    }
+    if (type_ == dbOpenForwardOnly) {
+        const int t = sqlite3_column_type(stmt_, index);
+        switch (t) {
+        case SQLITE_NULL: return ValueOf(index, kNull, 0, 0, nullptr, 0);
+        case SQLITE_INTEGER: return ValueOf(index, kInt, sqlite3_column_int64(stmt_, index), 0, nullptr, 0);
+        case SQLITE_FLOAT: return ValueOf(index, kReal, 0, sqlite3_column_double(stmt_, index), nullptr, 0);
+        default: {
+            const char* text = reinterpret_cast<const char*>(sqlite3_column_text(stmt_, index));
+            return ValueOf(index, kText, 0, 0, text ? text : "", sqlite3_column_bytes(stmt_, index));
+        }
+        }
+    }
+    const Cell& cell = cells_[size_t(pos_ * columnCount_ + index)];
+    if (cell.kind == kText)
+        return ValueOf(index, kText, 0, 0, text_.data() + cell.i, int(cell.len));
+    return ValueOf(index, cell.kind, cell.kind == kInt ? cell.i : 0, cell.kind == kReal ? cell.d : 0, nullptr, 0);
+}
+
+bool Recordset::FieldIsNull(int index)
+{
+    return Field(index).IsNull();
+}
+
+std::shared_ptr<Recordset> Recordset::OpenRecordset(int type)
+{
+    CheckOpen();
+    RecordsetSource next = source_;
+    if (!filter_.trimmed().isEmpty())
+        next.where.append(TranslateJetSql(filter_));
+    if (!sort_.trimmed().isEmpty())
+        next.order = TranslateJetSql(sort_);
+    const int t = type < 0 ? type_ : type;
+    if (t != dbOpenDynaset)
+        next.updateTable.clear();
+    if (next.updateTable.isEmpty() && hasRowId_) {
+        // The hidden row id stays in the base statement; narrow the outer select to the fields.
+        QStringList cols;
+        for (int c = 0; c < fieldCount_; ++c)
+            cols.append(QLatin1Char('"') + QString(names_[c]).replace(QLatin1Char('"'), QStringLiteral("\"\"")) + QLatin1Char('"'));
+        next.baseSql = QStringLiteral("SELECT ") + cols.join(QStringLiteral(", ")) + QStringLiteral(" FROM (") + ComposeSql() + QLatin1Char(')');
+        next.where.clear();
+        next.order.clear();
+    }
+    return Open(conn_, std::move(next), t);
+}
+
+void Recordset::Edit()
+{
+    Start();
+    RequireCurrent();
+    if (type_ != dbOpenDynaset || !hasRowId_)
+        Raise(automation::ErrCantUpdate, kSource, QStringLiteral("Cannot update. Database or object is read-only."));
+    editing_ = true;
+    edits_.clear();
+}
+
+void Recordset::SetField(int index, const Variant& value)
+{
+    if (index < 0 || index >= fieldCount_)
+        FieldName(index);
+    if (!editing_)
+        Raise(automation::ErrUpdateWithoutEdit, kSource, QStringLiteral("Update or CancelUpdate without AddNew or Edit."));
+    for (auto& [col, v] : edits_) {
+        if (col == index) {
+            v = value;
+            return;
+        }
+    }
+    edits_.emplace_back(index, value);
+}
+
+void Recordset::CancelUpdate()
+{
+    editing_ = false;
+    edits_.clear();
+}
+
+void Recordset::Update()
+{
+    if (!editing_)
+        Raise(automation::ErrUpdateWithoutEdit, kSource, QStringLiteral("Update or CancelUpdate without AddNew or Edit."));
+    RequireCurrent();
+    if (!edits_.empty()) {
+        const Cell& idCell = cells_[size_t(pos_ * columnCount_ + fieldCount_)];
+        QStringList sets;
+        for (const auto& e : edits_)
+            sets.append(QLatin1Char('"') + names_[e.first] + QStringLiteral("\" = ?"));
+        const QString sql = QStringLiteral("UPDATE \"%1\" SET %2 WHERE rowid = ?").arg(source_.updateTable, sets.join(QStringLiteral(", ")));
+        sqlite3_stmt* stmt = conn_->Prepare(sql);
+        int p = 1;
+        for (const auto& e : edits_)
+            Bind(*conn_, stmt, p++, e.second);
+        sqlite3_bind_int64(stmt, p, idCell.i);
+        const int rc = sqlite3_step(stmt);
+        sqlite3_finalize(stmt);
+        if (rc != SQLITE_DONE)
+            conn_->RaiseFor(rc, QStringLiteral("Updating %1").arg(source_.updateTable));
+        // Keep the cached record in step with what was written.
+        for (const auto& [col, value] : edits_) {
+            Cell& cell = cells_[size_t(pos_ * columnCount_ + col)];
+            cell.i = 0;
+            cell.len = 0;
+            switch (value.type()) {
+            case VarType::Empty:
+            case VarType::Null: cell.kind = kNull; break;
+            case VarType::Boolean: cell.kind = kInt; cell.i = value.boolValue() ? 1 : 0; break;
+            case VarType::Long: cell.kind = kInt; cell.i = value.longValue(); break;
+            case VarType::Double: cell.kind = kReal; cell.d = value.doubleValue(); break;
+            case VarType::Currency: cell.kind = kReal; cell.d = value.currencyValue().ToDouble(); break;
+            case VarType::Date:
+            case VarType::String: {
+                const QByteArray t = (value.type() == VarType::Date ? value.dateValue().ToCanonicalText() : value.stringValue()).toUtf8();
+                cell.kind = kText;
+                cell.i = qint64(text_.size());
+                cell.len = quint32(t.size());
+                text_.append(t.constData(), size_t(t.size()));
+                break;
+            }
+            }
+        }
+    }
+    editing_ = false;
+    edits_.clear();
+}
+
+void Recordset::Close()
+{
+    if (stmt_) {
+        sqlite3_finalize(stmt_);
+        stmt_ = nullptr;
+    }
+    closed_ = true;
+    cells_.clear();
+    cells_.shrink_to_fit();
+    text_.clear();
+    text_.shrink_to_fit();
+    rows_ = 0;
+    pos_ = -1;
+    started_ = true;
+    done_ = true;
+}
+
+}  // namespace BrevView::data

@@ -1,0 +1,133 @@
+#pragma once
+// A recordset over SQLite with the navigation of the original data objects:
+// snapshot, dynaset and forward-only; Filter and Sort followed by OpenRecordset;
+// Edit, field assignment and Update on dynasets. Rows are read straight from the
+// statement: a forward-only recordset keeps nothing, the others keep each fetched
+// row once in a flat cell array (no object per cell).
+
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include <QString>
+#include <QStringList>
+
+#include "../automation/variant.h"
+
+struct sqlite3_stmt;
+
+namespace BrevView::data {
+
+class SqliteConnection;
+
+enum RecordsetTypeEnum : int {
+    dbOpenTable = 1,
+    dbOpenDynaset = 2,
+    dbOpenSnapshot = 4,
+    dbOpenForwardOnly = 8,
+};
+
+// What a recordset reads: a statement (already translated), its parameter values,
+// and the filters and order stacked on it by OpenRecordset.
+struct RecordsetSource {
+    QString baseSql;
+    std::vector<std::pair<QString, automation::Variant>> parameters;
+    QStringList where;
+    QString order;
+    QString updateTable;  // dynasets over one table: the table that Update writes to
+};
+
+class Recordset : public std::enable_shared_from_this<Recordset> {
+public:
+    static std::shared_ptr<Recordset> Open(std::shared_ptr<SqliteConnection> connection, RecordsetSource source, int type);
+    ~Recordset();
+    Recordset(const Recordset&) = delete;
+    Recordset& operator=(const Recordset&) = delete;
+
+    int Type() const { return type_; }
+    bool Eof();
+    bool Bof();
+    void MoveFirst();
+    void MoveLast();
+    void MoveNext();
+    void MovePrevious();
+    // Rows fetched so far (all of them after MoveLast).
+    qint64 RecordCount();
+
+    int FieldCount() const { return fieldCount_; }
+    QString FieldName(int index) const;                 // error 3265 out of range
+    int FieldIndex(const QString& name) const;          // error 3265 for an unknown name
+    automation::Variant Field(int index);               // the current record's value
+    automation::Variant Field(const QString& name) { return Field(FieldIndex(name)); }
+    bool FieldIsNull(int index);
+
+    QString Filter() const { return filter_; }
+    void SetFilter(const QString& filter) { filter_ = filter; }
+    QString Sort() const { return sort_; }
+    void SetSort(const QString& sort) { sort_ = sort; }
+    // A new recordset of the same rows narrowed by Filter and ordered by Sort; type -1
+    // keeps this one's type. Changing this recordset's Filter later leaves it alone.
+    std::shared_ptr<Recordset> OpenRecordset(int type = -1);
+
+    // Dynasets: Edit the current record, assign fields, Update writes them.
+    void Edit();
+    void SetField(int index, const automation::Variant& value);
+    void SetField(const QString& name, const automation::Variant& value) { SetField(FieldIndex(name), value); }
+    void Update();
+    void CancelUpdate();
+
+    void Close();
+    bool IsOpen() const { return !closed_; }
+
+    // The statement that was run, for diagnostics and tests.
+    QString Sql() const { return sql_; }
+
+private:
+    struct Cell {
+        union {
+            qint64 i;
+            double d;
+        };
+        quint32 len;
+        quint8 kind;
+    };
+    enum CellKind : quint8 { kNull, kInt, kReal, kText };
+
+    Recordset() = default;
+    void CheckOpen() const;
+    void Start();
+    bool Step();           // steps the statement; false at the end
+    void CacheCurrentRow();
+    void FetchAll();
+    void RequireCurrent() const;
+    automation::Variant ValueOf(int col, int kind, qint64 i, double d, const char* text, int len) const;
+    QString ComposeSql() const;
+
+    std::shared_ptr<SqliteConnection> conn_;
+    RecordsetSource source_;
+    QString sql_;
+    int type_ = dbOpenSnapshot;
+    sqlite3_stmt* stmt_ = nullptr;
+    int columnCount_ = 0;
+    int fieldCount_ = 0;
+    bool hasRowId_ = false;
+    QStringList names_;
+    std::vector<bool> isDate_;
+    std::vector<bool> isBool_;
+
+    bool started_ = false;
+    bool done_ = false;
+    bool closed_ = false;
+    qint64 pos_ = -1;        // current record; -1 before the first
+    qint64 rows_ = 0;        // rows cached (non-forward-only) or read (forward-only)
+    std::vector<Cell> cells_;
+    std::string text_;       // the text of every cached cell, end to end
+
+    QString filter_;
+    QString sort_;
+
+    bool editing_ = false;
+    std::vector<std::pair<int, automation::Variant>> edits_;
+};
+
+}  // namespace BrevView::data

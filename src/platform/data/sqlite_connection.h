@@ -1,0 +1,43 @@
+#pragma once
+// One open SQLite database file, shared by the database object and every
+// recordset read from it, so that a recordset outlives a closed database safely.
+
+#include <memory>
+
+#include <QString>
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+namespace BrevView::data {
+
+class SqliteConnection {
+public:
+    // Error 3024 for a missing file, 3343 for a file that is not a database, 3051 when
+    // the file cannot be opened.
+    static std::shared_ptr<SqliteConnection> Open(const QString& path);
+    ~SqliteConnection();
+    SqliteConnection(const SqliteConnection&) = delete;
+    SqliteConnection& operator=(const SqliteConnection&) = delete;
+
+    sqlite3* handle() const { return db_; }
+    const QString& path() const { return path_; }
+
+    // Prepares `sql` (already in SQLite's dialect); error 3129 and the engine's reason on failure.
+    sqlite3_stmt* Prepare(const QString& sql);
+    // Runs a statement without rows.
+    void Execute(const QString& sql);
+    // Raises the numbered error that matches SQLite result `rc` for `what`.
+    [[noreturn]] void RaiseFor(int rc, const QString& what) const;
+
+    // Statements prepared on this thread since it started (for tests that prove a
+    // change was made without reading the database).
+    static quint64 StatementsPrepared();
+
+private:
+    SqliteConnection() = default;
+    sqlite3* db_ = nullptr;
+    QString path_;
+};
+
+}  // namespace BrevView::data

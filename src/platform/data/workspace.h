@@ -1,0 +1,53 @@
+#pragma once
+// A named session of the database engine in which databases are opened. The
+// SQLite engine has no users: the user name and password are accepted and not used.
+
+#include <memory>
+#include <vector>
+
+#include <QString>
+
+#include "database.h"
+
+namespace BrevView::data {
+
+inline constexpr int dbUseJet = 2;
+
+class Workspace {
+public:
+    Workspace(QString name, QString userName, int type);
+
+    const QString& Name() const { return name_; }
+    const QString& UserName() const { return userName_; }
+    int Type() const { return type_; }
+
+    // `options` and `readOnly` are accepted as the original takes them; the connect
+    // string is kept on the database. Error 3024 for a missing file.
+    std::shared_ptr<Database> OpenDatabase(const QString& path, bool options = false, bool readOnly = false,
+                                           const QString& connect = QString());
+    void Close();
+    bool IsOpen() const { return open_; }
+
+private:
+    QString name_;
+    QString userName_;
+    int type_;
+    bool open_ = true;
+    std::vector<std::weak_ptr<Database>> databases_;
+};
+
+// The database engine: one per thread, shared by every control of that thread.
+class DBEngine {
+public:
+    static std::shared_ptr<DBEngine> ForThisThread();
+
+    std::shared_ptr<Workspace> CreateWorkspace(const QString& name, const QString& userName, const QString& password,
+                                               int type = dbUseJet);
+    // Workspaces created on this engine that are still open.
+    int OpenWorkspaceCount() const;
+
+private:
+    std::vector<std::weak_ptr<Workspace>> workspaces_;
+};
+
+}  // namespace BrevView::data

@@ -1,0 +1,122 @@
+#include <limits>
+
+#include "platform/automation/conversions.h"
+#include "support/test_env.h"
+
+namespace BrevView::test {
+namespace {
+
+using automation::Currency;
+using automation::Date;
+using automation::Variant;
+
+class ConversionsTest : public TestEnv {};
+
+TEST_F(ConversionsTest, NullConvertedToAnythingIsInvalidUseOfNull)
+{
+    EXPECT_RUNTIME_ERROR(automation::ToText(Variant::Null()), 94);
+    EXPECT_RUNTIME_ERROR(automation::ToLong(Variant::Null()), 94);
+    EXPECT_RUNTIME_ERROR(automation::ToDouble(Variant::Null()), 94);
+    EXPECT_RUNTIME_ERROR(automation::ToCurrency(Variant::Null()), 94);
+    EXPECT_RUNTIME_ERROR(automation::ToDate(Variant::Null()), 94);
+}
+
+TEST_F(ConversionsTest, NonNumericTextToNumberIsTypeMismatch)
+{
+    EXPECT_RUNTIME_ERROR(automation::ToLong(Variant("N3")), 13);
+    EXPECT_RUNTIME_ERROR(automation::ToDouble(Variant("abc")), 13);
+    EXPECT_RUNTIME_ERROR(automation::ToCurrency(Variant("")), 13);
+}
+
+TEST_F(ConversionsTest, ToLongRoundsHalfToEven)
+{
+    EXPECT_EQ(automation::ToLong(Variant(2.5)), 2);
+    EXPECT_EQ(automation::ToLong(Variant(3.5)), 4);
+    EXPECT_EQ(automation::ToLong(Variant(-2.5)), -2);
+    EXPECT_EQ(automation::ToLong(Variant(-3.5)), -4);
+    EXPECT_EQ(automation::ToLong(Variant(2.4999)), 2);
+    EXPECT_EQ(automation::ToLong(Variant("42")), 42);
+    EXPECT_EQ(automation::ToLong(Variant(" -7 ")), -7);
+    EXPECT_EQ(automation::ToLong(Variant(Currency::FromTicks(25000))), 2);   // 2.5
+    EXPECT_EQ(automation::ToLong(Variant(Currency::FromTicks(35000))), 4);   // 3.5
+    EXPECT_EQ(automation::ToLong(Variant(Currency::FromTicks(-25000))), -2);
+}
+
+TEST_F(ConversionsTest, ToLongOutOfRangeIsOverflow)
+{
+    EXPECT_EQ(automation::ToLong(Variant(2147483647.0)), std::numeric_limits<qint32>::max());
+    EXPECT_RUNTIME_ERROR(automation::ToLong(Variant(2147483648.0)), 6);
+    EXPECT_RUNTIME_ERROR(automation::ToLong(Variant(-2147483649.0)), 6);
+    EXPECT_RUNTIME_ERROR(automation::ToLong(Variant(3e12)), 6);
+    EXPECT_RUNTIME_ERROR(automation::ToLong(Variant("1e20")), 6);
+}
+
+TEST_F(ConversionsTest, IsNumericAcceptsNumbersOnly)
+{
+    EXPECT_FALSE(automation::IsNumeric(Variant("N3")));
+    EXPECT_TRUE(automation::IsNumeric(Variant("42")));
+    EXPECT_TRUE(automation::IsNumeric(Variant("-7")));
+    EXPECT_TRUE(automation::IsNumeric(Variant(" 2.5 ")));
+    EXPECT_TRUE(automation::IsNumeric(Variant("1E3")));
+    EXPECT_FALSE(automation::IsNumeric(Variant("")));
+    EXPECT_FALSE(automation::IsNumeric(Variant("1.2.3")));
+    EXPECT_FALSE(automation::IsNumeric(Variant("inf")));
+    EXPECT_FALSE(automation::IsNumeric(Variant::Null()));
+    EXPECT_TRUE(automation::IsNumeric(Variant(qint32(-1))));
+}
+
+TEST_F(ConversionsTest, DoubleToTextIsShortestDecimal)
+{
+    EXPECT_EQ(automation::DoubleToText(0.1), QStringLiteral("0.1"));
+    EXPECT_EQ(automation::DoubleToText(2.5), QStringLiteral("2.5"));
+    EXPECT_EQ(automation::DoubleToText(1000), QStringLiteral("1000"));
+    EXPECT_EQ(automation::DoubleToText(-1234.56), QStringLiteral("-1234.56"));
+    EXPECT_EQ(automation::DoubleToText(0.1 + 0.2), QStringLiteral("0.30000000000000004"));
+    EXPECT_EQ(automation::DoubleToText(0.0001), QStringLiteral("0.0001"));
+    EXPECT_EQ(automation::DoubleToText(0.00001), QStringLiteral("1E-05"));
+    EXPECT_EQ(automation::DoubleToText(0.00012), QStringLiteral("0.00012"));
+    EXPECT_EQ(automation::DoubleToText(1e15), QStringLiteral("1E+15"));
+    EXPECT_EQ(automation::DoubleToText(123456789012345.0), QStringLiteral("123456789012345"));
+    EXPECT_EQ(automation::DoubleToText(0), QStringLiteral("0"));
+    double back = 0;
+    ASSERT_TRUE(automation::ParseNumber(automation::DoubleToText(1.0 / 3.0), &back));
+    EXPECT_EQ(back, 1.0 / 3.0);
+}
+
+TEST_F(ConversionsTest, TextOfEachType)
+{
+    EXPECT_EQ(automation::ToText(Variant(qint32(-12))), QStringLiteral("-12"));
+    EXPECT_EQ(automation::ToText(Variant(true)), QStringLiteral("True"));
+    EXPECT_EQ(automation::ToText(Variant()), QString());
+    EXPECT_EQ(automation::ToText(Variant(Currency::FromDouble(2.5))), QStringLiteral("2.5"));
+    EXPECT_EQ(automation::ToText(Variant(Date::FromParts(2026, 3, 5))), QStringLiteral("3/5/26"));
+    EXPECT_EQ(automation::ToText(Variant(Date::FromParts(2026, 3, 5, 17, 45))), QStringLiteral("3/5/26 17:45:00"));
+}
+
+TEST_F(ConversionsTest, DateFromTextReadsCanonicalAndShortForms)
+{
+    EXPECT_EQ(automation::ToDate(Variant("2024-05-10 17:45:00")), Date::FromParts(2024, 5, 10, 17, 45));
+    EXPECT_EQ(automation::ToDate(Variant("3/5/26")), Date::FromParts(2026, 3, 5));
+    EXPECT_EQ(automation::ToDate(Variant("3/5/26 17:45:00")), Date::FromParts(2026, 3, 5, 17, 45));
+    EXPECT_RUNTIME_ERROR(automation::ToDate(Variant("not a date")), 13);
+    EXPECT_RUNTIME_ERROR(automation::ToDate(Variant(1e9)), 6);
+}
+
+TEST_F(ConversionsTest, DateWrittenAsShortTextReadsBackTheSameDay)
+{
+    for (const QDate d : {QDate(2026, 3, 5), QDate(2000, 1, 1), QDate(2029, 12, 31), QDate(1990, 7, 4), QDate(1930, 1, 1)}) {
+        const Variant text(automation::ToText(Variant(Date::FromQDate(d))));
+        EXPECT_EQ(automation::ToDate(text).ToQDate(), d) << text.stringValue().toStdString();
+    }
+}
+
+TEST_F(ConversionsTest, BooleansAndCurrencyFromText)
+{
+    EXPECT_TRUE(automation::ToBool(Variant("True")));
+    EXPECT_FALSE(automation::ToBool(Variant(qint32(0))));
+    EXPECT_EQ(automation::ToCurrency(Variant("1234.5678")).ticks(), 12345678);
+    EXPECT_EQ(automation::ToCurrency(Variant(qint32(7))).ticks(), 70000);
+}
+
+}  // namespace
+}  // namespace BrevView::test

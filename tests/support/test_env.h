@@ -1,0 +1,75 @@
+#pragma once
+// What every test stands on: a temporary folder for settings, trace and database
+// files, a pinned clock and locale, the library's default objects, and a fresh
+// start-up of the library on the test's thread.
+
+#include <memory>
+#include <ostream>
+
+#include <QDateTime>
+#include <QStringList>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+#include "platform/automation/runtime_error.h"
+#include "platform/host/automation_object.h"
+
+// Readable QString values in assertion messages.
+QT_BEGIN_NAMESPACE
+inline void PrintTo(const QString& s, std::ostream* os) { *os << '"' << s.toStdString() << '"'; }
+QT_END_NAMESPACE
+
+namespace BrevView::test {
+
+// A trace object that remembers every call as a line: "ENTER x", "EXIT x",
+// "HANDLE <number>", so that tests can assert the exact sequence.
+class RecordingTrace : public host::ITrace {
+public:
+    qint32 LastErrorNumber() override { return lastError; }
+    void HandleError(const QString&) override
+    {
+        lastError = overrideLastError ? overrideLastError : automation::Err().number;
+        lines.append(QStringLiteral("HANDLE %1").arg(automation::Err().number));
+    }
+    void EnterProc(const QString& name) override { lines.append(QStringLiteral("ENTER ") + name); }
+    void ExitProc(const QString& name) override { lines.append(QStringLiteral("EXIT ") + name); }
+
+    QStringList lines;
+    qint32 lastError = 0;
+    qint32 overrideLastError = 0;
+};
+
+class TestEnv : public ::testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    // Registers a RecordingTrace for "BrevTWrp.Trace" and restarts the library on this thread.
+    RecordingTrace& UseRecordingTrace();
+    QString TempPath(const QString& name) const { return dir_.filePath(name); }
+    // 10:00 on the given day becomes "now".
+    static void PinToday(int year, int month, int day);
+
+    // Creates an SQLite file with the IBO tables at `path` (in the temporary folder
+    // when relative) and returns its full path.
+    QString CreateIboDatabase(const QString& name = QStringLiteral("ibo.db"));
+    // Runs SQL directly on a database file, outside the library.
+    static void Exec(const QString& path, const QString& sql);
+    static QString QueryText(const QString& path, const QString& sql);
+
+    QTemporaryDir dir_;
+    std::shared_ptr<RecordingTrace> trace_;
+};
+
+// Expects `statement` to raise a RuntimeError with `number`.
+#define EXPECT_RUNTIME_ERROR(statement, expected_number_)                                          \
+    do {                                                                                  \
+        try {                                                                             \
+            statement;                                                                    \
+            ADD_FAILURE() << "expected run-time error " << (expected_number_) << ", got none";       \
+        } catch (const ::BrevView::RuntimeError& e_) {                                    \
+            EXPECT_EQ(e_.number(), (expected_number_)) << e_.description().toStdString();          \
+        }                                                                                 \
+    } while (0)
+
+}  // namespace BrevView::test
