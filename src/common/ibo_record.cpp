@@ -79,7 +79,9 @@ automation::Variant IboValue(double numeric, double decimal)
 {
     try {
         double cents = 0;
-        if (decimal >= 0 && decimal <= 99) {
+        // Any hundredths part from 0 up to (not including) 100 is taken as it is,
+        // fractions too: 99.4 stays 99.4.
+        if (decimal >= 0 && decimal < 100) {
             cents = decimal;
         } else {
             // Mod works on Longs: the remainder takes the dividend's sign.

@@ -42,7 +42,8 @@ QString StatusLabel(const automation::Variant& code);
 // The part before the first "~"; without "~", the text itself cut to 255 characters.
 QString ProductDisplayText(const QString& product);
 
-// IboValueNumeric + cents / 100, cents being IboValueDecimal when it lies in 0..99,
+// IboValueNumeric + cents / 100, cents being IboValueDecimal when it lies in 0..99 (99.4
+// included),
 // else its Long conversion modulo 100 (sign of the dividend). A Double, or the Long
 // 0 when the computation fails (a decimal part too large for a Long).
 automation::Variant IboValue(double numeric, double decimal);

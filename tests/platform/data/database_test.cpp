@@ -1,0 +1,120 @@
+#include <QFile>
+
+#include "data_fixture.h"
+#include "platform/data/sqlite_connection.h"
+
+namespace BrevView::test {
+namespace {
+
+using data::dbOpenDynaset;
+using data::dbOpenForwardOnly;
+using data::dbOpenSnapshot;
+
+TEST_F(DataTest, MissingFileIsError3024NamingTheFileAndCreatesNothing)
+{
+    const QString missing = TempPath(QStringLiteral("nope.db"));
+    try {
+        data::Database::Open(missing, QString());
+        FAIL() << "opened a missing file";
+    } catch (const RuntimeError& e) {
+        EXPECT_EQ(e.number(), 3024);
+        EXPECT_TRUE(e.description().contains(missing)) << e.description().toStdString();
+    }
+    EXPECT_FALSE(QFile::exists(missing));
+}
+
+TEST_F(DataTest, FileThatIsNotADatabaseIsError3343)
+{
+    const QString junk = TempPath(QStringLiteral("junk.db"));
+    QFile f(junk);
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+    f.write(QByteArray(4096, 'x'));
+    f.close();
+    EXPECT_RUNTIME_ERROR(data::Database::Open(junk, QString()), 3343);
+}
+
+TEST_F(DataTest, StoredQueryLookupAndCreation)
+{
+    EXPECT_RUNTIME_ERROR(db_->QueryDefs(QStringLiteral("Q1")), 3265);
+    auto q = db_->CreateQueryDef(QStringLiteral("Q1"), QStringLiteral("SELECT IboID FROM IboMain WHERE IboID = 1;"));
+    EXPECT_EQ(q->Name(), QStringLiteral("Q1"));
+    auto found = db_->QueryDefs(QStringLiteral("Q1"));
+    EXPECT_EQ(found->SQL(), QStringLiteral("SELECT IboID FROM IboMain WHERE IboID = 1;"));
+    EXPECT_EQ(QueryText(path_, QStringLiteral("SELECT Name, SQL FROM BrevQueryDefs")),
+              QStringLiteral("Q1|SELECT IboID FROM IboMain WHERE IboID = 1;"));
+    EXPECT_RUNTIME_ERROR(db_->CreateQueryDef(QStringLiteral("Q1"), QStringLiteral("SELECT 1")), 3012);
+}
+
+TEST_F(DataTest, BrokenQueryTextIsRefusedAndNotStored)
+{
+    db_->CreateQueryDef(QStringLiteral("Good"), QStringLiteral("SELECT 1"));
+    EXPECT_RUNTIME_ERROR(db_->CreateQueryDef(QStringLiteral("Bad"), QStringLiteral("SELEKT nonsense FROM")), 3129);
+    EXPECT_EQ(QueryText(path_, QStringLiteral("SELECT Name FROM BrevQueryDefs")), QStringLiteral("Good"));
+}
+
+TEST_F(DataTest, StoredQueryIsUsedAsItStandsInTheDatabase)
+{
+    Exec(path_, QStringLiteral("CREATE TABLE BrevQueryDefs (Name TEXT PRIMARY KEY COLLATE NOCASE, SQL TEXT NOT NULL);"
+                               "INSERT INTO BrevQueryDefs VALUES ('Q', 'SELECT IboNumber FROM IboMain WHERE IboID = 3')"));
+    auto rs = db_->QueryDefs(QStringLiteral("q"))->OpenRecordset(dbOpenSnapshot);
+    EXPECT_EQ(rs->Field(0).stringValue(), QStringLiteral("A-3"));
+}
+
+TEST_F(DataTest, DateComparisonsBehaveAsCalendarDays)
+{
+    // 17:45 on 10 May 2024 is >= #05/10/2024# and < #05/11/2024#.
+    auto rs = db_->OpenRecordset(QStringLiteral("SELECT IboID FROM IboMain WHERE DateWWIH >= #05/10/2024# AND DateWWIH < #05/11/2024#"),
+                                 dbOpenSnapshot);
+    ASSERT_FALSE(rs->Eof());
+    EXPECT_EQ(rs->Field(0).longValue(), 2);
+    rs->MoveNext();
+    EXPECT_TRUE(rs->Eof());
+}
+
+TEST_F(DataTest, SqlDateFunctionReadsTheLibraryClock)
+{
+    PinToday(2024, 5, 11);
+    auto rs = db_->OpenRecordset(QStringLiteral("SELECT IboID FROM IboMain WHERE DateWWIH < Date() ORDER BY IboID"), dbOpenSnapshot);
+    QList<int> ids;
+    for (; !rs->Eof(); rs->MoveNext())
+        ids.append(rs->Field(0).longValue());
+    EXPECT_EQ(ids, (QList<int>{2, 4, 5}));
+    PinToday(2024, 5, 13);
+    rs = db_->OpenRecordset(QStringLiteral("SELECT count(*) FROM IboMain WHERE DateWWIH < Date()"), dbOpenSnapshot);
+    EXPECT_EQ(rs->Field(0).longValue(), 5);
+}
+
+TEST_F(DataTest, YearAndMonthOfStoredDates)
+{
+    auto rs = db_->OpenRecordset(QStringLiteral("SELECT Year(DateWWIH)*100+Month([DateWWIH]) FROM IboMain WHERE IboID = 2"), dbOpenSnapshot);
+    EXPECT_EQ(rs->Field(0).longValue(), 202405);
+}
+
+TEST_F(DataTest, TransactionRollbackUndoesWrites)
+{
+    db_->BeginTrans();
+    db_->Execute(QStringLiteral("UPDATE IboMain SET IboNumber = 'changed'"));
+    db_->Rollback();
+    EXPECT_EQ(QueryText(path_, QStringLiteral("SELECT IboNumber FROM IboMain WHERE IboID = 1")), QStringLiteral("A-1"));
+    db_->BeginTrans();
+    db_->Execute(QStringLiteral("UPDATE IboMain SET IboNumber = 'kept' WHERE IboID = 1"));
+    db_->CommitTrans();
+    EXPECT_EQ(QueryText(path_, QStringLiteral("SELECT IboNumber FROM IboMain WHERE IboID = 1")), QStringLiteral("kept"));
+}
+
+TEST_F(DataTest, WorkspacesCountedPerThreadEngine)
+{
+    auto engine = data::DBEngine::ForThisThread();
+    EXPECT_EQ(engine, data::DBEngine::ForThisThread());
+    const int before = engine->OpenWorkspaceCount();
+    auto ws = engine->CreateWorkspace(QStringLiteral("FlatView"), QStringLiteral("u"), QStringLiteral("p"), data::dbUseJet);
+    EXPECT_EQ(engine->OpenWorkspaceCount(), before + 1);
+    auto db = ws->OpenDatabase(path_, false, false, QStringLiteral("UID=u;PWD=p;"));
+    EXPECT_EQ(db->Connect(), QStringLiteral("UID=u;PWD=p;"));
+    ws->Close();
+    EXPECT_FALSE(db->IsOpen());
+    EXPECT_EQ(engine->OpenWorkspaceCount(), before);
+}
+
+}  // namespace
+}  // namespace BrevView::test
