@@ -21,6 +21,9 @@ QString ErrorText(qint32 number)
     case ErrObjectNotSet: return QStringLiteral("Object variable or With block variable not set");
     case ErrInvalidUseOfNull: return QStringLiteral("Invalid use of Null");
     case ErrFileFormat: return QStringLiteral("Invalid file format");
+    case ErrInvalidArrayIndex: return QStringLiteral("Invalid property array index");
+    case ErrInvalidPropertyValue: return QStringLiteral("Invalid property value");
+    case ErrPrinter: return QStringLiteral("Printer error");
     case ErrCantCreateObject: return QStringLiteral("Can't create object");
     case ErrMethodFailed: return QStringLiteral("Automation error");
     case ErrUpdateWithoutEdit: return QStringLiteral("Update without Edit.");

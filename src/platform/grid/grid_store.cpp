@@ -1,0 +1,358 @@
+#include "grid_store.h"
+
+#include <QDataStream>
+#include <QIODevice>
+#include <QVariant>
+
+#include "../automation/runtime_error.h"
+
+namespace BrevView::grid {
+namespace {
+
+QByteArray StyleKey(const CellStyle& s)
+{
+    return QByteArray(reinterpret_cast<const char*>(&s.fore), sizeof s.fore) +
+           QByteArray(reinterpret_cast<const char*>(&s.back), sizeof s.back) +
+           QByteArray(reinterpret_cast<const char*>(&s.fontName), sizeof s.fontName) +
+           QByteArray(reinterpret_cast<const char*>(&s.fontSize), sizeof s.fontSize) +
+           QByteArray(1, char(s.bold)) + QByteArray(1, char(s.italic)) + QByteArray(1, char(s.underline)) +
+           QByteArray(1, char(s.alignment));
+}
+
+void WriteVariant(QDataStream& out, const automation::Variant& v)
+{
+    using automation::VarType;
+    out << qint8(v.type());
+    switch (v.type()) {
+    case VarType::Empty:
+    case VarType::Null: break;
+    case VarType::Boolean: out << v.boolValue(); break;
+    case VarType::Long: out << v.longValue(); break;
+    case VarType::Double: out << v.doubleValue(); break;
+    case VarType::Currency: out << v.currencyValue().ticks(); break;
+    case VarType::Date: out << v.dateValue().serial(); break;
+    case VarType::String: out << v.stringValue(); break;
+    }
+}
+
+bool ReadVariant(QDataStream& in, automation::Variant* v)
+{
+    using automation::VarType;
+    qint8 t = 0;
+    in >> t;
+    switch (VarType(t)) {
+    case VarType::Empty: *v = automation::Variant(); return true;
+    case VarType::Null: *v = automation::Variant::Null(); return true;
+    case VarType::Boolean: { bool b = false; in >> b; *v = automation::Variant(b); return true; }
+    case VarType::Long: { qint32 l = 0; in >> l; *v = automation::Variant(l); return true; }
+    case VarType::Double: { double d = 0; in >> d; *v = automation::Variant(d); return true; }
+    case VarType::Currency: { qint64 c = 0; in >> c; *v = automation::Variant(automation::Currency::FromTicks(c)); return true; }
+    case VarType::Date: { double d = 0; in >> d; *v = automation::Variant(automation::Date::FromSerial(d)); return true; }
+    case VarType::String: { QString s; in >> s; *v = automation::Variant(s); return true; }
+    }
+    return false;
+}
+
+}  // namespace
+
+GridStore::GridStore()
+{
+    pool_.assign(1, u'\0');  // offset 0 is the empty text
+    styles_.push_back(CellStyle{});
+    styleIds_.insert(StyleKey(CellStyle{}), 0);
+}
+
+void GridStore::SetRows(int rows)
+{
+    if (rows < 0)
+        automation::Raise(automation::ErrInvalidPropertyValue, QStringLiteral("flexGrid"), QStringLiteral("Invalid Rows value %1").arg(rows));
+    if (rows < rows_) {
+        for (size_t i = Index(rows, 0); i < cellText_.size(); ++i) {
+            if (cellText_[i] != 0)
+                garbage_ += 2 + (quint32(pool_[cellText_[i]]) | (quint32(pool_[cellText_[i] + 1]) << 16));
+        }
+    }
+    rows_ = rows;
+    cellText_.resize(size_t(rows_) * size_t(cols_), 0);
+    if (!cellStyle_.empty())
+        cellStyle_.resize(cellText_.size(), 0);
+    rowInfo_.resize(size_t(rows_));
+    if (garbage_ > 4096 && garbage_ * 2 > pool_.size())
+        CompactPool();
+}
+
+void GridStore::SetCols(int cols)
+{
+    if (cols < 0)
+        automation::Raise(automation::ErrInvalidPropertyValue, QStringLiteral("flexGrid"), QStringLiteral("Invalid Cols value %1").arg(cols));
+    if (cols == cols_)
+        return;
+    std::vector<quint32> text(size_t(rows_) * size_t(cols), 0);
+    std::vector<quint16> style(cellStyle_.empty() ? 0 : text.size(), 0);
+    const int keep = std::min(cols, cols_);
+    for (int r = 0; r < rows_; ++r) {
+        for (int c = 0; c < keep; ++c) {
+            text[size_t(r) * size_t(cols) + size_t(c)] = cellText_[Index(r, c)];
+            if (!style.empty())
+                style[size_t(r) * size_t(cols) + size_t(c)] = cellStyle_[Index(r, c)];
+        }
+    }
+    cellText_.swap(text);
+    cellStyle_.swap(style);
+    cols_ = cols;
+    colInfo_.resize(size_t(cols_));
+    CompactPool();
+}
+
+quint32 GridStore::AddText(const QString& text)
+{
+    if (text.isEmpty())
+        return 0;
+    const size_t at = pool_.size();
+    if (at + size_t(text.size()) + 2 > 0xFFFFFFF0u)
+        automation::Raise(automation::ErrOutOfMemory, QStringLiteral("flexGrid"));
+    const quint32 n = quint32(text.size());
+    pool_.push_back(char16_t(n & 0xFFFF));
+    pool_.push_back(char16_t(n >> 16));
+    const char16_t* src = reinterpret_cast<const char16_t*>(text.utf16());
+    pool_.insert(pool_.end(), src, src + n);
+    return quint32(at);
+}
+
+QString GridStore::Text(int row, int col) const
+{
+    const quint32 at = cellText_[Index(row, col)];
+    if (at == 0)
+        return QString();
+    const quint32 n = quint32(pool_[at]) | (quint32(pool_[at + 1]) << 16);
+    return QString(reinterpret_cast<const QChar*>(pool_.data() + at + 2), qsizetype(n));
+}
+
+void GridStore::SetText(int row, int col, const QString& text)
+{
+    quint32& ref = cellText_[Index(row, col)];
+    if (ref != 0)
+        garbage_ += 2 + (quint32(pool_[ref]) | (quint32(pool_[ref + 1]) << 16));
+    ref = AddText(text);
+    if (garbage_ > 65536 && garbage_ * 2 > pool_.size())
+        CompactPool();
+}
+
+void GridStore::CompactPool()
+{
+    std::vector<char16_t> old;
+    old.swap(pool_);
+    pool_.reserve(old.size() - garbage_ + 1);
+    pool_.push_back(u'\0');
+    for (quint32& ref : cellText_) {
+        if (ref == 0)
+            continue;
+        const quint32 n = quint32(old[ref]) | (quint32(old[ref + 1]) << 16);
+        const quint32 at = quint32(pool_.size());
+        pool_.insert(pool_.end(), old.begin() + ref, old.begin() + ref + 2 + n);
+        ref = at;
+    }
+    garbage_ = 0;
+}
+
+void GridStore::EnsureStyles()
+{
+    if (cellStyle_.empty())
+        cellStyle_.assign(cellText_.size(), 0);
+}
+
+quint16 GridStore::Intern(const CellStyle& style)
+{
+    const QByteArray key = StyleKey(style);
+    auto it = styleIds_.constFind(key);
+    if (it != styleIds_.constEnd())
+        return it.value();
+    if (styles_.size() >= 0xFFFF)
+        automation::Raise(automation::ErrOutOfMemory, QStringLiteral("flexGrid"), QStringLiteral("Too many different cell styles"));
+    const quint16 id = quint16(styles_.size());
+    styles_.push_back(style);
+    styleIds_.insert(key, id);
+    return id;
+}
+
+const CellStyle& GridStore::Style(int row, int col) const
+{
+    if (cellStyle_.empty())
+        return styles_[0];
+    return styles_[cellStyle_[Index(row, col)]];
+}
+
+void GridStore::ApplySetting(int setting, int row1, int col1, int row2, int col2, const QVariant& value)
+{
+    if (row1 > row2)
+        std::swap(row1, row2);
+    if (col1 > col2)
+        std::swap(col1, col2);
+    if (setting == flexcpText) {
+        const QString text = value.toString();
+        for (int r = row1; r <= row2; ++r)
+            for (int c = col1; c <= col2; ++c)
+                SetText(r, c, text);
+        return;
+    }
+    qint32 fontIndex = -1;
+    if (setting == flexcpFontName) {
+        const QString name = value.toString();
+        fontIndex = qint32(fontNames_.indexOf(name));
+        if (fontIndex < 0) {
+            fontNames_.append(name);
+            fontIndex = qint32(fontNames_.size() - 1);
+        }
+    }
+    auto change = [&](CellStyle s) {
+        switch (setting) {
+        case flexcpAlignment: s.alignment = qint8(value.toInt()); break;
+        case flexcpBackColor: s.back = value.toInt(); break;
+        case flexcpForeColor: s.fore = value.toInt(); break;
+        case flexcpFontName: s.fontName = fontIndex; break;
+        case flexcpFontSize: s.fontSize = value.toFloat(); break;
+        case flexcpFontBold: s.bold = value.toBool() ? 1 : 0; break;
+        case flexcpFontItalic: s.italic = value.toBool() ? 1 : 0; break;
+        case flexcpFontUnderline: s.underline = value.toBool() ? 1 : 0; break;
+        default:
+            automation::Raise(automation::ErrInvalidPropertyValue, QStringLiteral("flexGrid"),
+                              QStringLiteral("Cell setting %1 is not supported").arg(setting));
+        }
+        return s;
+    };
+    EnsureStyles();
+    // Most blocks share a handful of styles: map each old id to its new id once.
+    std::unordered_map<quint16, quint16> mapped;
+    for (int r = row1; r <= row2; ++r) {
+        quint16* id = &cellStyle_[Index(r, col1)];
+        for (int c = col1; c <= col2; ++c, ++id) {
+            auto it = mapped.find(*id);
+            if (it == mapped.end())
+                it = mapped.emplace(*id, Intern(change(styles_[*id]))).first;
+            *id = it->second;
+        }
+    }
+}
+
+QVariant GridStore::Setting(int setting, int row, int col) const
+{
+    const CellStyle& s = Style(row, col);
+    switch (setting) {
+    case flexcpText: return Text(row, col);
+    case flexcpAlignment: return s.alignment < 0 ? Col(col).alignment : int(s.alignment);
+    case flexcpBackColor: return s.back;
+    case flexcpForeColor: return s.fore;
+    case flexcpFontName: return FontName(s.fontName);
+    case flexcpFontSize: return s.fontSize;
+    case flexcpFontBold: return s.bold > 0;
+    case flexcpFontItalic: return s.italic > 0;
+    case flexcpFontUnderline: return s.underline > 0;
+    default:
+        automation::Raise(automation::ErrInvalidPropertyValue, QStringLiteral("flexGrid"),
+                          QStringLiteral("Cell setting %1 is not supported").arg(setting));
+    }
+}
+
+void GridStore::Write(QDataStream& out) const
+{
+    out << qint32(rows_) << qint32(cols_);
+    out << fontNames_;
+    out << quint32(styles_.size());
+    for (const CellStyle& s : styles_)
+        out << s.fore << s.back << s.fontName << s.fontSize << s.bold << s.italic << s.underline << s.alignment;
+    for (const ColInfo& c : colInfo_)
+        out << c.width << c.hidden << c.alignment << c.dataType << c.format;
+    for (const RowInfo& r : rowInfo_) {
+        WriteVariant(out, r.data);
+        out << r.height << r.outlineLevel << r.subtotal << r.collapsed;
+    }
+    const bool styled = !cellStyle_.empty();
+    out << styled;
+    for (int r = 0; r < rows_; ++r) {
+        for (int c = 0; c < cols_; ++c) {
+            out << Text(r, c);
+            if (styled)
+                out << cellStyle_[Index(r, c)];
+        }
+    }
+}
+
+bool GridStore::Read(QDataStream& in)
+{
+    GridStore fresh;
+    qint32 rows = 0, cols = 0;
+    in >> rows >> cols;
+    if (in.status() != QDataStream::Ok || rows < 0 || cols < 0 || qint64(rows) * cols > (qint64(1) << 31))
+        return false;
+    // Every cell takes at least four bytes in the stream: refuse counts the data cannot hold
+    // before allocating for them.
+    if (in.device() && qint64(rows) * cols * 4 > in.device()->bytesAvailable())
+        return false;
+    in >> fresh.fontNames_;
+    quint32 styleCount = 0;
+    in >> styleCount;
+    if (in.status() != QDataStream::Ok || styleCount == 0 || styleCount > 0xFFFF)
+        return false;
+    fresh.styles_.clear();
+    fresh.styleIds_.clear();
+    for (quint32 i = 0; i < styleCount; ++i) {
+        CellStyle s;
+        in >> s.fore >> s.back >> s.fontName >> s.fontSize >> s.bold >> s.italic >> s.underline >> s.alignment;
+        if (s.fontName >= fresh.fontNames_.size())
+            return false;
+        fresh.styleIds_.insert(StyleKey(s), quint16(fresh.styles_.size()));
+        fresh.styles_.push_back(s);
+    }
+    fresh.cols_ = cols;
+    fresh.colInfo_.resize(size_t(cols));
+    for (ColInfo& c : fresh.colInfo_)
+        in >> c.width >> c.hidden >> c.alignment >> c.dataType >> c.format;
+    if (in.status() != QDataStream::Ok)
+        return false;
+    fresh.rows_ = rows;
+    fresh.rowInfo_.resize(size_t(rows));
+    for (RowInfo& r : fresh.rowInfo_) {
+        if (!ReadVariant(in, &r.data))
+            return false;
+        in >> r.height >> r.outlineLevel >> r.subtotal >> r.collapsed;
+        if (in.status() != QDataStream::Ok)
+            return false;
+    }
+    bool styled = false;
+    in >> styled;
+    fresh.cellText_.assign(size_t(rows) * size_t(cols), 0);
+    if (styled)
+        fresh.cellStyle_.assign(fresh.cellText_.size(), 0);
+    QString text;
+    for (int r = 0; r < rows; ++r) {
+        for (int c = 0; c < cols; ++c) {
+            in >> text;
+            fresh.cellText_[fresh.Index(r, c)] = fresh.AddText(text);
+            if (styled) {
+                quint16 id = 0;
+                in >> id;
+                if (id >= fresh.styles_.size())
+                    return false;
+                fresh.cellStyle_[fresh.Index(r, c)] = id;
+            }
+        }
+        if (in.status() != QDataStream::Ok)
+            return false;
+    }
+    *this = std::move(fresh);
+    return true;
+}
+
+size_t GridStore::MemoryUsage() const
+{
+    size_t bytes = cellText_.capacity() * sizeof(quint32) + pool_.capacity() * sizeof(char16_t) +
+                   cellStyle_.capacity() * sizeof(quint16) + styles_.capacity() * sizeof(CellStyle) +
+                   rowInfo_.capacity() * sizeof(RowInfo) + colInfo_.capacity() * sizeof(ColInfo);
+    for (const RowInfo& r : rowInfo_) {
+        if (r.data.type() == automation::VarType::String)
+            bytes += size_t(r.data.stringValue().capacity()) * 2 + 16;
+    }
+    return bytes;
+}
+
+}  // namespace BrevView::grid

@@ -1,0 +1,130 @@
+#pragma once
+// The contents and formatting of an outline grid, built for a million rows: per
+// cell a text reference into one shared text pool and a small style id; per row
+// its data, height and outline state; per column its width and format. Appending
+// a row is amortised O(1); styles are interned, so a range setting costs one id
+// write per cell and no object.
+
+#include <cstdint>
+#include <unordered_map>
+#include <vector>
+
+#include <QHash>
+#include <QString>
+#include <QStringList>
+
+#include "../automation/variant.h"
+
+namespace BrevView::grid {
+
+// The cell settings of the grid's Cell property.
+enum CellSetting : int {
+    flexcpText = 0,
+    flexcpAlignment = 2,
+    flexcpBackColor = 6,
+    flexcpForeColor = 7,
+    flexcpFontName = 11,
+    flexcpFontSize = 12,
+    flexcpFontBold = 13,
+    flexcpFontItalic = 14,
+    flexcpFontUnderline = 15,
+};
+
+// Cell and column alignments.
+enum Alignment : int {
+    flexAlignLeftTop = 0, flexAlignLeftCenter = 1, flexAlignLeftBottom = 2,
+    flexAlignCenterTop = 3, flexAlignCenterCenter = 4, flexAlignCenterBottom = 5,
+    flexAlignRightTop = 6, flexAlignRightCenter = 7, flexAlignRightBottom = 8,
+    flexAlignGeneral = 9,  // left for text, right for numbers, vertically centred
+};
+
+// Column data types.
+enum DataType : int {
+    flexDTEmpty = 0, flexDTLong = 3, flexDTDouble = 5, flexDTCurrency = 6, flexDTDate = 7, flexDTString = 8, flexDTBoolean = 11,
+};
+
+struct CellStyle {
+    qint32 fore = -1;       // COLORREF, -1: the grid's
+    qint32 back = -1;
+    qint32 fontName = -1;   // index into the style table's font names, -1: the grid's
+    float fontSize = 0;     // 0: the grid's
+    qint8 bold = -1, italic = -1, underline = -1;
+    qint8 alignment = -1;   // -1: the column's
+
+    bool operator==(const CellStyle& o) const
+    {
+        return fore == o.fore && back == o.back && fontName == o.fontName && fontSize == o.fontSize && bold == o.bold &&
+               italic == o.italic && underline == o.underline && alignment == o.alignment;
+    }
+};
+
+struct RowInfo {
+    automation::Variant data;
+    qint32 height = -1;  // twips; -1: the default height
+    qint16 outlineLevel = 0;
+    bool subtotal = false;
+    bool collapsed = false;
+};
+
+struct ColInfo {
+    qint32 width = -1;  // twips; -1: the default width
+    bool hidden = false;
+    qint32 alignment = flexAlignGeneral;
+    qint32 dataType = flexDTEmpty;
+    QString format;
+};
+
+class GridStore {
+public:
+    GridStore();
+
+    int rows() const { return rows_; }
+    int cols() const { return cols_; }
+    void SetRows(int rows);
+    void SetCols(int cols);
+
+    QString Text(int row, int col) const;
+    bool TextIsEmpty(int row, int col) const { return cellText_[Index(row, col)] == 0; }
+    void SetText(int row, int col, const QString& text);
+
+    RowInfo& Row(int row) { return rowInfo_[size_t(row)]; }
+    const RowInfo& Row(int row) const { return rowInfo_[size_t(row)]; }
+    ColInfo& Col(int col) { return colInfo_[size_t(col)]; }
+    const ColInfo& Col(int col) const { return colInfo_[size_t(col)]; }
+
+    const CellStyle& Style(int row, int col) const;
+    // Changes one setting over a block of cells; `value` is a colour, a bool, an
+    // alignment or (for the font name) a text.
+    void ApplySetting(int setting, int row1, int col1, int row2, int col2, const QVariant& value);
+    QVariant Setting(int setting, int row, int col) const;
+    QString FontName(qint32 index) const { return index >= 0 && index < fontNames_.size() ? fontNames_[index] : QString(); }
+
+    // Everything, for snapshots.
+    void Write(QDataStream& out) const;
+    // Reads what Write wrote; false (and this store untouched) when the data is damaged.
+    bool Read(QDataStream& in);
+
+    // Bytes held by the store (for the memory benchmark).
+    size_t MemoryUsage() const;
+
+private:
+    size_t Index(int row, int col) const { return size_t(row) * size_t(cols_) + size_t(col); }
+    quint32 AddText(const QString& text);
+    void CompactPool();
+    quint16 Intern(const CellStyle& style);
+    void EnsureStyles();
+
+    int rows_ = 0;
+    int cols_ = 0;
+    std::vector<quint32> cellText_;    // offset into pool_, 0 = empty
+    std::vector<char16_t> pool_;       // [length low][length high][chars...] per text
+    size_t garbage_ = 0;               // pool units no cell refers to
+    std::vector<quint16> cellStyle_;   // empty until the first style is set
+    std::vector<CellStyle> styles_;    // id 0 is the default style
+    QHash<QByteArray, quint16> styleIds_;
+    QStringList fontNames_;
+    std::vector<RowInfo> rowInfo_;
+    std::vector<ColInfo> colInfo_;
+};
+
+}  // namespace BrevView::grid
