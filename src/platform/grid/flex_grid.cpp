@@ -156,9 +156,21 @@ void FlexGrid::Changed()
 void FlexGrid::OutlineChanged()
 {
     layoutDirty_ = true;
-    if (redraw_ != 0) {
-        UpdateScrollBars();
-        viewport()->update();
+    if (redraw_ == 0)
+        return;
+    viewport()->update();
+    // One layout per burst of changes, not one per change: a loop of Rows = Rows + 1
+    // stays linear even with redraw on.
+    if (!layoutPending_) {
+        layoutPending_ = true;
+        QMetaObject::invokeMethod(
+            this,
+            [this] {
+                layoutPending_ = false;
+                if (redraw_ != 0)
+                    UpdateScrollBars();
+            },
+            Qt::QueuedConnection);
     }
 }
 
@@ -901,7 +913,7 @@ void FlexGrid::PaintCell(QPainter& p, const QRect& rect, int row, int col, bool 
             if (cs.fontName >= 0)
                 font.setFamily(store_.FontName(cs.fontName));
             if (cs.fontSize > 0)
-                font.setPointSizeF(cs.fontSize);
+                font.setPixelSize(qMax(1, qRound(cs.fontSize * logicalDpiY() / 72.0)));
             if (cs.bold >= 0)
                 font.setBold(cs.bold > 0);
             if (cs.italic >= 0)
@@ -978,6 +990,8 @@ void FlexGrid::PaintRows(QPainter& p, const std::vector<int>& rows, int top, int
 
 void FlexGrid::paintEvent(QPaintEvent* event)
 {
+    if (layoutDirty_)
+        UpdateScrollBars();
     QPainter p(viewport());
     const QRect clip = event->rect();
     p.fillRect(clip, ColorOf(backColorBkg_, palette().color(QPalette::Window)));
@@ -1430,6 +1444,10 @@ void FlexGrid::PrintTo(QPrinter& printer)
         fixedRows.push_back(r);
     const int fixedH = FixedHeightPx();
     p.scale(scale, scale);
+    // Paint in screen pixels: the font must be sized in them too, not in printer points.
+    QFont screenFont = font();
+    screenFont.setPixelSize(QFontInfo(font()).pixelSize());
+    p.setFont(screenFont);
     size_t next = 0;
     bool first = true;
     do {

@@ -272,6 +272,7 @@ private:
 
     mutable std::vector<int> visible_;
     mutable bool layoutDirty_ = true;
+    bool layoutPending_ = false;
     mutable QHash<QString, int> nodeIndex_;
     mutable bool nodeIndexDirty_ = true;
 
