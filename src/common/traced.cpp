@@ -42,6 +42,12 @@ void TraceReraise()
     throw RuntimeError(number, err.source, err.description);
 }
 
+void RaiseWithLastErrorNumber(const QString& source, const QString& description)
+{
+    const qint32 number = Trace().LastErrorNumber();
+    throw RuntimeError(number == 0 ? qint32(automation::ErrInvalidProcedureCall) : number, source, description);
+}
+
 RuntimeError AsRuntimeError(const std::exception& e)
 {
     if (dynamic_cast<const std::bad_alloc*>(&e))

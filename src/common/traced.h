@@ -25,6 +25,9 @@ void TraceExit(const QString& name);
 void TraceHandle(const RuntimeError& error);
 // The second half: the error to raise again, numbered by the trace's LastErrorNumber.
 [[noreturn]] void TraceReraise();
+// Raises `description` under the number the trace object reports as the last error
+// (an error raised so by the views' own checks; 0 becomes 5, as raising 0 does).
+[[noreturn]] void RaiseWithLastErrorNumber(const QString& source, const QString& description);
 // Any other exception as a numbered run-time error.
 RuntimeError AsRuntimeError(const std::exception& e);
 

@@ -2,31 +2,13 @@
 // A numbered run-time error (number, source, description) and the per-thread
 // error object that error handlers read, as an automation runtime keeps it.
 
-#include <stdexcept>
-#include <string>
-
 #include <QString>
+
+#include <brevview/runtime_error.h>
 
 #include "error_numbers.h"
 
 namespace BrevView {
-
-class RuntimeError : public std::exception {
-public:
-    // An empty description takes the standard text of the number.
-    explicit RuntimeError(qint32 number, QString source = {}, QString description = {});
-
-    qint32 number() const noexcept { return number_; }
-    const QString& source() const noexcept { return source_; }
-    const QString& description() const noexcept { return description_; }
-    const char* what() const noexcept override { return what_.c_str(); }
-
-private:
-    qint32 number_;
-    QString source_;
-    QString description_;
-    std::string what_;
-};
 
 namespace automation {
 

@@ -1,0 +1,19 @@
+#pragma once
+// The BrevView controls: PriorityView, ForecastView and FlatView, and the factory
+// that creates them by ProgID.
+
+#include <QString>
+#include <QWidget>
+
+#include "enums.h"
+#include "export.h"
+#include "flat_view.h"
+#include "runtime_error.h"
+
+namespace BrevView {
+
+// Creates "BrevView.PriorityView", "BrevView.ForecastView" or "BrevView.FlatView";
+// run-time error 429 for any other ProgID.
+BREVVIEW_EXPORT QWidget* CreateControl(const QString& progId, QWidget* parent = nullptr);
+
+}  // namespace BrevView

@@ -1,0 +1,111 @@
+#include "grid_events.h"
+
+#include "../platform/automation/conversions.h"
+#include "../platform/grid/flex_grid.h"
+#include "traced.h"
+
+namespace BrevView::detail {
+
+qint32 IboIdOfRow(const grid::FlexGrid& grid, int row)
+{
+    const QString text = automation::ToText(grid.RowDataValue(row));
+    if (!automation::IsNumericText(text))
+        return 0;
+    const qint32 id = automation::ToLong(automation::Variant(text));
+    return id > 0 ? id : 0;
+}
+
+QVariant GetSelection(grid::FlexGrid& grid, const QString& traceName, SelectionRule rule)
+{
+    return Traced(traceName, [&]() -> QVariant {
+        if (grid.SelectedRows() == 0)
+            return QVariant();
+        QList<qint32> ids;
+        for (int i = 0; i < grid.SelectedRows(); ++i) {
+            const int r = grid.SelectedRow(i);
+            const automation::Variant data = grid.RowDataValue(r);
+            qint32 id = -1;
+            if (rule == SelectionRule::ConvertDirectly) {
+                id = automation::ToLong(data);
+            } else {
+                const QString text = automation::ToText(data);
+                if (!automation::IsNumericText(text))
+                    continue;
+                id = automation::ToLong(automation::Variant(text));
+            }
+            if (id >= 0)
+                ids.append(id);
+        }
+        if (ids.isEmpty())
+            return QVariant();
+        return QVariant::fromValue(ids);
+    });
+}
+
+void GotoIBO(grid::FlexGrid& grid, qint32 iboId, RevealRule rule)
+{
+    int r = -1;
+    IgnoringErrors([&] { r = grid.FindRowValue(automation::Variant(iboId), -1, -1, false, true); });
+    if (r < 1)
+        return;
+    IgnoringErrors([&] { grid.setRedraw(0); });
+    if (rule == RevealRule::ExpandRow) {
+        IgnoringErrors([&] { grid.setIsCollapsed(r, grid::FlexGrid::flexOutlineExpanded); });
+    } else if (rule == RevealRule::ExpandAncestors) {
+        IgnoringErrors([&] {
+            for (int p = grid.GetNodeRow(r, grid::FlexGrid::flexNTParent); p != -1; p = grid.GetNodeRow(p, grid::FlexGrid::flexNTParent))
+                grid.setIsCollapsed(p, grid::FlexGrid::flexOutlineExpanded);
+        });
+    }
+    IgnoringErrors([&] { grid.setRedraw(1); });
+    IgnoringErrors([&] { grid.setRow(r); });
+    IgnoringErrors([&] { grid.ShowCell(r, 0); });
+    IgnoringErrors([&] { grid.Refresh(); });
+}
+
+qint32 HandleDblClick(grid::FlexGrid& grid, const QString& traceName, bool outline)
+{
+    return Traced(traceName, [&]() -> qint32 {
+        if (grid.MouseRow() < 1)
+            return 0;
+        if (!outline && grid.Row() <= 0)
+            return 0;
+        if (grid.Row() != grid.MouseRow())
+            return 0;
+        const int row = grid.Row();
+        if (outline && grid.IsSubtotal(row)) {
+            grid.setIsCollapsed(row, grid.IsCollapsed(row) != 0 ? grid::FlexGrid::flexOutlineExpanded
+                                                                 : grid::FlexGrid::flexOutlineCollapsed);
+            return 0;
+        }
+        return IboIdOfRow(grid, row);
+    });
+}
+
+qint32 HandleRightClick(grid::FlexGrid& grid, const QString& traceName, int button)
+{
+    return Traced(traceName, [&]() -> qint32 {
+        if (button != 2)
+            return 0;
+        const int r = grid.MouseRow();
+        if (r < 1)
+            return 0;  // the header or empty space
+        grid.setRow(r);
+        if (grid.IsSubtotal(r))
+            return 0;
+        return IboIdOfRow(grid, r);
+    });
+}
+
+bool ShowHeaderTooltip(grid::FlexGrid& grid, const QStringList& columnTooltips)
+{
+    const int r = grid.MouseRow();
+    const int c = grid.MouseCol();
+    if (r == 0 && c >= 0) {
+        grid.setToolTipText(c < columnTooltips.size() ? columnTooltips[c] : QString());
+        return true;
+    }
+    return false;
+}
+
+}  // namespace BrevView::detail

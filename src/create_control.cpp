@@ -1,0 +1,15 @@
+#include <brevview/brevview.h>
+
+#include "platform/automation/runtime_error.h"
+
+namespace BrevView {
+
+QWidget* CreateControl(const QString& progId, QWidget* parent)
+{
+    if (progId.compare(QLatin1String("BrevView.FlatView"), Qt::CaseInsensitive) == 0)
+        return new FlatView(parent);
+    automation::Raise(automation::ErrCantCreateObject, QStringLiteral("BrevView"),
+                      QStringLiteral("Can't create object \"%1\"").arg(progId));
+}
+
+}  // namespace BrevView
