@@ -56,6 +56,7 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
+    friend class FlatViewPrivate;
     std::unique_ptr<FlatViewPrivate> d;
 };
 

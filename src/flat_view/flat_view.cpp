@@ -39,6 +39,11 @@ QString KeyFor(qint32 source)
 
 FlatViewPrivate::FlatViewPrivate(FlatView* owner) : q(owner), flexGrid(new grid::FlexGrid(owner)) {}
 
+FlatViewPrivate* FlatViewPrivate::Of(FlatView* view)
+{
+    return view->d.get();
+}
+
 // ---------------------------------------------------------------- life cycle
 
 void FlatViewPrivate::UserControl_Initialize()

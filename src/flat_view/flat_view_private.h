@@ -18,6 +18,7 @@ class FlatView;
 class FlatViewPrivate {
 public:
     explicit FlatViewPrivate(FlatView* q);
+    static FlatViewPrivate* Of(FlatView* view);
 
     void UserControl_Initialize();
     void UserControl_Terminate();

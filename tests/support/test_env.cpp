@@ -16,6 +16,8 @@ void TestEnv::SetUp()
 {
     ASSERT_TRUE(dir_.isValid());
     qputenv("XDG_CONFIG_HOME", dir_.filePath(QStringLiteral("config")).toLocal8Bit());
+    // PrintView's snapshot goes to the temporary folder: give each test its own.
+    qputenv("TMPDIR", dir_.path().toLocal8Bit());
     qputenv("XDG_DATA_HOME", dir_.filePath(QStringLiteral("data")).toLocal8Bit());
     qputenv("BREV_INSTALL_PATH", (dir_.filePath(QStringLiteral("install")) + QLatin1Char('/')).toLocal8Bit());
     qunsetenv("BREV_TRACE");

@@ -926,7 +926,8 @@ void FlexGrid::PaintCell(QPainter& p, const QRect& rect, int row, int col, bool 
             if (selected)
                 fore = pal.color(QPalette::HighlightedText);
             p.setPen(fore);
-            const bool wrap = fixed || wordWrap_ || text.contains(QLatin1Char('\n'));
+            // Wrap where there is room for a second line (the tall header row), or where asked.
+            const bool wrap = wordWrap_ || text.contains(QLatin1Char('\n')) || rect.height() >= 2 * fontMetrics().height();
             p.setClipRect(rect, Qt::IntersectClip);
             p.drawText(textRect, int(flags) | (wrap ? Qt::TextWordWrap : 0), text);
             p.restore();
