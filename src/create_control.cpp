@@ -8,6 +8,8 @@ QWidget* CreateControl(const QString& progId, QWidget* parent)
 {
     if (progId.compare(QLatin1String("BrevView.FlatView"), Qt::CaseInsensitive) == 0)
         return new FlatView(parent);
+    if (progId.compare(QLatin1String("BrevView.PriorityView"), Qt::CaseInsensitive) == 0)
+        return new PriorityView(parent);
     automation::Raise(automation::ErrCantCreateObject, QStringLiteral("BrevView"),
                       QStringLiteral("Can't create object \"%1\"").arg(progId));
 }

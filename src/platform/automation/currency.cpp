@@ -5,7 +5,11 @@
 
 #include "runtime_error.h"
 
-namespace BrevView::automation {
+namespace BrevView {
+
+using automation::Raise;
+using automation::ErrOverflow;
+
 
 Currency Currency::FromLong(qint64 whole)
 {
@@ -68,4 +72,4 @@ QString Currency::ToText() const
     return text;
 }
 
-}  // namespace BrevView::automation
+}  // namespace BrevView

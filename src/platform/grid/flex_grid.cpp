@@ -501,7 +501,12 @@ void FlexGrid::setRowOutlineLevel(int row, int level)
 int FlexGrid::IsCollapsed(int row) const
 {
     CheckRow(row, "IsCollapsed");
-    return store_.Row(row).collapsed ? flexOutlineCollapsed : flexOutlineExpanded;
+    int node = row;
+    if (!store_.Row(row).subtotal)
+        node = GetNodeRow(row, flexNTParent);
+    if (node < 0)
+        return flexOutlineExpanded;
+    return store_.Row(node).collapsed ? flexOutlineCollapsed : flexOutlineExpanded;
 }
 
 void FlexGrid::setIsCollapsed(int row, int state)
@@ -509,10 +514,13 @@ void FlexGrid::setIsCollapsed(int row, int state)
     CheckRow(row, "IsCollapsed");
     if (state != flexOutlineExpanded && state != flexOutlineCollapsed && state != flexOutlineSubtotals)
         Raise(automation::ErrInvalidPropertyValue, kSource, QStringLiteral("Invalid IsCollapsed value %1").arg(state));
-    // Only node rows collapse; a plain row has no state to change.
+    // A plain row's outline state is that of the node holding it.
+    int node = row;
     if (!store_.Row(row).subtotal)
+        node = GetNodeRow(row, flexNTParent);
+    if (node < 0)
         return;
-    SetCollapsed(row, state != flexOutlineExpanded, true);
+    SetCollapsed(node, state != flexOutlineExpanded, true);
 }
 
 void FlexGrid::SetCollapsed(int row, bool collapsed, bool raiseEvent)

@@ -106,8 +106,10 @@ public:
     Q_INVOKABLE void setIsSubtotal(int row, bool subtotal);
     Q_INVOKABLE int RowOutlineLevel(int row) const;
     Q_INVOKABLE void setRowOutlineLevel(int row, int level);
-    Q_INVOKABLE int IsCollapsed(int row) const;            // 0 expanded, 2 collapsed
-    Q_INVOKABLE void setIsCollapsed(int row, int state);   // raises AfterCollapse
+    // 0 expanded, 2 collapsed. A plain row answers for (and sets) the node that holds
+    // it; a row under no node is always expanded. Setting raises AfterCollapse.
+    Q_INVOKABLE int IsCollapsed(int row) const;
+    Q_INVOKABLE void setIsCollapsed(int row, int state);
     Q_INVOKABLE int GetNodeRow(int row, int which) const;  // -1 when there is none
     // The node row whose row data reads `key` ("N3"), or -1.
     Q_INVOKABLE int GetNode(const QString& key) const;

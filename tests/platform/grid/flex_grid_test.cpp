@@ -125,12 +125,28 @@ TEST_F(GridTest, AfterCollapseIsRaisedWhenStateIsChangedFromCode)
     QSignalSpy spy(&g, &FlexGrid::AfterCollapse);
     g.setIsCollapsed(4, 2);
     g.setNodeExpanded(g.GetNode(QStringLiteral("N1")), true);
-    g.setIsCollapsed(2, 2);  // a plain row has no outline state: nothing happens
     ASSERT_EQ(spy.count(), 2);
     EXPECT_EQ(spy.at(0).at(0).toInt(), 4);
     EXPECT_EQ(spy.at(0).at(1).toInt(), 2);
     EXPECT_EQ(spy.at(1).at(0).toInt(), 4);
     EXPECT_EQ(spy.at(1).at(1).toInt(), 0);
+}
+
+TEST_F(GridTest, PlainRowsAnswerForTheNodeThatHoldsThem)
+{
+    FillOutline();
+    FlexGrid& g = *grid_;
+    QSignalSpy spy(&g, &FlexGrid::AfterCollapse);
+    g.setIsCollapsed(7, FlexGrid::flexOutlineCollapsed);  // row 7 sits under node 5
+    ASSERT_EQ(spy.count(), 1);
+    EXPECT_EQ(spy.at(0).at(0).toInt(), 5);
+    EXPECT_EQ(g.IsCollapsed(5), 2);
+    EXPECT_EQ(g.IsCollapsed(6), 2);
+    EXPECT_FALSE(g.RowIsVisible(7));
+    g.setIsCollapsed(7, FlexGrid::flexOutlineExpanded);
+    EXPECT_TRUE(g.RowIsVisible(7));
+    g.setRows(12);  // rows 9 to 11 still belong to node 5, the last node above them
+    EXPECT_EQ(g.IsCollapsed(11), 0);
 }
 
 TEST_F(GridTest, NodesAreFoundByTheirKeyText)
