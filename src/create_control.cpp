@@ -10,6 +10,8 @@ QWidget* CreateControl(const QString& progId, QWidget* parent)
         return new FlatView(parent);
     if (progId.compare(QLatin1String("BrevView.PriorityView"), Qt::CaseInsensitive) == 0)
         return new PriorityView(parent);
+    if (progId.compare(QLatin1String("BrevView.ForecastView"), Qt::CaseInsensitive) == 0)
+        return new ForecastView(parent);
     automation::Raise(automation::ErrCantCreateObject, QStringLiteral("BrevView"),
                       QStringLiteral("Can't create object \"%1\"").arg(progId));
 }

@@ -8,6 +8,7 @@
 #include "enums.h"
 #include "export.h"
 #include "flat_view.h"
+#include "forecast_view.h"
 #include "priority_view.h"
 #include "runtime_error.h"
 

@@ -241,6 +241,26 @@ void FlexGrid::setRows(int rows)
     OutlineChanged();
 }
 
+void FlexGrid::AddItem(const QString& item, int index)
+{
+    const int at = index < 0 ? store_.rows() : index;
+    store_.InsertRow(at);
+    isSelected_.insert(isSelected_.begin() + std::min<size_t>(size_t(at), isSelected_.size()), false);
+    for (int& r : selected_) {
+        if (r >= at)
+            ++r;
+    }
+    if (row_ >= at)
+        ++row_;
+    if (!item.isEmpty()) {
+        const QStringList parts = item.split(QLatin1Char('\t'));
+        for (int c = 0; c < parts.size() && c < store_.cols(); ++c)
+            store_.SetText(at, c, parts[c]);
+    }
+    nodeIndexDirty_ = true;
+    OutlineChanged();
+}
+
 void FlexGrid::setCols(int cols)
 {
     store_.SetCols(cols);

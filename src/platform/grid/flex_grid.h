@@ -76,6 +76,10 @@ public:
     int Col() const { return col_; }
     void setCol(int col);
 
+    // Inserts a row before `index` (-1: at the end) with `item`'s tab-separated texts
+    // in its first cells; the rows after it move down.
+    Q_INVOKABLE void AddItem(const QString& item, int index = -1);
+
     // Content.
     Q_INVOKABLE QString TextMatrix(int row, int col) const;
     Q_INVOKABLE void setTextMatrix(int row, int col, const QString& text);

@@ -104,6 +104,17 @@ void GridStore::SetCols(int cols)
     CompactPool();
 }
 
+void GridStore::InsertRow(int row)
+{
+    if (row < 0 || row > rows_)
+        automation::Raise(automation::ErrInvalidArrayIndex, QStringLiteral("flexGrid"), QStringLiteral("Invalid row %1 to insert at").arg(row));
+    cellText_.insert(cellText_.begin() + std::ptrdiff_t(size_t(row) * size_t(cols_)), size_t(cols_), 0u);
+    if (!cellStyle_.empty())
+        cellStyle_.insert(cellStyle_.begin() + std::ptrdiff_t(size_t(row) * size_t(cols_)), size_t(cols_), quint16(0));
+    rowInfo_.insert(rowInfo_.begin() + row, RowInfo{});
+    ++rows_;
+}
+
 quint32 GridStore::AddText(const QString& text)
 {
     if (text.isEmpty())

@@ -82,6 +82,8 @@ public:
     int cols() const { return cols_; }
     void SetRows(int rows);
     void SetCols(int cols);
+    // Inserts an empty row before `row` (rows() appends); the cost is the rows after it.
+    void InsertRow(int row);
 
     QString Text(int row, int col) const;
     bool TextIsEmpty(int row, int col) const { return cellText_[Index(row, col)] == 0; }

@@ -34,6 +34,24 @@ TEST_F(GridTest, RowsGrowAndShrinkFromTheEnd)
     EXPECT_EQ(g.TextMatrix(11, 1), QString());  // a new row starts empty
 }
 
+TEST_F(GridTest, AddItemInsertsARowAndMovesTheRestDown)
+{
+    FillOutline();
+    FlexGrid& g = *grid_;
+    g.setRow(4);
+    g.AddItem(QStringLiteral("New\tx"), 2);
+    EXPECT_EQ(g.Rows(), 10);
+    EXPECT_EQ(g.TextMatrix(2, 0), QStringLiteral("New"));
+    EXPECT_EQ(g.TextMatrix(2, 1), QStringLiteral("x"));
+    EXPECT_EQ(g.TextMatrix(3, 0), QStringLiteral("Row 2"));
+    EXPECT_EQ(g.GetNode(QStringLiteral("N1")), 5);
+    EXPECT_EQ(g.Row(), 5);
+    EXPECT_EQ(g.GetNodeRow(2, FlexGrid::flexNTParent), 1);
+    g.AddItem(QStringLiteral("Last"));
+    EXPECT_EQ(g.TextMatrix(10, 0), QStringLiteral("Last"));
+    EXPECT_RUNTIME_ERROR(g.AddItem(QString(), 99), 381);
+}
+
 TEST_F(GridTest, TextAndRowDataOutOfRangeAreNumberedErrors)
 {
     FlexGrid& g = *grid_;
