@@ -9,6 +9,7 @@
 #include "export.h"
 #include "flat_view.h"
 #include "forecast_view.h"
+#include "host_objects.h"
 #include "priority_view.h"
 #include "runtime_error.h"
 

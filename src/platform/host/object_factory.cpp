@@ -80,3 +80,19 @@ std::shared_ptr<AutomationObject> ObjectFactory::Create(const QString& progId)
 }
 
 }  // namespace BrevView::host
+
+namespace BrevView {
+
+HostObject::~HostObject() = default;
+
+void RegisterHostObject(const QString& progId, HostObjectCreator creator)
+{
+    host::ObjectFactory::Register(progId, std::move(creator));
+}
+
+void RestoreDefaultHostObjects()
+{
+    host::ObjectFactory::RestoreDefaults();
+}
+
+}  // namespace BrevView

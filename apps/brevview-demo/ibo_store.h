@@ -1,0 +1,28 @@
+#pragma once
+// The demo host's own access to the IBO table: what a real host does beside the
+// controls (reading an IBO for its edit dialog, writing the user's changes).
+
+#include <optional>
+
+#include <QString>
+
+struct IboRecord {
+    qint32 id = 0;
+    QString number, firstName, lastName, company, product, note;
+    QString dateWWIH;  // yyyy-MM-dd
+    int status = 1, priority = 1, uwih = 0, uwwgi = 0;
+    double value = 0;  // whole currency units with hundredths
+};
+
+class IboStore {
+public:
+    explicit IboStore(QString path) : path_(std::move(path)) {}
+    std::optional<IboRecord> Load(qint32 id, QString* error) const;
+    bool Save(const IboRecord& ibo, QString* error) const;
+    // The id of the IBO with this number, or 0.
+    qint32 IdOfNumber(const QString& number) const;
+    const QString& path() const { return path_; }
+
+private:
+    QString path_;
+};

@@ -1,0 +1,66 @@
+#pragma once
+// The demo host's window: the three BrevView controls in tabs, with a menu and tool
+// buttons for every public property and method.
+
+#include <QMainWindow>
+
+#include <brevview/brevview.h>
+
+#include "ibo_store.h"
+
+class QCheckBox;
+class QComboBox;
+class QLineEdit;
+class QSpinBox;
+class QTabWidget;
+class QToolBar;
+
+class MainWindow : public QMainWindow {
+    Q_OBJECT
+
+public:
+    explicit MainWindow(const QString& databasePath, QWidget* parent = nullptr);
+
+    void RefreshAll();
+    // Renders each view, refreshed and opened, to DIR/priority.png, forecast.png, flat.png.
+    QStringList SaveScreenshots(const QString& dir);
+
+private slots:
+    void OnPriorityOutline(int row, int state);
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+
+private:
+    QWidget* CurrentView() const;
+    void Refresh();
+    void ExpandAll();
+    void CollapseAll();
+    void GoTo();
+    void ShowSelection();
+    void Print();
+    void PrintPreview();
+    void EditIbo(qint32 id);
+    void ContextMenu(qint32 id, QWidget* from);
+    void ReportError(const BrevView::RuntimeError& e, const QString& what);
+    void UpdateOptionBars();
+    void WritePoints();
+    void Event(const QString& line);
+
+    IboStore store_;
+    QTabWidget* tabs_;
+    BrevView::PriorityView* priority_;
+    BrevView::ForecastView* forecast_;
+    BrevView::FlatView* flat_;
+    QToolBar* priorityBar_;
+    QToolBar* forecastBar_;
+    QToolBar* flatBar_;
+    QSpinBox* rangeValue_;
+    QComboBox* rangeUnits_;
+    QCheckBox* weighted_;
+    QCheckBox* showWon_;
+    QComboBox* wonRange_;
+    QCheckBox* filters_[4];
+    QComboBox* source_;
+    QLineEdit* search_;
+};

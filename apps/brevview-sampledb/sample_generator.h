@@ -1,0 +1,21 @@
+#pragma once
+// Writes a realistic, deterministic set of IBOs into a new SQLite database: the
+// sample database of the demo and the benchmark databases.
+
+#include <QDate>
+#include <QString>
+
+namespace BrevView::sample {
+
+struct Options {
+    int count = 500;            // IBOs in IboMain
+    quint32 seed = 20261122;    // same seed, same database
+    QDate today;                // dates are placed around this day (default: the clock's today)
+    int archivePercent = 4;     // extra rows in IboArchive, as a share of count
+};
+
+// Creates `path` (replacing an existing file) with the IBO tables and the IBOs.
+// Returns an empty text on success, else what went wrong.
+QString Generate(const QString& path, const Options& options);
+
+}  // namespace BrevView::sample
