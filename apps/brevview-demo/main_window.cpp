@@ -22,6 +22,7 @@
 #include <QStatusBar>
 #include <QTabWidget>
 #include <QTextStream>
+#include <QTimer>
 #include <QToolBar>
 
 #include "ibo_edit_dialog.h"
@@ -203,7 +204,8 @@ MainWindow::MainWindow(const QString& databasePath, QWidget* parent) : QMainWind
     });
     connect(tabs_, &QTabWidget::currentChanged, this, [this] {
         UpdateOptionBars();
-        WritePoints();
+        // After the tool bars have been laid out for the new tab.
+        QTimer::singleShot(0, this, &MainWindow::WritePoints);
     });
     UpdateOptionBars();
     statusBar()->showMessage(tr("Double-click an IBO to edit it; right-click for more."));
@@ -417,6 +419,10 @@ void MainWindow::WritePoints()
     QString out;
     QTextStream s(&out);
     s << "tab " << tabs_->currentIndex() << '\n';
+    if (weighted_->isVisible()) {
+        const QPoint w = weighted_->mapToGlobal(weighted_->rect().center());
+        s << "control weighted " << w.x() << ' ' << w.y() << '\n';
+    }
     const int rows = grid->property("Rows").toInt();
     for (int r = 1; r < std::min(rows, 8); ++r) {
         QRect cell;
