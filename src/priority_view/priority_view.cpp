@@ -215,6 +215,7 @@ void PriorityViewPrivate::ReadGroup(data::Recordset& rs, int nodeRow, bool overd
 {
     Q_UNUSED(nodeRow);
     grid::FlexGrid& g = *flexGrid;
+    const Date today = host::Clock::Today();
     while (!rs.Eof()) {
         g.setRows(g.Rows() + 1);
         const int r = g.Rows() - 1;
@@ -236,7 +237,7 @@ void PriorityViewPrivate::ReadGroup(data::Recordset& rs, int nodeRow, bool overd
         g.setTextMatrix(r, colQualified, ToText(rs.Field(fi.DateQualified)));
         if (overdue)
             g.setCell(grid::flexcpBackColor, r, 0, r, colQualified, kNodeBack);
-        g.setTextMatrix(r, colWtc, detail::WeeksToCloseText(closing, host::Clock::Today()));
+        g.setTextMatrix(r, colWtc, detail::WeeksToCloseText(closing, today));
         g.setTextMatrix(r, colProbability, QString::number(probability.Lookup(uwih, uwwgi)));
         g.setTextMatrix(r, colNote, ToText(rs.Field(fi.Note)));
         ++count;

@@ -44,37 +44,55 @@ QString DoubleToText(double value)
         return QStringLiteral("0");
     if (!std::isfinite(value))
         return std::isnan(value) ? QStringLiteral("NaN") : (value > 0 ? QStringLiteral("Infinity") : QStringLiteral("-Infinity"));
+    // Whole numbers below 1e15 (most money amounts) print as integers.
+    if (std::fabs(value) < 1e15 && value == std::trunc(value))
+        return QString::number(qint64(value));
     char buf[64];
     // Shortest round-trip digits in scientific form: d.dddde[+-]x
     const auto res = std::to_chars(buf, buf + sizeof buf, value, std::chars_format::scientific);
-    std::string sci(buf, res.ptr);
-    const bool negative = sci[0] == '-';
+    const char* p = buf;
+    const bool negative = *p == '-';
     if (negative)
-        sci.erase(0, 1);
-    const size_t e = sci.find('e');
-    const int exponent = std::stoi(sci.substr(e + 1));
-    std::string digits = sci.substr(0, e);
-    digits.erase(std::remove(digits.begin(), digits.end(), '.'), digits.end());
-    std::string out;
+        ++p;
+    const char* end = res.ptr;
+    const char* e = std::find(p, end, 'e');
+    int exponent = 0;
+    std::from_chars(e + 1 + (e[1] == '+' ? 1 : 0), end, exponent);
+    char digits[32];
+    int nd = 0;
+    for (const char* q = p; q < e; ++q) {
+        if (*q != '.')
+            digits[nd++] = *q;
+    }
+    char out[64];
+    int n = 0;
+    if (negative)
+        out[n++] = '-';
     if (exponent >= 15 || exponent < -4) {
-        out = digits.substr(0, 1);
-        if (digits.size() > 1)
-            out += "." + digits.substr(1);
-        char ebuf[16];
-        std::snprintf(ebuf, sizeof ebuf, "E%c%02d", exponent < 0 ? '-' : '+', std::abs(exponent));
-        out += ebuf;
+        out[n++] = digits[0];
+        if (nd > 1) {
+            out[n++] = '.';
+            for (int i = 1; i < nd; ++i)
+                out[n++] = digits[i];
+        }
+        n += std::snprintf(out + n, sizeof out - size_t(n), "E%c%02d", exponent < 0 ? '-' : '+', std::abs(exponent));
     } else if (exponent >= 0) {
-        if (int(digits.size()) <= exponent + 1) {
-            out = digits + std::string(size_t(exponent + 1 - int(digits.size())), '0');
-        } else {
-            out = digits.substr(0, size_t(exponent + 1)) + "." + digits.substr(size_t(exponent + 1));
+        for (int i = 0; i <= exponent; ++i)
+            out[n++] = i < nd ? digits[i] : '0';
+        if (nd > exponent + 1) {
+            out[n++] = '.';
+            for (int i = exponent + 1; i < nd; ++i)
+                out[n++] = digits[i];
         }
     } else {
-        out = "0." + std::string(size_t(-exponent - 1), '0') + digits;
+        out[n++] = '0';
+        out[n++] = '.';
+        for (int i = 0; i < -exponent - 1; ++i)
+            out[n++] = '0';
+        for (int i = 0; i < nd; ++i)
+            out[n++] = digits[i];
     }
-    if (negative)
-        out.insert(out.begin(), '-');
-    return QString::fromStdString(out);
+    return QString::fromLatin1(out, n);
 }
 
 bool ParseNumber(const QString& text, double* out)

@@ -25,7 +25,15 @@ void ResultText(sqlite3_context* ctx, const QString& text)
 void FnDate(sqlite3_context* ctx, int, sqlite3_value**)
 {
     try {
-        ResultText(ctx, host::Clock::Today().ToCanonicalText());
+        // The same day's text for every row of a statement: made once per day.
+        thread_local double day = -1e9;
+        thread_local QByteArray text;
+        const automation::Date today = host::Clock::Today();
+        if (today.serial() != day) {
+            text = today.ToCanonicalText().toUtf8();
+            day = today.serial();
+        }
+        sqlite3_result_text(ctx, text.constData(), int(text.size()), SQLITE_TRANSIENT);
     } catch (const std::exception& e) {
         sqlite3_result_error(ctx, e.what(), -1);
     }
@@ -74,7 +82,10 @@ void FnDatePart(sqlite3_context* ctx, int, sqlite3_value** argv)
 void RegisterFunctions(sqlite3* db)
 {
     const int flags = SQLITE_UTF8;
-    sqlite3_create_function(db, "brev_date", 0, flags, nullptr, FnDate, nullptr, nullptr);
+    // Date() is the same for the whole of one statement's run: marked deterministic so that
+    // SQLite computes it once per run, not once per row. Statements are prepared per
+    // recordset, so a new day is seen by the next one.
+    sqlite3_create_function(db, "brev_date", 0, flags | SQLITE_DETERMINISTIC, nullptr, FnDate, nullptr, nullptr);
     sqlite3_create_function(db, "brev_now", 0, flags, nullptr, FnNow, nullptr, nullptr);
     sqlite3_create_function(db, "brev_year", 1, flags | SQLITE_DETERMINISTIC, nullptr, FnDatePart<0>, nullptr, nullptr);
     sqlite3_create_function(db, "brev_month", 1, flags | SQLITE_DETERMINISTIC, nullptr, FnDatePart<1>, nullptr, nullptr);
@@ -91,7 +102,8 @@ std::shared_ptr<SqliteConnection> SqliteConnection::Open(const QString& path)
     std::shared_ptr<SqliteConnection> c(new SqliteConnection);
     c->path_ = path;
     // Never SQLITE_OPEN_CREATE: a missing file is an error, not a new empty database.
-    const int rc = sqlite3_open_v2(path.toUtf8().constData(), &c->db_, SQLITE_OPEN_READWRITE, nullptr);
+    // One connection per control and thread: SQLite's own per-call locking is not needed.
+    const int rc = sqlite3_open_v2(path.toUtf8().constData(), &c->db_, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
     if (rc != SQLITE_OK) {
         const QString why = c->db_ ? QString::fromUtf8(sqlite3_errmsg(c->db_)) : QStringLiteral("out of memory");
         Raise(automation::ErrCannotOpenFile, kSource,

@@ -64,6 +64,16 @@ FlexGrid::FlexGrid(QWidget* parent) : QAbstractScrollArea(parent)
     connect(verticalScrollBar(), &QScrollBar::sliderMoved, this, [this](int v) { ScrollTipRequested(v); });
     store_.SetCols(2);
     store_.SetRows(2);
+    defaultRowPx_ = fontMetrics().height() + 6;
+}
+
+void FlexGrid::changeEvent(QEvent* event)
+{
+    if (event->type() == QEvent::FontChange) {
+        defaultRowPx_ = fontMetrics().height() + 6;
+        OutlineChanged();
+    }
+    QAbstractScrollArea::changeEvent(event);
 }
 
 FlexGrid::~FlexGrid() = default;
@@ -108,7 +118,7 @@ int FlexGrid::RowPx(int row) const
 {
     const qint32 t = store_.Row(row).height;
     if (t < 0)
-        return fontMetrics().height() + 6;
+        return defaultRowPx_;
     return qMax(0, qRound(t * qMax(1, logicalDpiY()) / 1440.0));
 }
 
@@ -219,7 +229,7 @@ void FlexGrid::UpdateScrollBars()
         --lastTop;
     }
     verticalScrollBar()->setRange(0, std::max(0, lastTop));
-    const int perPage = std::max(1, viewH / std::max(1, fontMetrics().height() + 6));
+    const int perPage = std::max(1, viewH / std::max(1, defaultRowPx_));
     verticalScrollBar()->setPageStep(perPage);
     horizontalScrollBar()->setRange(0, std::max(0, TotalWidthPx() - viewport()->width()));
     horizontalScrollBar()->setPageStep(std::max(1, viewport()->width()));

@@ -218,6 +218,7 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
     void scrollContentsBy(int dx, int dy) override;
     bool viewportEvent(QEvent* event) override;
+    void changeEvent(QEvent* event) override;
 
 private:
     void CheckRow(int row, const char* what) const;
@@ -282,6 +283,7 @@ private:
     mutable QHash<QString, int> nodeIndex_;
     mutable bool nodeIndexDirty_ = true;
 
+    int defaultRowPx_ = 0;  // the font's height plus padding; kept up to date on font changes
     int resizingCol_ = -1;
     int resizeStartX_ = 0;
     int resizeStartWidth_ = 0;

@@ -232,15 +232,22 @@ void GridStore::ApplySetting(int setting, int row1, int col1, int row2, int col2
         return s;
     };
     EnsureStyles();
-    // Most blocks share a handful of styles: map each old id to its new id once.
-    std::unordered_map<quint16, quint16> mapped;
+    // Most blocks share a handful of styles: map each old id to its new id once, and
+    // remember the mapping for the next block with the same setting and value.
+    const QByteArray valueKey = QByteArray::number(setting) + ':' + value.toString().toUtf8() + ':';
+    quint16 lastOld = 0xFFFF, lastNew = 0;
     for (int r = row1; r <= row2; ++r) {
         quint16* id = &cellStyle_[Index(r, col1)];
         for (int c = col1; c <= col2; ++c, ++id) {
-            auto it = mapped.find(*id);
-            if (it == mapped.end())
-                it = mapped.emplace(*id, Intern(change(styles_[*id]))).first;
-            *id = it->second;
+            if (*id != lastOld) {
+                const QByteArray key = valueKey + QByteArray::number(*id);
+                auto it = transitions_.constFind(key);
+                if (it == transitions_.constEnd())
+                    it = transitions_.insert(key, Intern(change(styles_[*id])));
+                lastOld = *id;
+                lastNew = it.value();
+            }
+            *id = lastNew;
         }
     }
 }
@@ -306,6 +313,7 @@ bool GridStore::Read(QDataStream& in)
         return false;
     fresh.styles_.clear();
     fresh.styleIds_.clear();
+    fresh.transitions_.clear();
     for (quint32 i = 0; i < styleCount; ++i) {
         CellStyle s;
         in >> s.fore >> s.back >> s.fontName >> s.fontSize >> s.bold >> s.italic >> s.underline >> s.alignment;

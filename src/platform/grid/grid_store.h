@@ -124,6 +124,9 @@ private:
     std::vector<quint16> cellStyle_;   // empty until the first style is set
     std::vector<CellStyle> styles_;    // id 0 is the default style
     QHash<QByteArray, quint16> styleIds_;
+    // (old style, setting, value) -> new style, so that a setting repeated row after row
+    // costs one look-up and no interning.
+    QHash<QByteArray, quint16> transitions_;
     QStringList fontNames_;
     std::vector<RowInfo> rowInfo_;
     std::vector<ColInfo> colInfo_;

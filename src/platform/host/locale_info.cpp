@@ -1,6 +1,9 @@
 #include "locale_info.h"
 
+#include <atomic>
 #include <mutex>
+
+#include <QHash>
 
 namespace BrevView::host {
 namespace {
@@ -9,6 +12,15 @@ struct LocaleState {
     std::mutex mutex;
     std::optional<QLocale> override;
     ShortDateFormatSource source;
+    std::atomic<quint64> generation{1};  // bumped whenever the override changes
+};
+
+// The short-date texts already made on this thread, by day, for the locale of one
+// generation: a refresh writes the same few hundred days over and over.
+struct DateTextCache {
+    quint64 generation = 0;
+    QLocale locale;
+    QHash<qint64, QString> texts;
 };
 
 LocaleState& State()
@@ -36,6 +48,7 @@ void SetLocaleOverride(std::optional<QLocale> locale)
     LocaleState& s = State();
     std::lock_guard lock(s.mutex);
     s.override = std::move(locale);
+    s.generation.fetch_add(1);
 }
 
 void SetShortDateFormatSource(ShortDateFormatSource source)
@@ -71,7 +84,22 @@ qint32 ShortDateOrder()
 
 QString FormatShortDate(const QDate& date)
 {
-    return CurrentLocale().toString(date, QLocale::ShortFormat);
+    thread_local DateTextCache cache;
+    const quint64 generation = State().generation.load();
+    if (cache.generation != generation) {
+        cache.locale = CurrentLocale();
+        cache.texts.clear();
+        cache.generation = generation;
+    }
+    const qint64 day = date.toJulianDay();
+    auto it = cache.texts.constFind(day);
+    if (it != cache.texts.constEnd())
+        return it.value();
+    if (cache.texts.size() > 100000)
+        cache.texts.clear();
+    const QString text = cache.locale.toString(date, QLocale::ShortFormat);
+    cache.texts.insert(day, text);
+    return text;
 }
 
 bool ParseShortDate(const QString& text, QDate* out)

@@ -1,0 +1,322 @@
+// Measures every view's refresh against the raw database scan (the floor: a plain
+// sqlite3 prepare/step loop reading every selected column of the same query as text)
+// and against filling a QStandardItemModel, in one process, on sample databases of
+// 10,000, 100,000 and 1,000,000 IBOs. Prints medians and ratios and exits 1 when a
+// goal is missed.
+// Usage: views_bench [--short] [--runs K] [--sizes 10000,100000,1000000] [--dir DIR]
+
+#include <malloc.h>
+#include <sqlite3.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <functional>
+#include <map>
+#include <memory>
+#include <vector>
+
+#include <QApplication>
+#include <QDir>
+#include <QFile>
+#include <QImage>
+#include <QStandardItemModel>
+#include <QTemporaryDir>
+
+#include <brevview/brevview.h>
+
+#include "forecast_view/forecast_view_private.h"
+#include "priority_view/priority_view_private.h"
+#include "sample_generator.h"
+
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+double Median(std::vector<double> v)
+{
+    std::sort(v.begin(), v.end());
+    return v[v.size() / 2];
+}
+
+double Seconds(const std::function<void()>& f)
+{
+    const auto t0 = Clock::now();
+    f();
+    return std::chrono::duration<double>(Clock::now() - t0).count();
+}
+
+double MedianOf(int runs, const std::function<void()>& f)
+{
+    f();  // warm-up
+    std::vector<double> t;
+    for (int i = 0; i < runs; ++i)
+        t.push_back(Seconds(f));
+    return Median(t);
+}
+
+size_t HeapInUse()
+{
+    malloc_trim(0);
+    const struct mallinfo2 mi = mallinfo2();
+    return mi.uordblks + mi.hblkhd;
+}
+
+// The Jet texts as SQLite runs them (the same statements the views run).
+const char* kFlatFloor =
+    "SELECT IboID, IboNumber, DateWWIH, ConFirstName, ConLastName, ConCompany, DescriptorUwwgi, DescriptorUwih, Product, "
+    "IboValueNumeric, IboValueDecimal, DescriptorStatus, Note FROM IboMain WHERE ((RecStatusArchive = 0) And (RecStatusDelete = 0)) "
+    "AND (DescriptorStatus IN (1,2,3,4)) ORDER BY DateWWIH";
+
+long long Scan(sqlite3* db, const char* sql, const std::vector<std::pair<const char*, int>>& params = {})
+{
+    sqlite3_stmt* s = nullptr;
+    if (sqlite3_prepare_v2(db, sql, -1, &s, nullptr) != SQLITE_OK) {
+        std::fprintf(stderr, "floor query: %s\n", sqlite3_errmsg(db));
+        return 0;
+    }
+    for (const auto& [name, value] : params)
+        sqlite3_bind_int(s, sqlite3_bind_parameter_index(s, name), value);
+    long long bytes = 0;
+    const int cols = sqlite3_column_count(s);
+    while (sqlite3_step(s) == SQLITE_ROW) {
+        for (int c = 0; c < cols; ++c) {
+            sqlite3_column_text(s, c);
+            bytes += sqlite3_column_bytes(s, c);
+        }
+    }
+    sqlite3_finalize(s);
+    return bytes;
+}
+
+// The floor of each view: the statements it runs, read whole as text.
+double FloorSeconds(const QString& path, const char* view, int runs)
+{
+    sqlite3* db = nullptr;
+    sqlite3_open_v2(path.toUtf8().constData(), &db, SQLITE_OPEN_READONLY, nullptr);
+    const QByteArray today = QDate::currentDate().toString(QStringLiteral("yyyy-MM-dd 00:00:00")).toUtf8();
+    const QString prioritySelect = QStringLiteral(
+        "SELECT DateWWIH, ConFirstName, ConLastName, ConCompany, DescriptorUwwgi, DescriptorUwih, IboValueNumeric, IboValueDecimal, "
+        "Product, DateQualified, IboID, DescriptorPriority, IboNumber, Note FROM IboMain WHERE DescriptorStatus = 1 AND "
+        "RecStatusArchive = 0 AND RecStatusDelete = 0 ");
+    const QByteArray overdue = (prioritySelect + QStringLiteral("AND DateWWIH < '%1' ORDER BY DescriptorPriority, DateWWIH, IboValueNumeric, IboNumber")
+                                                     .arg(QString::fromUtf8(today))).toUtf8();
+    const QByteArray byPriority = (prioritySelect + QStringLiteral("AND DateWWIH >= '%1' AND DescriptorPriority = @p ORDER BY DateWWIH, IboValueNumeric, IboNumber")
+                                                        .arg(QString::fromUtf8(today))).toUtf8();
+    const char* forecast =
+        "SELECT IboID,IboNumber,DateWWIH,ConFirstName,ConLastName,ConCompany, DescriptorUwwgi, DescriptorUwih, Product,IboValueNumeric, "
+        "IboValueDecimal,DescriptorStatus,DateWonLostCancel, Note FROM IboMain WHERE ((DescriptorStatus=1) OR (DescriptorStatus=2)) AND "
+        "((RecStatusArchive=0) AND (RecStatusDelete=0)) ORDER BY substr(DateWWIH,1,7), (DescriptorUwwgi*DescriptorUwih + ((DescriptorStatus-1)*20)) DESC, "
+        "DescriptorUwih DESC, DescriptorUwwgi DESC, IboValueNumeric DESC";
+    const double t = MedianOf(runs, [&] {
+        if (qstrcmp(view, "flat") == 0) {
+            Scan(db, kFlatFloor);
+        } else if (qstrcmp(view, "priority") == 0) {
+            Scan(db, overdue.constData());
+            for (int p = 1; p <= 5; ++p)
+                Scan(db, byPriority.constData(), {{"@p", p}});
+        } else {
+            Scan(db, forecast);
+        }
+    });
+    sqlite3_close(db);
+    return t;
+}
+
+int CountRows(const QString& path)
+{
+    sqlite3* db = nullptr;
+    sqlite3_open_v2(path.toUtf8().constData(), &db, SQLITE_OPEN_READONLY, nullptr);
+    sqlite3_stmt* s = nullptr;
+    sqlite3_prepare_v2(db, kFlatFloor, -1, &s, nullptr);
+    int n = 0;
+    while (sqlite3_step(s) == SQLITE_ROW)
+        ++n;
+    sqlite3_finalize(s);
+    sqlite3_close(db);
+    return n;
+}
+
+struct Result {
+    double floorFlat = 0, floorPriority = 0, floorForecast = 0;
+    double flat = 0, priority = 0, forecast = 0, modeSwitch = 0, expandCollapse = 0, gotoLast = 0, paint = 0;
+    double model = 0;
+    size_t flatBytes = 0, modelBytes = 0, priorityBytes = 0, forecastBytes = 0;
+    int rows = 0;
+};
+
+Result Measure(const QString& path, int runs, bool withModel)
+{
+    Result r;
+    r.rows = CountRows(path);
+    qputenv("BREV_DATABASE", path.toLocal8Bit());
+    r.floorFlat = FloorSeconds(path, "flat", runs);
+    r.floorPriority = FloorSeconds(path, "priority", runs);
+    {
+        BrevView::ForecastView warm;  // the won dates are written once; later refreshes write them again
+        warm.Refresh();
+    }
+    r.floorForecast = FloorSeconds(path, "forecast", runs);
+    {
+        const size_t before = HeapInUse();
+        BrevView::FlatView flat;
+        flat.resize(1200, 800);
+        r.flat = MedianOf(runs, [&] { flat.Refresh(); });
+        r.flatBytes = HeapInUse() - before;
+        QImage image(1200, 800, QImage::Format_ARGB32_Premultiplied);
+        flat.GotoIBO(0);
+        r.paint = MedianOf(runs, [&] { flat.render(&image); });
+    }
+    {
+        const size_t before = HeapInUse();
+        BrevView::PriorityView priority;
+        priority.resize(1200, 800);
+        r.priority = MedianOf(runs, [&] { priority.Refresh(); });
+        r.priorityBytes = HeapInUse() - before;
+    }
+    {
+        const size_t before = HeapInUse();
+        BrevView::ForecastView forecast;
+        forecast.resize(1200, 800);
+        r.forecast = MedianOf(runs, [&] { forecast.Refresh(); });
+        r.forecastBytes = HeapInUse() - before;
+        int mode = 0;
+        r.modeSwitch = MedianOf(runs, [&] { forecast.setForecastMode(mode ^= 1); });
+        r.expandCollapse = MedianOf(runs, [&] {
+            forecast.ExpandAllNodes();
+            forecast.CollapseAllNodes();
+        });
+        QWidget* grid = forecast.findChild<QWidget*>(QStringLiteral("flexGrid"));
+        const int rows = grid->property("Rows").toInt();
+        QVariant last;
+        QMetaObject::invokeMethod(grid, "RowData", Q_RETURN_ARG(QVariant, last), Q_ARG(int, rows - 1));
+        r.gotoLast = MedianOf(runs, [&] { forecast.GotoIBO(last.toInt()); });
+    }
+    if (withModel) {
+        // The usual Qt way: one item per cell, two coloured columns, the same texts.
+        sqlite3* db = nullptr;
+        sqlite3_open_v2(path.toUtf8().constData(), &db, SQLITE_OPEN_READONLY, nullptr);
+        std::vector<double> times;
+        for (int i = 0; i < std::max(1, std::min(runs, 3)); ++i) {
+            const size_t before = HeapInUse();
+            QStandardItemModel model;
+            times.push_back(Seconds([&] {
+                sqlite3_stmt* s = nullptr;
+                sqlite3_prepare_v2(db, kFlatFloor, -1, &s, nullptr);
+                model.setColumnCount(12);
+                const QBrush blue(QColor(0, 0, 255));
+                int row = 0;
+                while (sqlite3_step(s) == SQLITE_ROW) {
+                    model.setRowCount(row + 1);
+                    for (int c = 0; c < 12; ++c) {
+                        auto* item = new QStandardItem(QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(s, c)),
+                                                                         sqlite3_column_bytes(s, c)));
+                        if (c == 6 || c == 7)
+                            item->setForeground(blue);
+                        model.setItem(row, c, item);
+                    }
+                    ++row;
+                }
+                sqlite3_finalize(s);
+            }));
+            r.modelBytes = HeapInUse() - before;
+        }
+        r.model = Median(times);
+        sqlite3_close(db);
+    }
+    return r;
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication app(argc, argv);
+    QTemporaryDir tmp;
+    qputenv("XDG_CONFIG_HOME", tmp.filePath(QStringLiteral("config")).toLocal8Bit());
+    std::vector<int> sizes{10000, 100000, 1000000};
+    int runs = 5;
+    QString dir = tmp.path();
+    const QStringList args = app.arguments();
+    for (int i = 1; i < args.size(); ++i) {
+        if (args[i] == QLatin1String("--short"))
+            sizes = {10000};
+        else if (args[i] == QLatin1String("--runs") && i + 1 < args.size())
+            runs = args[++i].toInt();
+        else if (args[i] == QLatin1String("--dir") && i + 1 < args.size())
+            dir = args[++i];
+        else if (args[i] == QLatin1String("--sizes") && i + 1 < args.size()) {
+            sizes.clear();
+            for (const QString& s : args[++i].split(QLatin1Char(',')))
+                sizes.push_back(s.toInt());
+        }
+    }
+    // --profile VIEW: only that view's refresh, for a profiler.
+    const int profileAt = args.indexOf(QStringLiteral("--profile"));
+    if (profileAt > 0 && profileAt + 1 < args.size()) {
+        const QString path = QDir(dir).filePath(QStringLiteral("bench-%1.db").arg(sizes.front()));
+        qputenv("BREV_DATABASE", path.toLocal8Bit());
+        const QString which = args[profileAt + 1];
+        std::unique_ptr<QWidget> view(BrevView::CreateControl(QStringLiteral("BrevView.") + which));
+        for (int i = 0; i < runs; ++i)
+            QMetaObject::invokeMethod(view.get(), "Refresh");
+        return 0;
+    }
+    std::map<int, Result> results;
+    for (int n : sizes) {
+        const QString path = QDir(dir).filePath(QStringLiteral("bench-%1.db").arg(n));
+        if (!QFile::exists(path)) {
+            BrevView::sample::Options options;
+            options.count = n;
+            options.archivePercent = 0;
+            const QString error = BrevView::sample::Generate(path, options);
+            if (!error.isEmpty()) {
+                std::fprintf(stderr, "views_bench: %s\n", qPrintable(error));
+                return 2;
+            }
+        }
+        results[n] = Measure(path, runs, n <= 100000);
+        const Result& r = results[n];
+        std::printf("\n%d IBOs (%d in the flat list), median of %d runs\n", n, r.rows, runs);
+        std::printf("  %-34s %10.4f s\n", "floor, flat query", r.floorFlat);
+        std::printf("  %-34s %10.4f s\n", "floor, priority queries", r.floorPriority);
+        std::printf("  %-34s %10.4f s\n", "floor, forecast query", r.floorForecast);
+        std::printf("  %-34s %10.4f s  %8.1f MiB\n", "FlatView.Refresh", r.flat, r.flatBytes / 1048576.0);
+        std::printf("  %-34s %10.4f s  %8.1f MiB\n", "PriorityView.Refresh", r.priority, r.priorityBytes / 1048576.0);
+        std::printf("  %-34s %10.4f s  %8.1f MiB\n", "ForecastView.Refresh (won writes)", r.forecast, r.forecastBytes / 1048576.0);
+        std::printf("  %-34s %10.4f s\n", "ForecastMode switch", r.modeSwitch);
+        std::printf("  %-34s %10.4f s\n", "ExpandAllNodes + CollapseAllNodes", r.expandCollapse);
+        std::printf("  %-34s %10.4f s\n", "GotoIBO of the last IBO", r.gotoLast);
+        std::printf("  %-34s %10.5f s\n", "paint 1200x800 (flat view)", r.paint);
+        if (r.model > 0)
+            std::printf("  %-34s %10.4f s  %8.1f MiB\n", "QStandardItemModel fill", r.model, r.modelBytes / 1048576.0);
+    }
+    bool ok = true;
+    auto check = [&](const QString& what, double value, double goal, bool atMost) {
+        const bool pass = atMost ? value <= goal : value >= goal;
+        ok = ok && pass;
+        std::printf("%-60s %8.3f  goal %s %6.3f  %s\n", qPrintable(what), value, atMost ? "<=" : ">=", goal, pass ? "ok" : "MISSED");
+    };
+    std::printf("\nGoals\n");
+    const int mid = results.count(100000) ? 100000 : sizes.front();
+    const Result& m = results[mid];
+    check(QStringLiteral("FlatView.Refresh / floor at %1").arg(mid), m.flat / m.floorFlat, 2.0, true);
+    check(QStringLiteral("PriorityView.Refresh / floor at %1").arg(mid), m.priority / m.floorPriority, 2.5, true);
+    check(QStringLiteral("ForecastView.Refresh / floor at %1").arg(mid), m.forecast / m.floorForecast, 3.0, true);
+    if (m.model > 0) {
+        check(QStringLiteral("QStandardItemModel fill / FlatView.Refresh at %1").arg(mid), m.model / m.flat, 3.0, false);
+        check(QStringLiteral("FlatView memory / QStandardItemModel memory at %1").arg(mid), double(m.flatBytes) / double(m.modelBytes), 1.0 / 3.0, true);
+    }
+    check(QStringLiteral("ForecastMode switch / ForecastView.Refresh at %1").arg(mid), m.modeSwitch / m.forecast, 0.25, true);
+    if (results.count(10000) && results.count(1000000)) {
+        const Result& s = results[10000];
+        const Result& l = results[1000000];
+        const double scale = double(s.rows) / double(l.rows);
+        check(QStringLiteral("FlatView time per IBO, 1M / 10k"), l.flat / s.flat * scale, 1.5, true);
+        check(QStringLiteral("PriorityView time per IBO, 1M / 10k"), l.priority / s.priority * scale, 1.5, true);
+        check(QStringLiteral("ForecastView time per IBO, 1M / 10k"), l.forecast / s.forecast * scale, 1.5, true);
+        check(QStringLiteral("viewport paint, 1M / 10k rows"), l.paint / s.paint, 1.5, true);
+    }
+    return ok ? 0 : 1;
+}
