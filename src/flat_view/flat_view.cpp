@@ -4,6 +4,7 @@
 
 #include "../common/dates.h"
 #include "../common/grid_events.h"
+#include "../common/grid_fill.h"
 #include "../common/mod_init.h"
 #include "../common/traced.h"
 #include "../common/view_preferences.h"
@@ -245,11 +246,11 @@ void FlatViewPrivate::Refresh()
                 g.setRowDataValue(r, Variant(ToLong(rs.Field(fi.IboID))));
                 const automation::Date day = detail::NormalizeDateIgnoringErrors(rs.Field(fi.DateWWIH));
                 g.setTextMatrix(r, colDate, host::FormatShortDate(day.ToQDate()));
-                g.setTextMatrix(r, colIboNumber, ToText(rs.Field(fi.IboNumber)));
+                detail::SetTextFromField(g, r, colIboNumber, rs, fi.IboNumber);
                 g.setTextMatrix(r, colStatus, detail::StatusLabel(rs.Field(fi.DescriptorStatus)));
-                g.setTextMatrix(r, colLastName, ToText(rs.Field(fi.ConLastName)));
-                g.setTextMatrix(r, colFirstName, ToText(rs.Field(fi.ConFirstName)));
-                g.setTextMatrix(r, colCompany, ToText(rs.Field(fi.ConCompany)));
+                detail::SetTextFromField(g, r, colLastName, rs, fi.ConLastName);
+                detail::SetTextFromField(g, r, colFirstName, rs, fi.ConFirstName);
+                detail::SetTextFromField(g, r, colCompany, rs, fi.ConCompany);
                 const Variant uwih = rs.Field(fi.DescriptorUwih);
                 const Variant uwwgi = rs.Field(fi.DescriptorUwwgi);
                 g.setTextMatrix(r, colUwih, detail::DescriptorLabel(uwih));
@@ -258,7 +259,7 @@ void FlatViewPrivate::Refresh()
                 g.setTextMatrix(r, colProduct, detail::ProductDisplayText(ToText(rs.Field(fi.Product))));
                 g.setTextMatrix(r, colValue,
                                 ToText(detail::IboValue(ToDouble(rs.Field(fi.IboValueNumeric)), ToDouble(rs.Field(fi.IboValueDecimal)))));
-                g.setTextMatrix(r, colNote, ToText(rs.Field(fi.Note)));
+                detail::SetTextFromField(g, r, colNote, rs, fi.Note);
                 ++r;
                 rs.MoveNext();
             }

@@ -4,6 +4,7 @@
 
 #include "../common/dates.h"
 #include "../common/grid_events.h"
+#include "../common/grid_fill.h"
 #include "../common/mod_init.h"
 #include "../common/traced.h"
 #include "../common/view_preferences.h"
@@ -420,16 +421,16 @@ void ForecastViewPrivate::InitMonthlyTotalsRS()
     });
 }
 
-void ForecastViewPrivate::FillIboRow(int r, data::Recordset& rs, bool won, qint32 level)
+std::pair<double, double> ForecastViewPrivate::FillIboRow(int r, data::Recordset& rs, bool won, qint32 level)
 {
     grid::FlexGrid& g = *flexGrid;
     g.setRowDataValue(r, Variant(ToLong(rs.Field(fi.IboID))));
     g.setRowOutlineLevel(r, level);
     g.setTextMatrix(r, colDate, host::FormatShortDate(NormalizeDate(automation::ToDate(rs.Field(fi.DateWWIH))).ToQDate()));
-    g.setTextMatrix(r, colIboNumber, ToText(rs.Field(fi.IboNumber)));
-    g.setTextMatrix(r, colLastName, ToText(rs.Field(fi.ConLastName)));
-    g.setTextMatrix(r, colFirstName, ToText(rs.Field(fi.ConFirstName)));
-    g.setTextMatrix(r, colCompany, ToText(rs.Field(fi.ConCompany)));
+    detail::SetTextFromField(g, r, colIboNumber, rs, fi.IboNumber);
+    detail::SetTextFromField(g, r, colLastName, rs, fi.ConLastName);
+    detail::SetTextFromField(g, r, colFirstName, rs, fi.ConFirstName);
+    detail::SetTextFromField(g, r, colCompany, rs, fi.ConCompany);
     const Variant uwih = rs.Field(fi.DescriptorUwih);
     const Variant uwwgi = rs.Field(fi.DescriptorUwwgi);
     g.setTextMatrix(r, colWih, detail::DescriptorLabel(uwih));
@@ -440,6 +441,7 @@ void ForecastViewPrivate::FillIboRow(int r, data::Recordset& rs, bool won, qint3
     const double value = ToDouble(detail::IboValue(ToDouble(rs.Field(fi.IboValueNumeric)), ToDouble(rs.Field(fi.IboValueDecimal))));
     // The amounts as text: the plain value as the double it is, the weighted one as Currency.
     const QString plain = automation::DoubleToText(value);
+    const double weightedValue = won ? value : detail::WeightedValue(percent, value).ToDouble();
     const QString weighted = won ? plain : detail::WeightedValue(percent, value).ToText();
     const QString a11 = won ? QStringLiteral("0") : plain;
     const QString a12 = won ? QStringLiteral("0") : weighted;
@@ -450,7 +452,8 @@ void ForecastViewPrivate::FillIboRow(int r, data::Recordset& rs, bool won, qint3
     g.setTextMatrix(r, colAmount5, QStringLiteral("0"));
     const bool unweighted = forecastMode == eUnweightedForecast;
     g.setTextMatrix(r, colValue, showWon ? (unweighted ? plain : weighted) : (unweighted ? a11 : a12));
-    g.setTextMatrix(r, colNote, ToText(rs.Field(fi.Note)));
+    detail::SetTextFromField(g, r, colNote, rs, fi.Note);
+    return {value, weightedValue};
 }
 
 void ForecastViewPrivate::ProcessOverdues(int& overdueRow)
@@ -467,9 +470,7 @@ void ForecastViewPrivate::ProcessOverdues(int& overdueRow)
         while (!rs.Eof()) {
             const int r = overdueRow + 1 + k;
             g.AddItem(QString(), r);
-            FillIboRow(r, rs, false, 1);
-            const double value = ToDouble(automation::Variant(g.TextMatrix(r, colAmount1)));
-            const double weighted = ToDouble(automation::Variant(g.TextMatrix(r, colAmount2)));
+            const auto [value, weighted] = FillIboRow(r, rs, false, 1);
             detail::AddToGrand(overdueWeighted, weighted);
             detail::AddToGrand(overdueUnweighted, value);
             ++k;

@@ -1,6 +1,7 @@
 #pragma once
 // The members and private procedures of ForecastView.
 
+#include <utility>
 #include <vector>
 
 #include <QStringList>
@@ -50,7 +51,8 @@ public:
     automation::Currency Chosen(automation::Currency unweighted, automation::Currency weighted, automation::Currency unweightedWon,
                                 automation::Currency weightedWon) const;
     void WriteAmounts(int row, automation::Currency a11, automation::Currency a12, automation::Currency a13, automation::Currency a14);
-    void FillIboRow(int row, data::Recordset& rs, bool won, qint32 level);
+    // Fills an IBO row; returns its value and its weighted value (as the hidden cells hold them).
+    std::pair<double, double> FillIboRow(int row, data::Recordset& rs, bool won, qint32 level);
 
     // Grid events.
     void OnDblClick();

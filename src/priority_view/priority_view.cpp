@@ -5,6 +5,7 @@
 
 #include "../common/dates.h"
 #include "../common/grid_events.h"
+#include "../common/grid_fill.h"
 #include "../common/mod_init.h"
 #include "../common/traced.h"
 #include "../common/view_printing.h"
@@ -220,12 +221,12 @@ void PriorityViewPrivate::ReadGroup(data::Recordset& rs, int nodeRow, bool overd
         g.setRows(g.Rows() + 1);
         const int r = g.Rows() - 1;
         g.setRowDataValue(r, Variant(ToLong(rs.Field(fi.IboID))));
-        g.setTextMatrix(r, colIboNumber, ToText(rs.Field(fi.IboNumber)));
+        detail::SetTextFromField(g, r, colIboNumber, rs, fi.IboNumber);
         const Date closing = automation::ToDate(rs.Field(fi.DateWWIH));
         g.setTextMatrix(r, colDate, host::FormatShortDate(NormalizeDate(closing).ToQDate()));
-        g.setTextMatrix(r, colLastName, ToText(rs.Field(fi.ConLastName)));
-        g.setTextMatrix(r, colFirstName, ToText(rs.Field(fi.ConFirstName)));
-        g.setTextMatrix(r, colCompany, ToText(rs.Field(fi.ConCompany)));
+        detail::SetTextFromField(g, r, colLastName, rs, fi.ConLastName);
+        detail::SetTextFromField(g, r, colFirstName, rs, fi.ConFirstName);
+        detail::SetTextFromField(g, r, colCompany, rs, fi.ConCompany);
         const Variant uwwgi = rs.Field(fi.DescriptorUwwgi);
         const Variant uwih = rs.Field(fi.DescriptorUwih);
         g.setTextMatrix(r, colWwgi, detail::DescriptorLabel(uwwgi));
@@ -239,7 +240,7 @@ void PriorityViewPrivate::ReadGroup(data::Recordset& rs, int nodeRow, bool overd
             g.setCell(grid::flexcpBackColor, r, 0, r, colQualified, kNodeBack);
         g.setTextMatrix(r, colWtc, detail::WeeksToCloseText(closing, today));
         g.setTextMatrix(r, colProbability, QString::number(probability.Lookup(uwih, uwwgi)));
-        g.setTextMatrix(r, colNote, ToText(rs.Field(fi.Note)));
+        detail::SetTextFromField(g, r, colNote, rs, fi.Note);
         ++count;
         rs.MoveNext();
     }

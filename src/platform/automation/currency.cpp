@@ -56,6 +56,8 @@ Currency Currency::operator-() const
 
 QString Currency::ToText() const
 {
+    if (ticks_ % kScale == 0)
+        return QString::number(ticks_ / kScale);
     const bool negative = ticks_ < 0;
     // Work in unsigned so that the minimum value has a magnitude too.
     const quint64 magnitude = negative ? quint64(0) - quint64(ticks_) : quint64(ticks_);

@@ -1,6 +1,7 @@
 #include "ole_date.h"
 
 #include <cmath>
+#include <cstdio>
 
 #include "runtime_error.h"
 
@@ -124,7 +125,12 @@ qint64 Date::DaysTo(const Date& other) const
 
 QString Date::ToCanonicalText() const
 {
-    return ToQDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+    const QDate d = ToQDate();
+    const int secs = SecondsOfDay();
+    char buf[32];
+    const int n = std::snprintf(buf, sizeof buf, "%04d-%02d-%02d %02d:%02d:%02d", d.year(), d.month(), d.day(), secs / 3600,
+                                (secs / 60) % 60, secs % 60);
+    return QString::fromLatin1(buf, n);
 }
 
 bool operator<(const Date& a, const Date& b)

@@ -110,6 +110,31 @@ Recordset::~Recordset()
 {
     if (stmt_)
         sqlite3_finalize(stmt_);
+    if (updateStmt_)
+        sqlite3_finalize(updateStmt_);
+}
+
+bool Recordset::FieldUtf8(int index, const char** text, int* length)
+{
+    Start();
+    if (index < 0 || index >= fieldCount_)
+        FieldName(index);
+    RequireCurrent();
+    if (editing_)
+        return false;
+    if (type_ == dbOpenForwardOnly) {
+        if (sqlite3_column_type(stmt_, index) != SQLITE_TEXT)
+            return false;
+        *text = reinterpret_cast<const char*>(sqlite3_column_text(stmt_, index));
+        *length = sqlite3_column_bytes(stmt_, index);
+        return true;
+    }
+    const Cell& cell = cells_[size_t(pos_ * columnCount_ + index)];
+    if (cell.kind != kText)
+        return false;
+    *text = text_.data() + cell.i;
+    *length = int(cell.len);
+    return true;
 }
 
 QString Recordset::ComposeSql() const
@@ -411,13 +436,22 @@ void Recordset::Update()
         for (const auto& e : edits_)
             sets.append(QLatin1Char('"') + names_[e.first] + QStringLiteral("\" = ?"));
         const QString sql = QStringLiteral("UPDATE \"%1\" SET %2 WHERE rowid = ?").arg(source_.updateTable, sets.join(QStringLiteral(", ")));
-        sqlite3_stmt* stmt = conn_->Prepare(sql);
+        if (!updateStmt_ || sql != updateSql_) {
+            if (updateStmt_)
+                sqlite3_finalize(updateStmt_);
+            updateStmt_ = nullptr;
+            updateStmt_ = conn_->Prepare(sql);
+            updateSql_ = sql;
+        }
+        sqlite3_stmt* stmt = updateStmt_;
+        sqlite3_reset(stmt);
+        sqlite3_clear_bindings(stmt);
         int p = 1;
         for (const auto& e : edits_)
             Bind(*conn_, stmt, p++, e.second);
         sqlite3_bind_int64(stmt, p, idCell.i);
         const int rc = sqlite3_step(stmt);
-        sqlite3_finalize(stmt);
+        sqlite3_reset(stmt);
         if (rc != SQLITE_DONE)
             conn_->RaiseFor(rc, QStringLiteral("Updating %1").arg(source_.updateTable));
         // Keep the cached record in step with what was written.
@@ -453,6 +487,10 @@ void Recordset::Close()
     if (stmt_) {
         sqlite3_finalize(stmt_);
         stmt_ = nullptr;
+    }
+    if (updateStmt_) {
+        sqlite3_finalize(updateStmt_);
+        updateStmt_ = nullptr;
     }
     closed_ = true;
     cells_.clear();

@@ -59,6 +59,9 @@ public:
     int FieldIndex(const QString& name) const;          // error 3265 for an unknown name
     automation::Variant Field(int index);               // the current record's value
     automation::Variant Field(const QString& name) { return Field(FieldIndex(name)); }
+    // The current record's text field as stored (UTF-8), without making a Variant; false
+    // when the value is not text (Null, a number), so that the caller takes Field().
+    bool FieldUtf8(int index, const char** text, int* length);
     bool FieldIsNull(int index);
 
     QString Filter() const { return filter_; }
@@ -126,6 +129,8 @@ private:
     QString filter_;
     QString sort_;
 
+    sqlite3_stmt* updateStmt_ = nullptr;  // the last UPDATE, kept for the next record
+    QString updateSql_;
     bool editing_ = false;
     std::vector<std::pair<int, automation::Variant>> edits_;
 };

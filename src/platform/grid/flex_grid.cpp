@@ -331,6 +331,14 @@ void FlexGrid::setTextMatrix(int row, int col, const QString& text)
     Changed();
 }
 
+void FlexGrid::setTextMatrixUtf8(int row, int col, const char* text, int length)
+{
+    CheckRow(row, "TextMatrix");
+    CheckCol(col, "TextMatrix");
+    store_.SetTextUtf8(row, col, text, length);
+    Changed();
+}
+
 automation::Variant FlexGrid::RowDataValue(int row) const
 {
     CheckRow(row, "RowData");

@@ -83,6 +83,7 @@ public:
     // Content.
     Q_INVOKABLE QString TextMatrix(int row, int col) const;
     Q_INVOKABLE void setTextMatrix(int row, int col, const QString& text);
+    void setTextMatrixUtf8(int row, int col, const char* text, int length);
     automation::Variant RowDataValue(int row) const;
     void setRowDataValue(int row, const automation::Variant& value);
     Q_INVOKABLE QVariant RowData(int row) const;

@@ -149,6 +149,35 @@ void GridStore::SetText(int row, int col, const QString& text)
         CompactPool();
 }
 
+void GridStore::SetTextUtf8(int row, int col, const char* text, int length)
+{
+    // ASCII (most texts) is widened byte by byte; anything else goes through QString.
+    for (int i = 0; i < length; ++i) {
+        if (static_cast<unsigned char>(text[i]) >= 0x80) {
+            SetText(row, col, QString::fromUtf8(text, length));
+            return;
+        }
+    }
+    quint32& ref = cellText_[Index(row, col)];
+    if (ref != 0)
+        garbage_ += 2 + (quint32(pool_[ref]) | (quint32(pool_[ref + 1]) << 16));
+    if (length == 0) {
+        ref = 0;
+        return;
+    }
+    const size_t at = pool_.size();
+    if (at + size_t(length) + 2 > 0xFFFFFFF0u)
+        automation::Raise(automation::ErrOutOfMemory, QStringLiteral("flexGrid"));
+    pool_.resize(at + 2 + size_t(length));
+    pool_[at] = char16_t(quint32(length) & 0xFFFF);
+    pool_[at + 1] = char16_t(quint32(length) >> 16);
+    for (int i = 0; i < length; ++i)
+        pool_[at + 2 + size_t(i)] = char16_t(static_cast<unsigned char>(text[i]));
+    ref = quint32(at);
+    if (garbage_ > 65536 && garbage_ * 2 > pool_.size())
+        CompactPool();
+}
+
 void GridStore::CompactPool()
 {
     std::vector<char16_t> old;

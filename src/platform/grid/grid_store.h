@@ -88,6 +88,8 @@ public:
     QString Text(int row, int col) const;
     bool TextIsEmpty(int row, int col) const { return cellText_[Index(row, col)] == 0; }
     void SetText(int row, int col, const QString& text);
+    // The same from UTF-8, decoded straight into the text pool.
+    void SetTextUtf8(int row, int col, const char* text, int length);
 
     RowInfo& Row(int row) { return rowInfo_[size_t(row)]; }
     const RowInfo& Row(int row) const { return rowInfo_[size_t(row)]; }
