@@ -17,15 +17,16 @@ bool ReadCode(const automation::Variant& code, qint32* out)
 }
 
 template <size_t N>
-QString Lookup(const automation::Variant& code, const char* const (&labels)[N], qint32 first)
+QString Lookup(const automation::Variant& code, const QString (&labels)[N], qint32 first)
 {
+    static const QString kErr = QStringLiteral("ERR");
     try {
         qint32 c = 0;
         if (!ReadCode(code, &c))
-            return QStringLiteral("ERR");
+            return kErr;
         if (c >= first && c < first + qint32(N))
-            return QString::fromLatin1(labels[c - first]);
-        return QStringLiteral("ERR");
+            return labels[c - first];
+        return kErr;
     } catch (const RuntimeError&) {
         return QString();
     }
@@ -55,13 +56,13 @@ void ForecastFieldIndices::Init()
 
 QString DescriptorLabel(const automation::Variant& code)
 {
-    static const char* const kLabels[] = {"Low", "Med", "High"};
+    static const QString kLabels[] = {QStringLiteral("Low"), QStringLiteral("Med"), QStringLiteral("High")};
     return Lookup(code, kLabels, 0);
 }
 
 QString StatusLabel(const automation::Variant& code)
 {
-    static const char* const kLabels[] = {"Open", "Won", "Lost", "Cancelled"};
+    static const QString kLabels[] = {QStringLiteral("Open"), QStringLiteral("Won"), QStringLiteral("Lost"), QStringLiteral("Cancelled")};
     return Lookup(code, kLabels, 1);
 }
 

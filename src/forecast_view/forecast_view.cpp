@@ -383,7 +383,7 @@ void ForecastViewPrivate::InitMonthlyTotalsRS()
         Date wonStart;
         const QString filter = GetForecastFilter(wonStart);
         ibos->SetFilter(filter);
-        filtered = ibos->OpenRecordset();
+        filtered = ibos->OpenRecordset(data::dbOpenSnapshot);
         ibos->SetFilter(QString());
         data::Recordset& rs = *filtered;
         if (!(rs.Bof() && rs.Eof())) {
@@ -462,7 +462,7 @@ void ForecastViewPrivate::ProcessOverdues(int& overdueRow)
         const QString criterion = QStringLiteral("DateWWIH<") + JetDate(NormalizeDate(host::Clock::Today())) +
                                   QStringLiteral(" AND DescriptorStatus=") + QStringLiteral("1");
         ibos->SetFilter(criterion);
-        filtered = ibos->OpenRecordset();
+        filtered = ibos->OpenRecordset(data::dbOpenSnapshot);
         ibos->SetFilter(QString());
         grid::FlexGrid& g = *flexGrid;
         data::Recordset& rs = *filtered;
@@ -529,7 +529,7 @@ void ForecastViewPrivate::Refresh()
             // The months, each followed by its IBOs in the sort order.
             Date unused;
             ibos->SetFilter(GetForecastFilter(unused));
-            filtered = ibos->OpenRecordset();
+            filtered = ibos->OpenRecordset(data::dbOpenSnapshot);
             ibos->SetFilter(QString());
             data::Recordset& rs = *filtered;
             const int status = rs.FieldIndex(QStringLiteral("DescriptorStatus"));

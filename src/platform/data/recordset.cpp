@@ -70,7 +70,7 @@ std::shared_ptr<Recordset> Recordset::Open(std::shared_ptr<SqliteConnection> con
     rs->source_ = std::move(source);
     rs->type_ = type == dbOpenTable ? dbOpenDynaset : type;
     rs->hasRowId_ = !rs->source_.updateTable.isEmpty();
-    rs->sql_ = rs->ComposeSql();
+    rs->sql_ = ComposeSql(rs->source_);
     rs->stmt_ = rs->conn_->Prepare(rs->sql_);
 
     // Parameters by name, as the query's parameter collection holds them.
@@ -122,7 +122,7 @@ bool Recordset::FieldUtf8(int index, const char** text, int* length)
     RequireCurrent();
     if (editing_)
         return false;
-    if (type_ == dbOpenForwardOnly) {
+    if (type_ == dbOpenForwardOnly || streaming_) {
         if (sqlite3_column_type(stmt_, index) != SQLITE_TEXT)
             return false;
         *text = reinterpret_cast<const char*>(sqlite3_column_text(stmt_, index));
@@ -137,16 +137,15 @@ bool Recordset::FieldUtf8(int index, const char** text, int* length)
     return true;
 }
 
-QString Recordset::ComposeSql() const
+QString Recordset::ComposeSql(const RecordsetSource& source)
 {
-    QString base = source_.baseSql;
-    if (source_.where.isEmpty() && source_.order.isEmpty())
-        return base;
-    QString sql = QStringLiteral("SELECT * FROM (") + base + QLatin1Char(')');
-    if (!source_.where.isEmpty())
-        sql += QStringLiteral(" WHERE (") + source_.where.join(QStringLiteral(") AND (")) + QLatin1Char(')');
-    if (!source_.order.isEmpty())
-        sql += QStringLiteral(" ORDER BY ") + source_.order;
+    if (source.where.isEmpty() && source.order.isEmpty())
+        return source.baseSql;
+    QString sql = QStringLiteral("SELECT * FROM (") + source.baseSql + QLatin1Char(')');
+    if (!source.where.isEmpty())
+        sql += QStringLiteral(" WHERE (") + source.where.join(QStringLiteral(") AND (")) + QLatin1Char(')');
+    if (!source.order.isEmpty())
+        sql += QStringLiteral(" ORDER BY ") + source.order;
     return sql;
 }
 
@@ -204,11 +203,10 @@ void Recordset::Start()
         // A dynaset is read whole before the first record is shown, so that writes
         // through Update never meet a statement still walking the same table.
         FetchAll();
-    } else if (Step()) {
-        if (type_ == dbOpenForwardOnly)
+    } else {
+        streaming_ = type_ == dbOpenSnapshot;
+        if (Step())
             rows_ = 1;
-        else
-            CacheCurrentRow();
     }
     pos_ = 0;
 }
@@ -217,8 +215,25 @@ void Recordset::FetchAll()
 {
     if (type_ == dbOpenForwardOnly)
         Raise(3251, kSource, QStringLiteral("Operation is not supported for this type of object."));
+    if (streaming_)
+        Materialize();
     while (Step())
         CacheCurrentRow();
+}
+
+void Recordset::Materialize()
+{
+    // Read the statement again from its start, keeping every row, and stay on the same record.
+    streaming_ = false;
+    sqlite3_reset(stmt_);
+    done_ = false;
+    cells_.clear();
+    text_.clear();
+    const qint64 keep = pos_;
+    rows_ = 0;
+    while (rows_ <= keep && Step())
+        CacheCurrentRow();
+    pos_ = std::min(keep, rows_);
 }
 
 bool Recordset::Eof()
@@ -245,7 +260,7 @@ void Recordset::MoveNext()
     if (pos_ >= rows_)
         Raise(automation::ErrNoCurrentRecord, kSource, QStringLiteral("No current record."));
     editing_ = false;
-    if (type_ == dbOpenForwardOnly) {
+    if (type_ == dbOpenForwardOnly || streaming_) {
         if (Step())
             ++rows_;
         ++pos_;
@@ -264,6 +279,8 @@ void Recordset::MovePrevious()
     if (pos_ < 0)
         Raise(automation::ErrNoCurrentRecord, kSource, QStringLiteral("No current record."));
     editing_ = false;
+    if (streaming_)
+        Materialize();
     --pos_;
 }
 
@@ -278,6 +295,8 @@ void Recordset::MoveFirst()
     }
     if (rows_ == 0)
         Raise(automation::ErrNoCurrentRecord, kSource, QStringLiteral("No current record."));
+    if (streaming_ && pos_ != 0)
+        Materialize();
     pos_ = 0;
 }
 
@@ -348,7 +367,7 @@ Variant Recordset::Field(int index)
                 return value;
         }
     }
-    if (type_ == dbOpenForwardOnly) {
+    if (type_ == dbOpenForwardOnly || streaming_) {
         const int t = sqlite3_column_type(stmt_, index);
         switch (t) {
         case SQLITE_NULL: return ValueOf(index, kNull, 0, 0, nullptr, 0);
@@ -387,7 +406,7 @@ std::shared_ptr<Recordset> Recordset::OpenRecordset(int type)
         QStringList cols;
         for (int c = 0; c < fieldCount_; ++c)
             cols.append(QLatin1Char('"') + QString(names_[c]).replace(QLatin1Char('"'), QStringLiteral("\"\"")) + QLatin1Char('"'));
-        next.baseSql = QStringLiteral("SELECT ") + cols.join(QStringLiteral(", ")) + QStringLiteral(" FROM (") + ComposeSql() + QLatin1Char(')');
+        next.baseSql = QStringLiteral("SELECT ") + cols.join(QStringLiteral(", ")) + QStringLiteral(" FROM (") + ComposeSql(next) + QLatin1Char(')');
         next.where.clear();
         next.order.clear();
     }

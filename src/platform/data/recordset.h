@@ -104,7 +104,7 @@ private:
     void FetchAll();
     void RequireCurrent() const;
     automation::Variant ValueOf(int col, int kind, qint64 i, double d, const char* text, int len) const;
-    QString ComposeSql() const;
+    static QString ComposeSql(const RecordsetSource& source);
 
     std::shared_ptr<SqliteConnection> conn_;
     RecordsetSource source_;
@@ -118,6 +118,11 @@ private:
     std::vector<bool> isDate_;
     std::vector<bool> isBool_;
 
+    // A snapshot read front to back keeps nothing: it streams from the statement like a
+    // forward-only recordset until something needs an earlier row (MoveFirst after
+    // moving, MovePrevious, MoveLast); then it reads the statement again, keeping every row.
+    bool streaming_ = false;
+    void Materialize();
     bool started_ = false;
     bool done_ = false;
     bool closed_ = false;

@@ -80,6 +80,25 @@ TEST_F(DataTest, SortThenOpenRecordsetOrdersAndFiltersStack)
     EXPECT_EQ(Ids(*both), (QList<int>{3, 2, 1}));
 }
 
+TEST_F(DataTest, SnapshotOfAFilteredAndSortedDynasetKeepsFilterAndOrder)
+{
+    auto dyn = db_->OpenRecordset(QStringLiteral("SELECT IboID, IboValueNumeric FROM IboMain"), dbOpenDynaset);
+    dyn->SetSort(QStringLiteral("IboValueNumeric DESC"));
+    auto sorted = dyn->OpenRecordset();
+    sorted->SetFilter(QStringLiteral("IboValueNumeric <= 3000"));
+    auto snap = sorted->OpenRecordset(dbOpenSnapshot);
+    EXPECT_EQ(snap->Type(), dbOpenSnapshot);
+    EXPECT_EQ(snap->FieldCount(), 2);
+    EXPECT_EQ(Ids(*snap), (QList<int>{3, 2, 1}));
+    // Going back reads the rows again and keeps them.
+    snap->MoveFirst();
+    EXPECT_EQ(snap->Field(0).longValue(), 3);
+    snap->MoveLast();
+    EXPECT_EQ(snap->Field(0).longValue(), 1);
+    snap->MovePrevious();
+    EXPECT_EQ(snap->Field(0).longValue(), 2);
+}
+
 TEST_F(DataTest, DynasetEditAndUpdateWriteTheTable)
 {
     auto rs = db_->OpenRecordset(QStringLiteral("SELECT IboID, DateWWIH, DateWonLostCancel, DescriptorStatus FROM IboMain WHERE DescriptorStatus = 2"),
