@@ -416,7 +416,9 @@ void ForecastViewPrivate::InitMonthlyTotalsRS()
                 rs.MoveNext();
             }
         }
-        filtered->Close();
+        // The refresh places the same IBOs under their months next: it reads them from
+        // this set again (from its first record) rather than filtering a second time.
+        shown = filtered;
         filtered.reset();
     });
 }
@@ -527,11 +529,11 @@ void ForecastViewPrivate::Refresh()
             g.setTextMatrix(fc, colValue, total.IsNegative() ? kOverflow : total.ToText());
 
             // The months, each followed by its IBOs in the sort order.
-            Date unused;
-            ibos->SetFilter(GetForecastFilter(unused));
-            filtered = ibos->OpenRecordset(data::dbOpenSnapshot);
-            ibos->SetFilter(QString());
+            filtered = shown;
+            shown.reset();
             data::Recordset& rs = *filtered;
+            if (!(rs.Bof() && rs.Eof()))
+                rs.MoveFirst();
             const int status = rs.FieldIndex(QStringLiteral("DescriptorStatus"));
             for (const detail::MonthRow& m : months.rows()) {
                 g.setRows(g.Rows() + 1);
@@ -584,8 +586,11 @@ void ForecastViewPrivate::Refresh()
             IgnoringErrors([&] {
                 if (filtered)
                     filtered->Close();
+                if (shown)
+                    shown->Close();
             });
             filtered.reset();
+            shown.reset();
             IgnoringErrors([&] { flexGrid->setRedraw(1); });
             host::ScreenMousePointer::Set(saved);
         });

@@ -65,6 +65,7 @@ public:
     detail::DataAccessState da;
     std::shared_ptr<data::Recordset> ibos;      // the sorted IBO recordset of the last refresh
     std::shared_ptr<data::Recordset> filtered;  // a filtered view of it, while in use
+    std::shared_ptr<data::Recordset> shown;     // the IBOs the months show, between the totals and the rows
     detail::Expander expander;
     detail::ForecastFieldIndices fi;
     detail::ProbabilityMatrix probability;
