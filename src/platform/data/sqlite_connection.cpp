@@ -15,6 +15,7 @@ using automation::Raise;
 
 const QString kSource = QStringLiteral("BrevView.Data");
 thread_local quint64 t_prepared = 0;
+QByteArray g_vfs;
 
 void ResultText(sqlite3_context* ctx, const QString& text)
 {
@@ -103,7 +104,8 @@ std::shared_ptr<SqliteConnection> SqliteConnection::Open(const QString& path)
     c->path_ = path;
     // Never SQLITE_OPEN_CREATE: a missing file is an error, not a new empty database.
     // One connection per control and thread: SQLite's own per-call locking is not needed.
-    const int rc = sqlite3_open_v2(path.toUtf8().constData(), &c->db_, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
+    const int rc = sqlite3_open_v2(path.toUtf8().constData(), &c->db_, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX,
+                                   g_vfs.isEmpty() ? nullptr : g_vfs.constData());
     if (rc != SQLITE_OK) {
         const QString why = c->db_ ? QString::fromUtf8(sqlite3_errmsg(c->db_)) : QStringLiteral("out of memory");
         Raise(automation::ErrCannotOpenFile, kSource,
@@ -180,6 +182,11 @@ void SqliteConnection::Execute(const QString& sql)
     sqlite3_finalize(stmt);
     if (rc != SQLITE_DONE)
         RaiseFor(rc, QStringLiteral("Running \"%1\"").arg(sql.left(200)));
+}
+
+void SqliteConnection::SetVfs(const QByteArray& name)
+{
+    g_vfs = name;
 }
 
 quint64 SqliteConnection::StatementsPrepared()

@@ -30,6 +30,10 @@ public:
     // Raises the numbered error that matches SQLite result `rc` for `what`.
     [[noreturn]] void RaiseFor(int rc, const QString& what) const;
 
+    // The SQLite VFS new connections open their files through (empty: the default one).
+    // Fault-injection tests put a failing one in place.
+    static void SetVfs(const QByteArray& name);
+
     // Statements prepared on this thread since it started (for tests that prove a
     // change was made without reading the database).
     static quint64 StatementsPrepared();
