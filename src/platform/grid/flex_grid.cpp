@@ -1405,7 +1405,11 @@ void FlexGrid::LoadGrid(const QString& fileName, int, bool)
         Raise(automation::ErrFileNotFound, kSource, QStringLiteral("File not found: '%1'").arg(fileName));
     if (!file.open(QIODevice::ReadOnly))
         Raise(automation::ErrPathFileAccess, kSource, QStringLiteral("Path/File access error: cannot read '%1'").arg(fileName));
-    const QByteArray all = file.readAll();
+    LoadGridData(file.readAll(), fileName);
+}
+
+void FlexGrid::LoadGridData(const QByteArray& all, const QString& fileName)
+{
     auto bad = [&](const QString& why) {
         Raise(automation::ErrFileFormat, kSource, QStringLiteral("Invalid file format: '%1' is not a grid snapshot (%2)").arg(fileName, why));
     };

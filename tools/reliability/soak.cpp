@@ -1,0 +1,71 @@
+// Soak: refreshes each view many times over a sample database and compares the resident
+// memory after the first 100 refreshes with the memory at the end (goal: within 5 %).
+// Usage: brevview-soak [--refreshes N] [--ibos N]; prints "soak: ok" or exits 1.
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <fstream>
+#include <memory>
+
+#include <QApplication>
+#include <QTemporaryDir>
+
+#include <brevview/brevview.h>
+
+#include "sample_generator.h"
+
+namespace {
+
+double ResidentMiB()
+{
+    std::ifstream statm("/proc/self/statm");
+    long size = 0, resident = 0;
+    statm >> size >> resident;
+    return double(resident) * double(sysconf(_SC_PAGESIZE)) / 1048576.0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication app(argc, argv);
+    int refreshes = 10000, ibos = 1000;
+    const QStringList args = app.arguments();
+    for (int i = 1; i + 1 < args.size(); ++i) {
+        if (args[i] == QLatin1String("--refreshes"))
+            refreshes = args[i + 1].toInt();
+        if (args[i] == QLatin1String("--ibos"))
+            ibos = args[i + 1].toInt();
+    }
+    QTemporaryDir dir;
+    qputenv("XDG_CONFIG_HOME", dir.filePath(QStringLiteral("config")).toLocal8Bit());
+    const QString db = dir.filePath(QStringLiteral("soak.db"));
+    BrevView::sample::Options options;
+    options.count = ibos;
+    if (!BrevView::sample::Generate(db, options).isEmpty())
+        return 2;
+    qputenv("BREV_DATABASE", db.toLocal8Bit());
+    BrevView::FlatView flat;
+    BrevView::PriorityView priority;
+    BrevView::ForecastView forecast;
+    double after100 = 0;
+    for (int i = 1; i <= refreshes; ++i) {
+        flat.Refresh();
+        priority.Refresh();
+        forecast.Refresh();
+        if (i == std::min(100, refreshes))
+            after100 = ResidentMiB();
+    }
+    const double end = ResidentMiB();
+    const double growth = (end - after100) / after100;
+    std::printf("soak: %d refreshes of each view over %d IBOs; resident %.1f MiB after 100, %.1f MiB at the end (%+.2f %%)\n", refreshes,
+                ibos, after100, end, growth * 100);
+    if (growth > 0.05) {
+        std::printf("soak: FAILED (more than 5 %%)\n");
+        return 1;
+    }
+    std::printf("soak: ok\n");
+    return 0;
+}

@@ -1,0 +1,129 @@
+// Two processes on one database: a writer changes IBOs in a loop while this process
+// refreshes all three views in a loop, for a bounded time. The only error allowed is the
+// documented busy error (3260); the database must pass its integrity check afterwards.
+// Usage: brevview-two-process [--seconds S]; prints "two processes: ok" or exits 1.
+
+#include <sqlite3.h>
+
+#include <cstdio>
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QProcess>
+#include <QThread>
+#include <QTemporaryDir>
+
+#include <brevview/brevview.h>
+
+#include "sample_generator.h"
+
+namespace {
+
+int Writer(const QString& path, int seconds)
+{
+    sqlite3* db = nullptr;
+    if (sqlite3_open(path.toUtf8().constData(), &db) != SQLITE_OK)
+        return 2;
+    sqlite3_busy_timeout(db, 2000);
+    QElapsedTimer t;
+    t.start();
+    int n = 0, busy = 0, failed = 0;
+    while (t.elapsed() < seconds * 1000) {
+        const QByteArray sql = QStringLiteral("BEGIN IMMEDIATE; UPDATE IboMain SET Note = 'writer %1', IboValueNumeric = IboValueNumeric + 1 "
+                                              "WHERE IboID % 7 = %2; INSERT INTO IboMain (IboID, IboNumber, DateWWIH, DescriptorStatus, "
+                                              "DescriptorPriority, DescriptorUwih, DescriptorUwwgi, IboValueNumeric, IboValueDecimal, Product, "
+                                              "ConFirstName, ConLastName, ConCompany, Note, DateQualified, RecStatusArchive, RecStatusDelete) "
+                                              "VALUES (%3, 'W-%3', '2027-01-01 00:00:00', 1, 2, 1, 1, 100, 0, 'P', 'F', 'L', 'C', 'n', "
+                                              "'2026-01-01 00:00:00', 0, 0); COMMIT;")
+                                   .arg(n)
+                                   .arg(n % 7)
+                                   .arg(900000 + n)
+                                   .toUtf8();
+        char* err = nullptr;
+        const int rc = sqlite3_exec(db, sql.constData(), nullptr, nullptr, &err);
+        if (rc == SQLITE_BUSY || rc == SQLITE_LOCKED) {
+            ++busy;
+        } else if (rc != SQLITE_OK) {
+            ++failed;
+            std::printf("writer: %s\n", err ? err : "error");
+        }
+        sqlite3_free(err);
+        if (rc != SQLITE_OK)
+            sqlite3_exec(db, "ROLLBACK", nullptr, nullptr, nullptr);
+        QThread::usleep(500);  // a user's edits, not a flood
+        ++n;
+    }
+    sqlite3_close(db);
+    std::printf("writer: %d transactions, %d busy, %d failed\n", n, busy, failed);
+    return failed == 0 ? 0 : 1;
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication app(argc, argv);
+    const QStringList args = app.arguments();
+    int seconds = 10;
+    for (int i = 1; i + 1 < args.size(); ++i) {
+        if (args[i] == QLatin1String("--seconds"))
+            seconds = args[i + 1].toInt();
+        if (args[i] == QLatin1String("--writer"))
+            return Writer(args[i + 1], seconds);
+    }
+    QTemporaryDir dir;
+    qputenv("XDG_CONFIG_HOME", dir.filePath(QStringLiteral("config")).toLocal8Bit());
+    const QString db = dir.filePath(QStringLiteral("shared.db"));
+    BrevView::sample::Options options;
+    options.count = 2000;
+    if (!BrevView::sample::Generate(db, options).isEmpty())
+        return 2;
+    qputenv("BREV_DATABASE", db.toLocal8Bit());
+    BrevView::FlatView flat;
+    BrevView::PriorityView priority;
+    BrevView::ForecastView forecast;
+    // The views have been used before: their stored queries exist when the writer starts.
+    flat.Refresh();
+    priority.Refresh();
+    forecast.Refresh();
+    QProcess writer;
+    writer.setProcessChannelMode(QProcess::ForwardedChannels);
+    writer.start(app.applicationFilePath(), {QStringLiteral("--seconds"), QString::number(seconds), QStringLiteral("--writer"), db});
+    if (!writer.waitForStarted())
+        return 2;
+    QElapsedTimer t;
+    t.start();
+    int rounds = 0, busy = 0, other = 0;
+    while (t.elapsed() < seconds * 1000) {
+        for (QWidget* view : {static_cast<QWidget*>(&flat), static_cast<QWidget*>(&priority), static_cast<QWidget*>(&forecast)}) {
+            try {
+                QMetaObject::invokeMethod(view, "Refresh");
+            } catch (const BrevView::RuntimeError& e) {
+                if (e.number() == 3260) {
+                    ++busy;
+                } else {
+                    ++other;
+                    std::printf("unexpected error %d: %s\n", e.number(), qPrintable(e.description()));
+                }
+            }
+        }
+        ++rounds;
+    }
+    writer.waitForFinished(seconds * 1000 + 10000);
+    sqlite3* check = nullptr;
+    sqlite3_open(db.toUtf8().constData(), &check);
+    sqlite3_stmt* s = nullptr;
+    sqlite3_prepare_v2(check, "PRAGMA integrity_check", -1, &s, nullptr);
+    const bool intact = sqlite3_step(s) == SQLITE_ROW && qstrcmp(reinterpret_cast<const char*>(sqlite3_column_text(s, 0)), "ok") == 0;
+    sqlite3_finalize(s);
+    sqlite3_close(check);
+    std::printf("two processes: %d refresh rounds, %d busy errors, %d other errors, integrity %s\n", rounds, busy, other,
+                intact ? "ok" : "FAILED");
+    if (other != 0 || !intact || writer.exitCode() != 0) {
+        std::printf("two processes: FAILED\n");
+        return 1;
+    }
+    std::printf("two processes: ok\n");
+    return 0;
+}
