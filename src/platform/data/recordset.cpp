@@ -18,7 +18,6 @@ using automation::Variant;
 using automation::VarType;
 
 const QString kSource = QStringLiteral("BrevView.Data");
-const char kRowIdColumn[] = "brev_rowid";
 
 bool DeclaredAs(const char* decl, std::initializer_list<const char*> words)
 {
