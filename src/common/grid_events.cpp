@@ -1,5 +1,7 @@
 #include "grid_events.h"
 
+#include <QWidget>
+
 #include "../platform/automation/conversions.h"
 #include "../platform/grid/flex_grid.h"
 #include "traced.h"
@@ -106,6 +108,48 @@ bool ShowHeaderTooltip(grid::FlexGrid& grid, const QStringList& columnTooltips)
         return true;
     }
     return false;
+}
+
+void AtEventBoundary(QWidget* control, const std::function<void()>& handler)
+{
+    try {
+        handler();
+    } catch (const RuntimeError& e) {
+        QMetaObject::invokeMethod(control, "ErrorRaised", Q_ARG(qint32, e.number()), Q_ARG(QString, e.source()),
+                                  Q_ARG(QString, e.description()));
+    }
+}
+
+void WireGridEvents(QWidget* control, grid::FlexGrid* grid, GridEventWiring wiring)
+{
+    auto w = std::make_shared<GridEventWiring>(std::move(wiring));
+    QObject::connect(grid, &grid::FlexGrid::DblClick, control, [control, grid, w] {
+        AtEventBoundary(control, [&] {
+            const qint32 id = HandleDblClick(*grid, w->dblClickTraceName, w->outline);
+            if (id > 0)
+                QMetaObject::invokeMethod(control, "IboEdit", Q_ARG(qint32, id));
+        });
+    });
+    QObject::connect(grid, &grid::FlexGrid::MouseUp, control, [control, grid, w](int button, int, float, float) {
+        AtEventBoundary(control, [&] {
+            const qint32 id = HandleRightClick(*grid, w->dblClickTraceName, button);
+            if (id > 0)
+                QMetaObject::invokeMethod(control, "RightClick", Q_ARG(qint32, id));
+        });
+    });
+    QObject::connect(grid, &grid::FlexGrid::MouseMove, control, [grid, w](int, int, float, float) {
+        IgnoringErrors([&] {
+            if (ShowHeaderTooltip(*grid, w->headerTooltips))
+                return;
+            if (w->cellTooltip && w->cellTooltip())
+                return;
+            grid->setToolTipText(QString());
+        });
+    });
+    if (w->afterCollapse) {
+        QObject::connect(grid, &grid::FlexGrid::AfterCollapse, control,
+                         [control, w](int row, int state) { AtEventBoundary(control, [&] { w->afterCollapse(row, state); }); });
+    }
 }
 
 }  // namespace BrevView::detail

@@ -2,9 +2,13 @@
 // What the three controls do with their grid's input events and the selection
 // members, written once; the controls differ only in the options passed.
 
+#include <functional>
+
 #include <QString>
 #include <QStringList>
 #include <QVariant>
+
+class QWidget;
 
 namespace BrevView::grid {
 class FlexGrid;
@@ -45,5 +49,22 @@ qint32 HandleRightClick(grid::FlexGrid& grid, const QString& traceName, int butt
 // Over the header row the column's tooltip text; returns false when the pointer is
 // elsewhere (the caller decides, or clears the tooltip).
 bool ShowHeaderTooltip(grid::FlexGrid& grid, const QStringList& columnTooltips);
+
+// The grid events every control handles the same way, connected once for a control:
+// double-click (IboEdit), right-button release (RightClick), header tooltips, and the
+// outline state. A user action's error cannot reach the host through a call: it has been
+// reported through the trace by the handler and is then signalled as ErrorRaised. The
+// control's signals are raised by name.
+struct GridEventWiring {
+    QString dblClickTraceName;             // also the right-click's trace name
+    bool outline = false;                  // double-click toggles nodes
+    QStringList headerTooltips;
+    std::function<bool()> cellTooltip;     // a tooltip away from the header; false: none
+    std::function<void(int row, int state)> afterCollapse;
+};
+void WireGridEvents(QWidget* control, grid::FlexGrid* grid, GridEventWiring wiring);
+
+// Runs a user action's handler; its error is signalled as the control's ErrorRaised.
+void AtEventBoundary(QWidget* control, const std::function<void()>& handler);
 
 }  // namespace BrevView::detail

@@ -291,28 +291,6 @@ void FlatViewPrivate::Refresh()
 
 // ---------------------------------------------------------------- grid events
 
-void FlatViewPrivate::OnDblClick()
-{
-    const qint32 id = detail::HandleDblClick(*flexGrid, kDblClickName, false);
-    if (id > 0)
-        emit q->IboEdit(id);
-}
-
-void FlatViewPrivate::OnMouseUp(int button)
-{
-    const qint32 id = detail::HandleRightClick(*flexGrid, kDblClickName, button);
-    if (id > 0)
-        emit q->RightClick(id);
-}
-
-void FlatViewPrivate::OnMouseMove()
-{
-    IgnoringErrors([&] {
-        if (!detail::ShowHeaderTooltip(*flexGrid, longHeaders))
-            flexGrid->setToolTipText(QString());
-    });
-}
-
 void FlatViewPrivate::OnAfterUserResize()
 {
     IgnoringErrors([&] { SaveViewPreferences(viewSource); });
@@ -328,23 +306,11 @@ void FlatViewPrivate::OnBeforeScrollTip(int row)
 FlatView::FlatView(QWidget* parent) : QWidget(parent), d(std::make_unique<FlatViewPrivate>(this))
 {
     modInit::EnsureLoaded();
-    // A user action's error cannot reach the host through a call stack: it is reported
-    // (through the trace, by the handler) and then signalled.
-    auto guard = [this](auto&& f) {
-        try {
-            f();
-        } catch (const RuntimeError& e) {
-            emit ErrorRaised(e.number(), e.source(), e.description());
-        }
-    };
-    connect(d->flexGrid, &grid::FlexGrid::DblClick, this, [this, guard] { guard([this] { d->OnDblClick(); }); });
-    connect(d->flexGrid, &grid::FlexGrid::MouseUp, this,
-            [this, guard](int button, int, float, float) { guard([this, button] { d->OnMouseUp(button); }); });
-    connect(d->flexGrid, &grid::FlexGrid::MouseMove, this, [this](int, int, float, float) { d->OnMouseMove(); });
-    connect(d->flexGrid, &grid::FlexGrid::AfterUserResize, this, [this](int, int) { d->OnAfterUserResize(); });
-    connect(d->flexGrid, &grid::FlexGrid::BeforeScrollTip, this, [this](int row) { d->OnBeforeScrollTip(row); });
     d->UserControl_Initialize();
     d->UserControl_Resize();
+    detail::WireGridEvents(this, d->flexGrid, {kDblClickName, false, d->longHeaders, {}, {}});
+    connect(d->flexGrid, &grid::FlexGrid::AfterUserResize, this, [this](int, int) { d->OnAfterUserResize(); });
+    connect(d->flexGrid, &grid::FlexGrid::BeforeScrollTip, this, [this](int row) { d->OnBeforeScrollTip(row); });
 }
 
 FlatView::~FlatView()

@@ -33,9 +33,6 @@ public:
     void LoadViewPreferences(qint32 eViewSource);
 
     // Grid events.
-    void OnDblClick();
-    void OnMouseUp(int button);
-    void OnMouseMove();
     void OnAfterUserResize();
     void OnBeforeScrollTip(int row);
 

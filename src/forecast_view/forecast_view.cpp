@@ -598,28 +598,6 @@ void ForecastViewPrivate::Refresh()
 
 // ---------------------------------------------------------------- grid events
 
-void ForecastViewPrivate::OnDblClick()
-{
-    const qint32 id = detail::HandleDblClick(*flexGrid, kDblClickName, true);
-    if (id > 0)
-        emit q->IboEdit(id);
-}
-
-void ForecastViewPrivate::OnMouseUp(int button)
-{
-    const qint32 id = detail::HandleRightClick(*flexGrid, kDblClickName, button);
-    if (id > 0)
-        emit q->RightClick(id);
-}
-
-void ForecastViewPrivate::OnMouseMove()
-{
-    IgnoringErrors([&] {
-        if (!detail::ShowHeaderTooltip(*flexGrid, longTitles))
-            flexGrid->setToolTipText(QString());
-    });
-}
-
 void ForecastViewPrivate::OnAfterCollapse(int row, int state)
 {
     detail::HandleAfterCollapse(*flexGrid, expander, row, state, refreshing, inCollapseHandler,
@@ -631,19 +609,9 @@ void ForecastViewPrivate::OnAfterCollapse(int row, int state)
 ForecastView::ForecastView(QWidget* parent) : QWidget(parent), d(std::make_unique<ForecastViewPrivate>(this))
 {
     modInit::EnsureLoaded();
-    auto guard = [this](auto&& f) {
-        try {
-            f();
-        } catch (const RuntimeError& e) {
-            emit ErrorRaised(e.number(), e.source(), e.description());
-        }
-    };
-    grid::FlexGrid* g = d->flexGrid;
-    connect(g, &grid::FlexGrid::DblClick, this, [this, guard] { guard([this] { d->OnDblClick(); }); });
-    connect(g, &grid::FlexGrid::MouseUp, this, [this, guard](int button, int, float, float) { guard([this, button] { d->OnMouseUp(button); }); });
-    connect(g, &grid::FlexGrid::MouseMove, this, [this](int, int, float, float) { d->OnMouseMove(); });
-    connect(g, &grid::FlexGrid::AfterCollapse, this, [this, guard](int row, int state) { guard([=, this] { d->OnAfterCollapse(row, state); }); });
     d->UserControl_Initialize();
+    detail::WireGridEvents(this, d->flexGrid,
+                           {kDblClickName, true, d->longTitles, {}, [this](int row, int state) { d->OnAfterCollapse(row, state); }});
 }
 
 ForecastView::~ForecastView()

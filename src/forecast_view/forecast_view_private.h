@@ -55,9 +55,6 @@ public:
     std::pair<double, double> FillIboRow(int row, data::Recordset& rs, bool won, qint32 level);
 
     // Grid events.
-    void OnDblClick();
-    void OnMouseUp(int button);
-    void OnMouseMove();
     void OnAfterCollapse(int row, int state);
 
     ForecastView* q;

@@ -377,38 +377,26 @@ void PriorityViewPrivate::LoadViewPreferences()
 
 // ---------------------------------------------------------------- grid events
 
-void PriorityViewPrivate::OnDblClick()
+bool PriorityViewPrivate::SalesCycleTooltip()
 {
-    const qint32 id = detail::HandleDblClick(*flexGrid, kDblClickName, true);
-    if (id > 0)
-        emit q->IboEdit(id);
-}
-
-void PriorityViewPrivate::OnMouseUp(int button)
-{
-    const qint32 id = detail::HandleRightClick(*flexGrid, kDblClickName, button);
-    if (id > 0)
-        emit q->RightClick(id);
-}
-
-void PriorityViewPrivate::OnMouseMove()
-{
-    IgnoringErrors([&] {
-        if (detail::ShowHeaderTooltip(*flexGrid, longCaptions))
-            return;
-        const int r = flexGrid->MouseRow();
-        const int c = flexGrid->MouseCol();
-        if (c == colSalesCycle && r >= 1) {
-            const QString data = ToText(flexGrid->RowDataValue(r));
-            if (automation::IsNumericText(data) && ToDouble(Variant(data)) >= 0) {
-                const Date start = automation::ToDate(Variant(flexGrid->TextMatrix(r, colQualified)));
-                const Date end = automation::ToDate(Variant(flexGrid->TextMatrix(r, colDate)));
-                flexGrid->setToolTipText(GetSalesCycleTooltip(start, end));
-                return;
-            }
-        }
-        flexGrid->setToolTipText(QString());
-    });
+    // Over the "Sales Cycle" cell of an IBO row: where today lies in its sales cycle.
+    const int r = flexGrid->MouseRow();
+    const int c = flexGrid->MouseCol();
+    if (c != colSalesCycle || r < 1)
+        return false;
+    const QString data = ToText(flexGrid->RowDataValue(r));
+    if (!automation::IsNumericText(data) || ToDouble(Variant(data)) < 0)
+        return false;
+    const Date start = automation::ToDate(Variant(flexGrid->TextMatrix(r, colQualified)));
+    const Date end = automation::ToDate(Variant(flexGrid->TextMatrix(r, colDate)));
+    QString tip;
+    try {
+        tip = GetSalesCycleTooltip(start, end);
+    } catch (const RuntimeError&) {
+        // reported; the tooltip is then empty
+    }
+    flexGrid->setToolTipText(tip);
+    return true;
 }
 
 void PriorityViewPrivate::OnAfterCollapse(int row, int state)
@@ -448,24 +436,16 @@ void PriorityViewPrivate::OnDrawCell(QPainter* painter, int row, int col, int le
 PriorityView::PriorityView(QWidget* parent) : QWidget(parent), d(std::make_unique<PriorityViewPrivate>(this))
 {
     modInit::EnsureLoaded();
-    auto guard = [this](auto&& f) {
-        try {
-            f();
-        } catch (const RuntimeError& e) {
-            emit ErrorRaised(e.number(), e.source(), e.description());
-        }
-    };
+    d->UserControl_Initialize();
     grid::FlexGrid* g = d->flexGrid;
-    connect(g, &grid::FlexGrid::DblClick, this, [this, guard] { guard([this] { d->OnDblClick(); }); });
-    connect(g, &grid::FlexGrid::MouseUp, this, [this, guard](int button, int, float, float) { guard([this, button] { d->OnMouseUp(button); }); });
-    connect(g, &grid::FlexGrid::MouseMove, this, [this](int, int, float, float) { d->OnMouseMove(); });
-    connect(g, &grid::FlexGrid::AfterCollapse, this, [this, guard](int row, int state) { guard([=, this] { d->OnAfterCollapse(row, state); }); });
-    connect(g, &grid::FlexGrid::BeforeUserResize, this,
-            [this, guard](int, int col, bool& cancel) { guard([&, this] { d->OnBeforeUserResize(col, cancel); }); });
-    connect(g, &grid::FlexGrid::AfterUserResize, this, [](int, int) {});
+    detail::WireGridEvents(this, g,
+                           {kDblClickName, true, d->longCaptions, [this] { return d->SalesCycleTooltip(); },
+                            [this](int row, int state) { d->OnAfterCollapse(row, state); }});
+    connect(g, &grid::FlexGrid::BeforeUserResize, this, [this](int, int col, bool& cancel) {
+        detail::AtEventBoundary(this, [&] { d->OnBeforeUserResize(col, cancel); });
+    });
     connect(g, &grid::FlexGrid::DrawCell, this,
             [this](QPainter* p, int row, int col, int l, int t, int r, int b, bool& done) { d->OnDrawCell(p, row, col, l, t, r, b, done); });
-    d->UserControl_Initialize();
 }
 
 PriorityView::~PriorityView()

@@ -47,9 +47,7 @@ public:
     void LoadViewPreferences();
 
     // Grid events.
-    void OnDblClick();
-    void OnMouseUp(int button);
-    void OnMouseMove();
+    bool SalesCycleTooltip();
     void OnAfterCollapse(int row, int state);
     void OnBeforeUserResize(int col, bool& cancel);
     void OnDrawCell(QPainter* painter, int row, int col, int left, int top, int right, int bottom, bool& done);

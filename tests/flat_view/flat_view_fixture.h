@@ -12,33 +12,12 @@
 #include "common/view_preferences.h"
 #include "support/ibo_builder.h"
 #include "support/test_env.h"
+#include "support/view_fixture.h"
 
 namespace BrevView::test {
 
-class FlatViewTest : public TestEnv {
+class FlatViewTest : public ViewTest<FlatView, FlatViewPrivate> {
 protected:
-    void SetUp() override
-    {
-        TestEnv::SetUp();
-        db_ = CreateIboDatabase();
-        qputenv("BREV_DATABASE", db_.toLocal8Bit());
-        UseRecordingTrace();
-    }
-    void TearDown() override
-    {
-        view_.reset();
-        TestEnv::TearDown();
-    }
-    FlatView& View()
-    {
-        if (!view_) {
-            view_ = std::make_unique<FlatView>();
-            view_->resize(900, 400);
-        }
-        return *view_;
-    }
-    grid::FlexGrid& Grid() { return *View().findChild<grid::FlexGrid*>(QStringLiteral("flexGrid")); }
-    FlatViewPrivate& Private() { return *FlatViewPrivate::Of(&View()); }
     // Counts the "BrevData.Setting" objects created from now on (in settingsCreated_).
     void CountSettingObjects()
     {
@@ -48,7 +27,6 @@ protected:
         });
     }
     static void SaveViewPreference(const QString& key, const QString& value) { detail::SaveViewPreference(key, value); }
-    void Add(const Ibo& ibo, const QString& table = QStringLiteral("IboMain")) { Exec(db_, ibo.InsertSql(table)); }
     QStringList Column(int col)
     {
         QStringList out;
@@ -57,9 +35,7 @@ protected:
         return out;
     }
 
-    QString db_;
     int settingsCreated_ = 0;
-    std::unique_ptr<FlatView> view_;
 };
 
 }  // namespace BrevView::test

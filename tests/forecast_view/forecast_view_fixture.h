@@ -10,42 +10,23 @@
 #include "platform/grid/flex_grid.h"
 #include "support/ibo_builder.h"
 #include "support/test_env.h"
+#include "support/view_fixture.h"
 
 namespace BrevView::test {
 
-class ForecastViewTest : public TestEnv {
+class ForecastViewTest : public ViewTest<ForecastView, ForecastViewPrivate> {
 protected:
     void SetUp() override
     {
-        TestEnv::SetUp();
+        ViewTest::SetUp();
         PinToday(2024, 5, 10);
-        db_ = CreateIboDatabase();
-        qputenv("BREV_DATABASE", db_.toLocal8Bit());
-        UseRecordingTrace();
     }
-    void TearDown() override
-    {
-        view_.reset();
-        TestEnv::TearDown();
-    }
-    ForecastView& View()
-    {
-        if (!view_) {
-            view_ = std::make_unique<ForecastView>();
-            view_->resize(1300, 500);
-        }
-        return *view_;
-    }
-    grid::FlexGrid& Grid() { return *View().findChild<grid::FlexGrid*>(QStringLiteral("flexGrid")); }
-    ForecastViewPrivate& Private() { return *ForecastViewPrivate::Of(&View()); }
-    void Add(const Ibo& ibo) { Exec(db_, ibo.InsertSql()); }
     static Ibo Won(int id, const QString& wonDate)
     {
         return Ibo::Open(id, QStringLiteral("2030-01-01 00:00:00"))
             .Set(QStringLiteral("DescriptorStatus"), QStringLiteral("2"))
             .Text(QStringLiteral("DateWonLostCancel"), wonDate);
     }
-    int RowOf(qint32 id) { return Grid().FindRowValue(automation::Variant(id)); }
     int Node(const QString& key) { return Grid().GetNode(key); }
     // The month keys of the month rows, top to bottom.
     QStringList MonthKeys()
@@ -57,9 +38,6 @@ protected:
         }
         return keys;
     }
-
-    QString db_;
-    std::unique_ptr<ForecastView> view_;
 };
 
 }  // namespace BrevView::test
