@@ -2,9 +2,12 @@
 // memory after the first 100 refreshes with the memory at the end (goal: within 5 %).
 // Usage: brevview-soak [--refreshes N] [--ibos N]; prints "soak: ok" or exits 1.
 
+#include <malloc.h>
+#include <sqlite3.h>
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <memory>
 
@@ -31,13 +34,15 @@ int main(int argc, char** argv)
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication app(argc, argv);
-    int refreshes = 10000, ibos = 1000;
+    int refreshes = 10000, ibos = 1000, every = 0;
     const QStringList args = app.arguments();
     for (int i = 1; i + 1 < args.size(); ++i) {
         if (args[i] == QLatin1String("--refreshes"))
             refreshes = args[i + 1].toInt();
         if (args[i] == QLatin1String("--ibos"))
             ibos = args[i + 1].toInt();
+        if (args[i] == QLatin1String("--every"))
+            every = args[i + 1].toInt();
     }
     QTemporaryDir dir;
     qputenv("XDG_CONFIG_HOME", dir.filePath(QStringLiteral("config")).toLocal8Bit());
@@ -52,13 +57,27 @@ int main(int argc, char** argv)
     BrevView::ForecastView forecast;
     double after100 = 0;
     for (int i = 1; i <= refreshes; ++i) {
-        flat.Refresh();
-        priority.Refresh();
-        forecast.Refresh();
+        // BREV_SOAK_ONLY=flat|priority|forecast narrows a run to one view, to find what grows.
+        const QByteArray only = qgetenv("BREV_SOAK_ONLY");
+        if (only.isEmpty() || only == "flat")
+            flat.Refresh();
+        if (only.isEmpty() || only == "priority")
+            priority.Refresh();
+        if (only.isEmpty() || only == "forecast")
+            forecast.Refresh();
+        // As in a host, the event loop runs between refreshes (the grid posts its layout work).
+        QCoreApplication::processEvents();
         if (i == std::min(100, refreshes))
             after100 = ResidentMiB();
+        if (every > 0 && i % every == 0)
+            std::printf("  after %d: resident %.1f MiB, heap in use %.2f MiB, of which SQLite %.2f MiB\n", i, ResidentMiB(),
+                        double(mallinfo2().uordblks) / 1048576.0, double(sqlite3_memory_used()) / 1048576.0);
     }
     const double end = ResidentMiB();
+    // BREV_SOAK_KEEP=1 ends without tearing the views down, so that a heap profiler sees
+    // everything they hold at the end as still allocated.
+    if (!qgetenv("BREV_SOAK_KEEP").isEmpty())
+        std::_Exit(0);
     const double growth = (end - after100) / after100;
     std::printf("soak: %d refreshes of each view over %d IBOs; resident %.1f MiB after 100, %.1f MiB at the end (%+.2f %%)\n", refreshes,
                 ibos, after100, end, growth * 100);

@@ -109,6 +109,7 @@ int main(int argc, char** argv)
             }
         }
         ++rounds;
+        QCoreApplication::processEvents();
     }
     writer.waitForFinished(seconds * 1000 + 10000);
     sqlite3* check = nullptr;
