@@ -24,6 +24,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         // Without the digest check, so that damaged content reaches the reader itself.
         g_grid->LoadGridData(QByteArray(reinterpret_cast<const char*>(data), qsizetype(size)), QStringLiteral("fuzz"), false);
         (void)g_grid->VisibleRows();
+        static int runs = 0;
+        if (++runs % 256 == 0)
+            QCoreApplication::processEvents();
     } catch (const BrevView::RuntimeError& e) {
         if (e.number() != 321)
             __builtin_trap();
