@@ -1340,8 +1340,8 @@ bool FlexGrid::Read(QDataStream& in)
     in >> fixedRows >> fixedCols >> row >> col;
     for (qint32& v : look)
         in >> v;
-    in >> wordWrap >> scrollTips >> tip;
-    if (in.status() != QDataStream::Ok || !in.atEnd())
+    in >> wordWrap >> scrollTips;
+    if (!GridStore::ReadText(in, &tip) || in.status() != QDataStream::Ok || !in.atEnd())
         return false;
     if (fixedRows < 0 || fixedRows > store.rows() || fixedCols < 0 || fixedCols > store.cols() || row < -1 || row >= store.rows() ||
         col < 0 || (store.cols() > 0 && col >= store.cols()))

@@ -19,6 +19,34 @@ QByteArray StyleKey(const CellStyle& s)
            QByteArray(1, char(s.alignment));
 }
 
+// A text as QDataStream writes it (a byte count, then UTF-16), read without trusting the
+// count: a count the remaining data cannot hold fails before anything is allocated.
+bool ReadText(QDataStream& in, QString* out)
+{
+    quint32 bytes = 0;
+    in >> bytes;
+    if (in.status() != QDataStream::Ok)
+        return false;
+    if (bytes == 0xFFFFFFFFu) {
+        *out = QString();
+        return true;
+    }
+    if (bytes % 2 != 0 || (in.device() && qint64(bytes) > in.device()->bytesAvailable()))
+        return false;
+    QByteArray raw(qsizetype(bytes), Qt::Uninitialized);
+    if (in.readRawData(raw.data(), int(bytes)) != int(bytes))
+        return false;
+    QString text(qsizetype(bytes / 2), Qt::Uninitialized);
+    const bool big = in.byteOrder() == QDataStream::BigEndian;
+    for (quint32 i = 0; i < bytes / 2; ++i) {
+        const auto hi = static_cast<unsigned char>(raw[qsizetype(2 * i + (big ? 0 : 1))]);
+        const auto lo = static_cast<unsigned char>(raw[qsizetype(2 * i + (big ? 1 : 0))]);
+        text[qsizetype(i)] = QChar(char16_t((hi << 8) | lo));
+    }
+    *out = text;
+    return true;
+}
+
 void WriteVariant(QDataStream& out, const automation::Variant& v)
 {
     using automation::VarType;
@@ -48,12 +76,17 @@ bool ReadVariant(QDataStream& in, automation::Variant* v)
     case VarType::Double: { double d = 0; in >> d; *v = automation::Variant(d); return true; }
     case VarType::Currency: { qint64 c = 0; in >> c; *v = automation::Variant(automation::Currency::FromTicks(c)); return true; }
     case VarType::Date: { double d = 0; in >> d; *v = automation::Variant(automation::Date::FromSerial(d)); return true; }
-    case VarType::String: { QString s; in >> s; *v = automation::Variant(s); return true; }
+    case VarType::String: { QString s; if (!ReadText(in, &s)) return false; *v = automation::Variant(s); return true; }
     }
     return false;
 }
 
 }  // namespace
+
+bool GridStore::ReadText(QDataStream& in, QString* out)
+{
+    return grid::ReadText(in, out);
+}
 
 GridStore::GridStore()
 {
@@ -303,7 +336,9 @@ QVariant GridStore::Setting(int setting, int row, int col) const
 void GridStore::Write(QDataStream& out) const
 {
     out << qint32(rows_) << qint32(cols_);
-    out << fontNames_;
+    out << quint32(fontNames_.size());
+    for (const QString& name : fontNames_)
+        out << name;
     out << quint32(styles_.size());
     for (const CellStyle& s : styles_)
         out << s.fore << s.back << s.fontName << s.fontSize << s.bold << s.italic << s.underline << s.alignment;
@@ -335,10 +370,21 @@ bool GridStore::Read(QDataStream& in)
     // before allocating for them.
     if (in.device() && qint64(rows) * cols * 4 > in.device()->bytesAvailable())
         return false;
-    in >> fresh.fontNames_;
+    quint32 fontCount = 0;
+    in >> fontCount;
+    if (in.status() != QDataStream::Ok || fontCount > 0xFFFF)
+        return false;
+    for (quint32 i = 0; i < fontCount; ++i) {
+        QString name;
+        if (!ReadText(in, &name))
+            return false;
+        fresh.fontNames_.append(name);
+    }
     quint32 styleCount = 0;
     in >> styleCount;
     if (in.status() != QDataStream::Ok || styleCount == 0 || styleCount > 0xFFFF)
+        return false;
+    if (in.device() && qint64(styleCount) * 20 > in.device()->bytesAvailable())
         return false;
     fresh.styles_.clear();
     fresh.styleIds_.clear();
@@ -352,12 +398,17 @@ bool GridStore::Read(QDataStream& in)
         fresh.styles_.push_back(s);
     }
     fresh.cols_ = cols;
-    fresh.colInfo_.resize(size_t(cols));
-    for (ColInfo& c : fresh.colInfo_)
-        in >> c.width >> c.hidden >> c.alignment >> c.dataType >> c.format;
-    if (in.status() != QDataStream::Ok)
+    if (in.device() && qint64(cols) * 17 > in.device()->bytesAvailable())
         return false;
+    fresh.colInfo_.resize(size_t(cols));
+    for (ColInfo& c : fresh.colInfo_) {
+        in >> c.width >> c.hidden >> c.alignment >> c.dataType;
+        if (!ReadText(in, &c.format))
+            return false;
+    }
     fresh.rows_ = rows;
+    if (in.device() && qint64(rows) * 9 > in.device()->bytesAvailable())
+        return false;
     fresh.rowInfo_.resize(size_t(rows));
     for (RowInfo& r : fresh.rowInfo_) {
         if (!ReadVariant(in, &r.data))
@@ -374,7 +425,8 @@ bool GridStore::Read(QDataStream& in)
     QString text;
     for (int r = 0; r < rows; ++r) {
         for (int c = 0; c < cols; ++c) {
-            in >> text;
+            if (!ReadText(in, &text))
+                return false;
             fresh.cellText_[fresh.Index(r, c)] = fresh.AddText(text);
             if (styled) {
                 quint16 id = 0;

@@ -107,6 +107,8 @@ public:
     void Write(QDataStream& out) const;
     // Reads what Write wrote; false (and this store untouched) when the data is damaged.
     bool Read(QDataStream& in);
+    // A text written with QDataStream's operator<<, read with its length checked first.
+    static bool ReadText(QDataStream& in, QString* out);
 
     // Bytes held by the store (for the memory benchmark).
     size_t MemoryUsage() const;

@@ -105,6 +105,18 @@ TEST_F(GridSnapshotTest, DamagedTruncatedOrForeignFileIsRefusedAndTheGridKept)
     EXPECT_RUNTIME_ERROR(grid_->SaveGrid(TempPath(QStringLiteral("no/such/dir/x.fg")), 0, true), 75);
 }
 
+// Found by fuzzing: a text whose length claims gigabytes must not be allocated.
+TEST_F(GridSnapshotTest, ContentWithAHugeTextLengthIsRefusedWithoutAllocatingIt)
+{
+    const QByteArray input = QByteArray::fromBase64(
+        "QlZHUklEDQoAAAABAAAAAAAAAE1NTU1NTU1NTU1NTU1NTU1NTU1NTU1NTU0KAAAAAQAAAAAAAAAA47DEQpj8HBSa+/TImW+5JCeuQeRkm5NMpJVNTU1NTU1N"
+        "TU1NTU0BAAAAAAAAAADjsMRCmPwcFJonRABVADBgAACVmRt4UrhV");
+    const QString before = Describe(*grid_);
+    EXPECT_RUNTIME_ERROR(grid_->LoadGridData(input, QStringLiteral("fuzz"), false), 321);
+    EXPECT_RUNTIME_ERROR(grid_->LoadGridData(input, QStringLiteral("fuzz"), true), 321);
+    EXPECT_EQ(Describe(*grid_), before);
+}
+
 QString PdfText(const QString& pdf)
 {
     QProcess p;
