@@ -4,6 +4,7 @@
 
 #include <QApplication>
 #include <QFile>
+#include <QDir>
 #include <QTemporaryDir>
 
 #include <brevview/brevview.h>
@@ -31,7 +32,8 @@ BrevView::PriorityView* g_priority = nullptr;
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv)
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
-    static QTemporaryDir dir;
+    // The settings file is written often: keep it in memory where the system offers that.
+    static QTemporaryDir dir(QDir(QStringLiteral("/dev/shm")).exists() ? QStringLiteral("/dev/shm/brevview-fuzz-XXXXXX") : QString());
     qputenv("XDG_CONFIG_HOME", dir.filePath(QStringLiteral("config")).toLocal8Bit());
     static QApplication app(*argc, *argv);
     BrevView::RegisterHostObject(QStringLiteral("BrevData.Setting"), [] { return std::make_shared<FuzzStore>(); });
