@@ -2,6 +2,7 @@
 
 #include "../platform/automation/conversions.h"
 #include "../platform/automation/runtime_error.h"
+#include "../platform/host/locale_info.h"
 
 namespace BrevView::detail {
 
@@ -18,6 +19,15 @@ automation::Date NormalizeDateIgnoringErrors(const automation::Variant& v)
     } catch (const RuntimeError&) {
         return automation::Date();
     }
+}
+
+bool ShortDateTextOfCanonical(const char* text, int length, QString* out)
+{
+    automation::Date d;
+    if (!automation::Date::FromCanonicalUtf8(text, length, &d))
+        return false;
+    *out = host::FormatShortDate(d.ToQDate());
+    return true;
 }
 
 }  // namespace BrevView::detail

@@ -244,8 +244,14 @@ void FlatViewPrivate::Refresh()
             while (!rs.Eof()) {
                 g.setRows(g.Rows() + 1);
                 g.setRowDataValue(r, Variant(ToLong(rs.Field(fi.IboID))));
-                const automation::Date day = detail::NormalizeDateIgnoringErrors(rs.Field(fi.DateWWIH));
-                g.setTextMatrix(r, colDate, host::FormatShortDate(day.ToQDate()));
+                // The day of DateWWIH; read straight from its stored text when it is one.
+                const char* dateText = nullptr;
+                int dateLength = 0;
+                QString shortDate;
+                if (!rs.FieldUtf8(fi.DateWWIH, &dateText, &dateLength) ||
+                    !detail::ShortDateTextOfCanonical(dateText, dateLength, &shortDate))
+                    shortDate = host::FormatShortDate(detail::NormalizeDateIgnoringErrors(rs.Field(fi.DateWWIH)).ToQDate());
+                g.setTextMatrix(r, colDate, shortDate);
                 detail::SetTextFromField(g, r, colIboNumber, rs, fi.IboNumber);
                 g.setTextMatrix(r, colStatus, detail::StatusLabel(rs.Field(fi.DescriptorStatus)));
                 detail::SetTextFromField(g, r, colLastName, rs, fi.ConLastName);
