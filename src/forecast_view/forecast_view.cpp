@@ -125,7 +125,6 @@ void ForecastViewPrivate::UserControl_Resize()
 void ForecastViewPrivate::InitLookups()
 {
     Traced(QStringLiteral("BrevView.ForecastView::InitLookups"), [&] {
-        descriptorLabels = {QStringLiteral("Low"), QStringLiteral("Med"), QStringLiteral("High")};
         monthNames = {QStringLiteral("Jan"), QStringLiteral("Feb"), QStringLiteral("Mar"), QStringLiteral("Apr"),
                       QStringLiteral("May"), QStringLiteral("Jun"), QStringLiteral("Jul"), QStringLiteral("Aug"),
                       QStringLiteral("Sep"), QStringLiteral("Oct"), QStringLiteral("Nov"), QStringLiteral("Dec")};

@@ -70,7 +70,6 @@ public:
     detail::GrandTotals grand;
     automation::Currency overdueUnweighted;
     automation::Currency overdueWeighted;
-    QStringList descriptorLabels;
     QStringList monthNames;
     QStringList longTitles;
     QStringList headers;

@@ -384,11 +384,6 @@ Variant Recordset::Field(int index)
     return ValueOf(index, cell.kind, cell.kind == kInt ? cell.i : 0, cell.kind == kReal ? cell.d : 0, nullptr, 0);
 }
 
-bool Recordset::FieldIsNull(int index)
-{
-    return Field(index).IsNull();
-}
-
 std::shared_ptr<Recordset> Recordset::OpenRecordset(int type)
 {
     CheckOpen();

@@ -62,7 +62,6 @@ public:
     // The current record's text field as stored (UTF-8), without making a Variant; false
     // when the value is not text (Null, a number), so that the caller takes Field().
     bool FieldUtf8(int index, const char** text, int* length);
-    bool FieldIsNull(int index);
 
     QString Filter() const { return filter_; }
     void SetFilter(const QString& filter) { filter_ = filter; }

@@ -443,16 +443,4 @@ bool GridStore::Read(QDataStream& in)
     return true;
 }
 
-size_t GridStore::MemoryUsage() const
-{
-    size_t bytes = cellText_.capacity() * sizeof(quint32) + pool_.capacity() * sizeof(char16_t) +
-                   cellStyle_.capacity() * sizeof(quint16) + styles_.capacity() * sizeof(CellStyle) +
-                   rowInfo_.capacity() * sizeof(RowInfo) + colInfo_.capacity() * sizeof(ColInfo);
-    for (const RowInfo& r : rowInfo_) {
-        if (r.data.type() == automation::VarType::String)
-            bytes += size_t(r.data.stringValue().capacity()) * 2 + 16;
-    }
-    return bytes;
-}
-
 }  // namespace BrevView::grid

@@ -110,9 +110,6 @@ public:
     // A text written with QDataStream's operator<<, read with its length checked first.
     static bool ReadText(QDataStream& in, QString* out);
 
-    // Bytes held by the store (for the memory benchmark).
-    size_t MemoryUsage() const;
-
 private:
     size_t Index(int row, int col) const { return size_t(row) * size_t(cols_) + size_t(col); }
     quint32 AddText(const QString& text);
