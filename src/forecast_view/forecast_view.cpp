@@ -721,11 +721,7 @@ void ForecastView::RestoreViewAfterPrint()
 void ForecastView::resizeEvent(QResizeEvent* event)
 {
     QWidget::resizeEvent(event);
-    try {
-        d->UserControl_Resize();
-    } catch (const RuntimeError& e) {
-        emit ErrorRaised(e.number(), e.source(), e.description());
-    }
+    detail::AtEventBoundary(this, [this] { d->UserControl_Resize(); });
 }
 
 }  // namespace BrevView

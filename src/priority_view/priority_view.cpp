@@ -559,11 +559,7 @@ void PriorityView::RestoreViewAfterPrint()
 void PriorityView::resizeEvent(QResizeEvent* event)
 {
     QWidget::resizeEvent(event);
-    try {
-        d->UserControl_Resize();
-    } catch (const RuntimeError& e) {
-        emit ErrorRaised(e.number(), e.source(), e.description());
-    }
+    detail::AtEventBoundary(this, [this] { d->UserControl_Resize(); });
 }
 
 }  // namespace BrevView
