@@ -442,8 +442,10 @@ std::pair<double, double> ForecastViewPrivate::FillIboRow(int r, data::Recordset
     const double value = ToDouble(detail::IboValue(ToDouble(rs.Field(fi.IboValueNumeric)), ToDouble(rs.Field(fi.IboValueDecimal))));
     // The amounts as text: the plain value as the double it is, the weighted one as Currency.
     const QString plain = automation::DoubleToText(value);
-    const double weightedValue = won ? value : detail::WeightedValue(percent, value).ToDouble();
-    const QString weighted = won ? plain : detail::WeightedValue(percent, value).ToText();
+    // A won IBO counts at 100 percent: its weighted amount is its value.
+    const Currency weightedAmount = won ? Currency() : detail::WeightedValue(percent, value);
+    const double weightedValue = won ? value : weightedAmount.ToDouble();
+    const QString weighted = won ? plain : weightedAmount.ToText();
     const QString a11 = won ? QStringLiteral("0") : plain;
     const QString a12 = won ? QStringLiteral("0") : weighted;
     g.setTextMatrix(r, colAmount1, a11);
