@@ -77,6 +77,10 @@ std::shared_ptr<data::QueryDef> GetStoredQuery(data::Database* database, const Q
     IgnoringErrors([&] { query = database->QueryDefs(name); });
     if (!query)
         IgnoringErrors([&] { query = database->CreateQueryDef(name, sql); });
+    // A look-up that met a lock held by another process found nothing although the query
+    // exists (its creation then fails for the same reason): look once more before giving up.
+    if (!query)
+        IgnoringErrors([&] { query = database->QueryDefs(name); });
     return query;
 }
 

@@ -40,7 +40,8 @@ void SetupDataAccess(DataAccessState& state, const DataAccessTraits& traits);
 void CleanupDataAccess(DataAccessState& state, const DataAccessTraits& traits);
 
 // The stored query `name`: looked up with errors ignored, created with `sql` when
-// missing; nothing (so that the caller fails with error 91) when creation fails.
+// missing; nothing (so that the caller fails with error 91) when creation fails and the
+// query is still not to be found.
 std::shared_ptr<data::QueryDef> GetStoredQuery(data::Database* database, const QString& name, const QString& sql);
 
 // Opens `query` as a recordset; error 91 when there is no query, as with an object

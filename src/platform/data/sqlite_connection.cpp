@@ -112,7 +112,7 @@ std::shared_ptr<SqliteConnection> SqliteConnection::Open(const QString& path)
               QStringLiteral("The database engine cannot open the file '%1' (%2).").arg(path, why));
     }
     // A writer in another process makes us wait a bounded time, then fail with a numbered error.
-    sqlite3_busy_timeout(c->db_, 2000);
+    sqlite3_busy_timeout(c->db_, 5000);
     sqlite3_extended_result_codes(c->db_, 0);
     RegisterFunctions(c->db_);
     // Reading the schema proves that the file is a database.
