@@ -131,7 +131,7 @@ bool Recordset::FieldUtf8(int index, const char** text, int* length)
     const Cell& cell = cells_[size_t(pos_ * columnCount_ + index)];
     if (cell.kind != kText)
         return false;
-    *text = text_.data() + cell.i;
+    *text = TextOf(cell);
     *length = int(cell.len);
     return true;
 }
@@ -181,15 +181,26 @@ void Recordset::CacheCurrentRow()
             const char* t = reinterpret_cast<const char*>(sqlite3_column_text(stmt_, c));
             const int n = sqlite3_column_bytes(stmt_, c);
             cell.kind = kText;
-            cell.i = qint64(text_.size());
-            cell.len = quint32(n);
-            text_.append(t ? t : "", size_t(n));
+            StoreText(cell, t, size_t(n));
             break;
         }
         }
-        cells_.push_back(cell);
+        Cell* slot = nullptr;
+        cells_.Append(1, &slot);
+        *slot = cell;
     }
     ++rows_;
+}
+
+void Recordset::StoreText(Cell& cell, const char* text, size_t length)
+{
+    cell.i = 0;
+    cell.len = quint32(length);
+    if (length == 0)
+        return;
+    char* room = nullptr;
+    cell.i = qint64(text_.Append(length, &room));
+    std::memcpy(room, text, length);
 }
 
 void Recordset::Start()
@@ -226,8 +237,8 @@ void Recordset::Materialize()
     streaming_ = false;
     sqlite3_reset(stmt_);
     done_ = false;
-    cells_.clear();
-    text_.clear();
+    cells_.Clear();
+    text_.Clear();
     const qint64 keep = pos_;
     rows_ = 0;
     while (rows_ <= keep && Step())
@@ -380,7 +391,7 @@ Variant Recordset::Field(int index)
     }
     const Cell& cell = cells_[size_t(pos_ * columnCount_ + index)];
     if (cell.kind == kText)
-        return ValueOf(index, kText, 0, 0, text_.data() + cell.i, int(cell.len));
+        return ValueOf(index, kText, 0, 0, TextOf(cell), int(cell.len));
     return ValueOf(index, cell.kind, cell.kind == kInt ? cell.i : 0, cell.kind == kReal ? cell.d : 0, nullptr, 0);
 }
 
@@ -483,9 +494,7 @@ void Recordset::Update()
             case VarType::String: {
                 const QByteArray t = (value.type() == VarType::Date ? value.dateValue().ToCanonicalText() : value.stringValue()).toUtf8();
                 cell.kind = kText;
-                cell.i = qint64(text_.size());
-                cell.len = quint32(t.size());
-                text_.append(t.constData(), size_t(t.size()));
+                StoreText(cell, t.constData(), size_t(t.size()));
                 break;
             }
             }
@@ -506,10 +515,8 @@ void Recordset::Close()
         updateStmt_ = nullptr;
     }
     closed_ = true;
-    cells_.clear();
-    cells_.shrink_to_fit();
-    text_.clear();
-    text_.shrink_to_fit();
+    cells_.Clear();
+    text_.Clear();
     rows_ = 0;
     pos_ = -1;
     started_ = true;

@@ -13,6 +13,7 @@
 #include <QStringList>
 
 #include "../automation/variant.h"
+#include "../block_buffer.h"
 
 struct sqlite3_stmt;
 
@@ -127,8 +128,13 @@ private:
     bool closed_ = false;
     qint64 pos_ = -1;        // current record; -1 before the first
     qint64 rows_ = 0;        // rows cached (non-forward-only) or read (forward-only)
-    std::vector<Cell> cells_;
-    std::string text_;       // the text of every cached cell, end to end
+    // The cached rows' cells, row after row, and their texts end to end; neither moves as
+    // rows are added, so a million-row read copies nothing twice.
+    platform::BlockBuffer<Cell, 12> cells_;
+    platform::BlockBuffer<char, 16> text_;
+    // Where a cached text cell's bytes are ("" for an empty text, which takes no room).
+    const char* TextOf(const Cell& cell) const { return cell.len == 0 ? "" : text_.At(size_t(cell.i)); }
+    void StoreText(Cell& cell, const char* text, size_t length);
 
     QString filter_;
     QString sort_;

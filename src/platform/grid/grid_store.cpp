@@ -1,5 +1,7 @@
 #include "grid_store.h"
 
+#include <algorithm>
+
 #include <QDataStream>
 #include <QIODevice>
 #include <QVariant>
@@ -88,9 +90,28 @@ bool GridStore::ReadText(QDataStream& in, QString* out)
     return grid::ReadText(in, out);
 }
 
+TextPool::TextPool()
+{
+    char16_t* unused = nullptr;
+    Allocate(0, &unused);  // address 0: the empty text
+}
+
+quint32 TextPool::Allocate(quint32 length, char16_t** chars)
+{
+    const size_t units = size_t(length) + 2;
+    // Addresses are 32 bits wide: the pool holds up to four billion units.
+    if (units_.SlotsAfter(units) * units_.kBlock > 0xFFFFFFF0u)
+        automation::Raise(automation::ErrOutOfMemory, QStringLiteral("flexGrid"));
+    char16_t* p = nullptr;
+    const size_t at = units_.Append(units, &p);
+    p[0] = char16_t(length & 0xFFFF);
+    p[1] = char16_t(length >> 16);
+    *chars = p + 2;
+    return quint32(at);
+}
+
 GridStore::GridStore()
 {
-    pool_.assign(1, u'\0');  // offset 0 is the empty text
     styles_.push_back(CellStyle{});
     styleIds_.insert(StyleKey(CellStyle{}), 0);
 }
@@ -100,10 +121,8 @@ void GridStore::SetRows(int rows)
     if (rows < 0)
         automation::Raise(automation::ErrInvalidPropertyValue, QStringLiteral("flexGrid"), QStringLiteral("Invalid Rows value %1").arg(rows));
     if (rows < rows_) {
-        for (size_t i = Index(rows, 0); i < cellText_.size(); ++i) {
-            if (cellText_[i] != 0)
-                garbage_ += 2 + (quint32(pool_[cellText_[i]]) | (quint32(pool_[cellText_[i] + 1]) << 16));
-        }
+        for (size_t i = Index(rows, 0); i < cellText_.size(); ++i)
+            Release(cellText_[i]);
     }
     rows_ = rows;
     cellText_.resize(size_t(rows_) * size_t(cols_), 0);
@@ -152,15 +171,10 @@ quint32 GridStore::AddText(const QString& text)
 {
     if (text.isEmpty())
         return 0;
-    const size_t at = pool_.size();
-    if (at + size_t(text.size()) + 2 > 0xFFFFFFF0u)
-        automation::Raise(automation::ErrOutOfMemory, QStringLiteral("flexGrid"));
-    const quint32 n = quint32(text.size());
-    pool_.push_back(char16_t(n & 0xFFFF));
-    pool_.push_back(char16_t(n >> 16));
-    const char16_t* src = reinterpret_cast<const char16_t*>(text.utf16());
-    pool_.insert(pool_.end(), src, src + n);
-    return quint32(at);
+    char16_t* chars = nullptr;
+    const quint32 at = pool_.Allocate(quint32(text.size()), &chars);
+    std::copy_n(reinterpret_cast<const char16_t*>(text.utf16()), text.size(), chars);
+    return at;
 }
 
 QString GridStore::Text(int row, int col) const
@@ -168,15 +182,13 @@ QString GridStore::Text(int row, int col) const
     const quint32 at = cellText_[Index(row, col)];
     if (at == 0)
         return QString();
-    const quint32 n = quint32(pool_[at]) | (quint32(pool_[at + 1]) << 16);
-    return QString(reinterpret_cast<const QChar*>(pool_.data() + at + 2), qsizetype(n));
+    return QString(reinterpret_cast<const QChar*>(pool_.Chars(at)), qsizetype(pool_.Length(at)));
 }
 
 void GridStore::SetText(int row, int col, const QString& text)
 {
     quint32& ref = cellText_[Index(row, col)];
-    if (ref != 0)
-        garbage_ += 2 + (quint32(pool_[ref]) | (quint32(pool_[ref + 1]) << 16));
+    Release(ref);
     ref = AddText(text);
     if (garbage_ > 65536 && garbage_ * 2 > pool_.size())
         CompactPool();
@@ -192,39 +204,32 @@ void GridStore::SetTextUtf8(int row, int col, const char* text, int length)
         }
     }
     quint32& ref = cellText_[Index(row, col)];
-    if (ref != 0)
-        garbage_ += 2 + (quint32(pool_[ref]) | (quint32(pool_[ref + 1]) << 16));
+    Release(ref);
     if (length == 0) {
         ref = 0;
         return;
     }
-    const size_t at = pool_.size();
-    if (at + size_t(length) + 2 > 0xFFFFFFF0u)
-        automation::Raise(automation::ErrOutOfMemory, QStringLiteral("flexGrid"));
-    pool_.resize(at + 2 + size_t(length));
-    pool_[at] = char16_t(quint32(length) & 0xFFFF);
-    pool_[at + 1] = char16_t(quint32(length) >> 16);
+    char16_t* chars = nullptr;
+    ref = pool_.Allocate(quint32(length), &chars);
     for (int i = 0; i < length; ++i)
-        pool_[at + 2 + size_t(i)] = char16_t(static_cast<unsigned char>(text[i]));
-    ref = quint32(at);
+        chars[i] = char16_t(static_cast<unsigned char>(text[i]));
     if (garbage_ > 65536 && garbage_ * 2 > pool_.size())
         CompactPool();
 }
 
 void GridStore::CompactPool()
 {
-    std::vector<char16_t> old;
-    old.swap(pool_);
-    pool_.reserve(old.size() - garbage_ + 1);
-    pool_.push_back(u'\0');
+    TextPool fresh;
     for (quint32& ref : cellText_) {
         if (ref == 0)
             continue;
-        const quint32 n = quint32(old[ref]) | (quint32(old[ref + 1]) << 16);
-        const quint32 at = quint32(pool_.size());
-        pool_.insert(pool_.end(), old.begin() + ref, old.begin() + ref + 2 + n);
+        const quint32 n = pool_.Length(ref);
+        char16_t* chars = nullptr;
+        const quint32 at = fresh.Allocate(n, &chars);
+        std::copy_n(pool_.Chars(ref), n, chars);
         ref = at;
     }
+    pool_ = std::move(fresh);
     garbage_ = 0;
 }
 

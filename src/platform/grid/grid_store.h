@@ -14,6 +14,7 @@
 #include <QStringList>
 
 #include "../automation/variant.h"
+#include "../block_buffer.h"
 
 namespace BrevView::grid {
 
@@ -74,6 +75,28 @@ struct ColInfo {
     QString format;
 };
 
+// The grid's texts, one after another: [length low][length high][chars...] each, found by
+// an address (0 is the empty text). The texts never move once written: a grid that grows
+// to a million rows writes each unit once and copies none of them again.
+class TextPool {
+public:
+    TextPool();
+
+    // Room for a text of `length` units; returns its address, `*chars` the units to fill.
+    quint32 Allocate(quint32 length, char16_t** chars);
+    quint32 Length(quint32 address) const
+    {
+        const char16_t* p = units_.At(address);
+        return quint32(p[0]) | (quint32(p[1]) << 16);
+    }
+    const char16_t* Chars(quint32 address) const { return units_.At(address) + 2; }
+    // The units addressed so far (the measure of how much of the pool is garbage).
+    size_t size() const { return units_.size(); }
+
+private:
+    platform::BlockBuffer<char16_t> units_;
+};
+
 class GridStore {
 public:
     GridStore();
@@ -113,14 +136,15 @@ public:
 private:
     size_t Index(int row, int col) const { return size_t(row) * size_t(cols_) + size_t(col); }
     quint32 AddText(const QString& text);
+    void Release(quint32 ref) { garbage_ += ref == 0 ? 0 : 2 + pool_.Length(ref); }
     void CompactPool();
     quint16 Intern(const CellStyle& style);
     void EnsureStyles();
 
     int rows_ = 0;
     int cols_ = 0;
-    std::vector<quint32> cellText_;    // offset into pool_, 0 = empty
-    std::vector<char16_t> pool_;       // [length low][length high][chars...] per text
+    std::vector<quint32> cellText_;    // address in pool_, 0 = empty
+    TextPool pool_;
     size_t garbage_ = 0;               // pool units no cell refers to
     std::vector<quint16> cellStyle_;   // empty until the first style is set
     std::vector<CellStyle> styles_;    // id 0 is the default style
