@@ -63,10 +63,22 @@ size_t HeapInUse()
 }
 
 // The Jet texts as SQLite runs them (the same statements the views run).
+// The flat view's stored query with its status filter, as the view composes them.
 const char* kFlatFloor =
-    "SELECT IboID, IboNumber, DateWWIH, ConFirstName, ConLastName, ConCompany, DescriptorUwwgi, DescriptorUwih, Product, "
-    "IboValueNumeric, IboValueDecimal, DescriptorStatus, Note FROM IboMain WHERE ((RecStatusArchive = 0) And (RecStatusDelete = 0)) "
-    "AND (DescriptorStatus IN (1,2,3,4)) ORDER BY DateWWIH";
+    "SELECT * FROM (SELECT IboID, IboNumber, DateWWIH, ConFirstName, ConLastName, ConCompany, DescriptorUwwgi, DescriptorUwih, "
+    "Product, IboValueNumeric, IboValueDecimal, DescriptorStatus, Note FROM IboMain WHERE ((RecStatusArchive = 0) And "
+    "(RecStatusDelete = 0)) ORDER BY DateWWIH) WHERE ((DescriptorStatus=1) OR (DescriptorStatus=2) OR (DescriptorStatus=3) OR "
+    "(DescriptorStatus=4))";
+
+// The floor reads with the engine set up as the views' connections are (the file mapped
+// for reading), so that a ratio measures the views' own work and not a setting.
+sqlite3* OpenForFloor(const QString& path)
+{
+    sqlite3* db = nullptr;
+    sqlite3_open_v2(path.toUtf8().constData(), &db, SQLITE_OPEN_READONLY, nullptr);
+    sqlite3_exec(db, "PRAGMA mmap_size=1073741824", nullptr, nullptr, nullptr);
+    return db;
+}
 
 long long Scan(sqlite3* db, const char* sql, const std::vector<std::pair<const char*, int>>& params = {})
 {
@@ -92,8 +104,7 @@ long long Scan(sqlite3* db, const char* sql, const std::vector<std::pair<const c
 // The floor of each view: the statements it runs, read whole as text.
 double FloorSeconds(const QString& path, const char* view, int runs)
 {
-    sqlite3* db = nullptr;
-    sqlite3_open_v2(path.toUtf8().constData(), &db, SQLITE_OPEN_READONLY, nullptr);
+    sqlite3* db = OpenForFloor(path);
     const QByteArray today = QDate::currentDate().toString(QStringLiteral("yyyy-MM-dd 00:00:00")).toUtf8();
     const QString prioritySelect = QStringLiteral(
         "SELECT DateWWIH, ConFirstName, ConLastName, ConCompany, DescriptorUwwgi, DescriptorUwih, IboValueNumeric, IboValueDecimal, "
@@ -125,8 +136,7 @@ double FloorSeconds(const QString& path, const char* view, int runs)
 
 int CountRows(const QString& path)
 {
-    sqlite3* db = nullptr;
-    sqlite3_open_v2(path.toUtf8().constData(), &db, SQLITE_OPEN_READONLY, nullptr);
+    sqlite3* db = OpenForFloor(path);
     sqlite3_stmt* s = nullptr;
     sqlite3_prepare_v2(db, kFlatFloor, -1, &s, nullptr);
     int n = 0;
@@ -194,8 +204,7 @@ Result Measure(const QString& path, int runs, bool withModel)
     }
     if (withModel) {
         // The usual Qt way: one item per cell, two coloured columns, the same texts.
-        sqlite3* db = nullptr;
-        sqlite3_open_v2(path.toUtf8().constData(), &db, SQLITE_OPEN_READONLY, nullptr);
+        sqlite3* db = OpenForFloor(path);
         std::vector<double> times;
         for (int i = 0; i < std::max(1, std::min(runs, 3)); ++i) {
             const size_t before = HeapInUse();

@@ -23,7 +23,12 @@ CREATE TABLE IF NOT EXISTS IboMain (
     RecStatusDelete    BOOLEAN DEFAULT 0
 );
 CREATE INDEX IF NOT EXISTS IboMain_IboID ON IboMain (IboID);
-CREATE INDEX IF NOT EXISTS IboMain_Status ON IboMain (DescriptorStatus, DescriptorPriority, DateWWIH);
+-- The views' orders, so that SQLite walks an index instead of sorting the IBOs: the list
+-- by date, and each priority's open IBOs by date, value and number. No index leads with
+-- the status or the archive flags: they split the IBOs into a few large groups, and
+-- reading such a group through an index costs more than reading the table in order.
+CREATE INDEX IF NOT EXISTS IboMain_Date ON IboMain (DateWWIH);
+CREATE INDEX IF NOT EXISTS IboMain_Priority ON IboMain (DescriptorPriority, DescriptorStatus, DateWWIH, IboValueNumeric, IboNumber);
 
 CREATE TABLE IF NOT EXISTS IboArchive (
     IboID              INTEGER,
