@@ -261,15 +261,16 @@ int main(int argc, char** argv)
                 sizes.push_back(s.toInt());
         }
     }
-    // --profile VIEW: only that view's refresh, for a profiler.
+    // --profile VIEW: only that view's refreshes (a warm-up, then runs - 1 timed), for a profiler.
     const int profileAt = args.indexOf(QStringLiteral("--profile"));
     if (profileAt > 0 && profileAt + 1 < args.size()) {
         const QString path = QDir(dir).filePath(QStringLiteral("bench-%1.db").arg(sizes.front()));
         qputenv("BREV_DATABASE", path.toLocal8Bit());
         const QString which = args[profileAt + 1];
         std::unique_ptr<QWidget> view(BrevView::CreateControl(QStringLiteral("BrevView.") + which));
-        for (int i = 0; i < runs; ++i)
-            QMetaObject::invokeMethod(view.get(), "Refresh");
+        const double t = MedianOf(std::max(1, runs - 1), [&] { QMetaObject::invokeMethod(view.get(), "Refresh"); });
+        std::printf("%s.Refresh at %d: %.4f s (median of %d after a warm-up)\n", qPrintable(which), sizes.front(), t,
+                    std::max(1, runs - 1));
         return 0;
     }
     std::map<int, Result> results;
