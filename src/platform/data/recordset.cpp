@@ -233,12 +233,21 @@ void Recordset::FetchAll()
 
 void Recordset::Materialize()
 {
-    // Read the statement again from its start, keeping every row, and stay on the same record.
     streaming_ = false;
-    sqlite3_reset(stmt_);
-    done_ = false;
     cells_.Clear();
     text_.Clear();
+    if (pos_ == 0 && rows_ <= 1) {
+        // Still on the first record (or there is none): nothing has been passed, so keep
+        // it and read on from here. Running a sorted statement again would sort it again.
+        rows_ = 0;
+        if (!done_)
+            CacheCurrentRow();
+        return;
+    }
+    // Records were passed without being kept: read the statement again from its start,
+    // keeping every row, and stay on the same record.
+    sqlite3_reset(stmt_);
+    done_ = false;
     const qint64 keep = pos_;
     rows_ = 0;
     while (rows_ <= keep && Step())

@@ -1,4 +1,7 @@
+#include <sqlite3.h>
+
 #include "data_fixture.h"
+#include "platform/data/sqlite_connection.h"
 
 namespace BrevView::test {
 namespace {
@@ -32,6 +35,36 @@ TEST_F(DataTest, SnapshotNavigation)
     EXPECT_EQ(rs->Field(0).longValue(), 1);
     rs->MovePrevious();
     EXPECT_TRUE(rs->Bof());
+}
+
+// Counts its calls: a statement ordered by it calls it once per row each time it runs.
+void CountingKey(sqlite3_context* ctx, int, sqlite3_value** argv)
+{
+    ++*static_cast<int*>(sqlite3_user_data(ctx));
+    sqlite3_result_value(ctx, argv[0]);
+}
+
+TEST_F(DataTest, SnapshotGoingToItsLastRecordFromTheFirstRunsTheStatementOnce)
+{
+    int calls = 0;
+    sqlite3_create_function(db_->connection()->handle(), "counting_key", 1, SQLITE_UTF8, &calls, CountingKey, nullptr, nullptr);
+    auto rs = db_->OpenRecordset(QStringLiteral("SELECT IboID FROM IboMain ORDER BY counting_key(IboNumber) DESC"), dbOpenSnapshot);
+    EXPECT_EQ(rs->Field(0).longValue(), 5);
+    rs->MoveLast();
+    EXPECT_EQ(rs->Field(0).longValue(), 1);
+    rs->MoveFirst();
+    EXPECT_EQ(Ids(*rs), (QList<int>{5, 4, 3, 2, 1}));
+    EXPECT_EQ(calls, 5);
+
+    // Once records have been passed without being kept, going back reads the statement again.
+    calls = 0;
+    auto again = db_->OpenRecordset(QStringLiteral("SELECT IboID FROM IboMain ORDER BY counting_key(IboNumber)"), dbOpenSnapshot);
+    again->MoveNext();
+    again->MoveNext();
+    EXPECT_EQ(again->Field(0).longValue(), 3);
+    again->MoveFirst();
+    EXPECT_EQ(Ids(*again), (QList<int>{1, 2, 3, 4, 5}));
+    EXPECT_EQ(calls, 10);
 }
 
 TEST_F(DataTest, EmptyRecordsetIsAtBothEnds)
