@@ -19,16 +19,26 @@ namespace {
     Raise(ErrTypeMismatch, {}, QStringLiteral("Type mismatch: \"%1\" is not a number").arg(text.left(64)));
 }
 
+// "HH:mm:ss" of a second of the day.
+QString TimeText(int secs)
+{
+    const int parts[3] = {secs / 3600, secs / 60 % 60, secs % 60};
+    QString text(8, QLatin1Char(':'));
+    for (int i = 0; i < 3; ++i) {
+        text[3 * i] = QLatin1Char(char('0' + parts[i] / 10));
+        text[3 * i + 1] = QLatin1Char(char('0' + parts[i] % 10));
+    }
+    return text;
+}
+
 QString DateToText(const Date& d)
 {
-    const QDate day = d.ToQDate();
     const int secs = d.SecondsOfDay();
-    const QString time = QTime(0, 0).addSecs(secs).toString(QStringLiteral("HH:mm:ss"));
     if (secs == 0)
-        return host::FormatShortDate(day);
+        return host::FormatShortDate(d.ToQDate());
     if (d.serial() >= 0 && d.serial() < 1)
-        return time;  // a time without a date
-    return host::FormatShortDate(day) + QLatin1Char(' ') + time;
+        return TimeText(secs);  // a time without a date
+    return host::FormatShortDate(d.ToQDate()) + QLatin1Char(' ') + TimeText(secs);
 }
 
 }  // namespace

@@ -91,6 +91,9 @@ TEST_F(ConversionsTest, TextOfEachType)
     EXPECT_EQ(automation::ToText(Variant(Currency::FromDouble(2.5))), QStringLiteral("2.5"));
     EXPECT_EQ(automation::ToText(Variant(Date::FromParts(2026, 3, 5))), QStringLiteral("3/5/26"));
     EXPECT_EQ(automation::ToText(Variant(Date::FromParts(2026, 3, 5, 17, 45))), QStringLiteral("3/5/26 17:45:00"));
+    EXPECT_EQ(automation::ToText(Variant(Date::FromParts(2026, 3, 5, 7, 5, 9))), QStringLiteral("3/5/26 07:05:09"));
+    EXPECT_EQ(automation::ToText(Variant(Date::FromParts(2026, 3, 5, 23, 59, 59))), QStringLiteral("3/5/26 23:59:59"));
+    EXPECT_EQ(automation::ToText(Variant(Date::FromSerial(0.75))), QStringLiteral("18:00:00"));  // a time without a date
 }
 
 TEST_F(ConversionsTest, DateFromTextReadsCanonicalAndShortForms)
