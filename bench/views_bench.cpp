@@ -268,6 +268,7 @@ int main(int argc, char** argv)
         qputenv("BREV_DATABASE", path.toLocal8Bit());
         const QString which = args[profileAt + 1];
         std::unique_ptr<QWidget> view(BrevView::CreateControl(QStringLiteral("BrevView.") + which));
+        view->resize(1200, 800);
         const double t = MedianOf(std::max(1, runs - 1), [&] { QMetaObject::invokeMethod(view.get(), "Refresh"); });
         std::printf("%s.Refresh at %d: %.4f s (median of %d after a warm-up)\n", qPrintable(which), sizes.front(), t,
                     std::max(1, runs - 1));
