@@ -55,7 +55,9 @@ void DefaultTrace::HandleError(const QString&)
 void DefaultTrace::EnterProc(const QString& name)
 {
     stack_.append(name);
-    Write(QStringLiteral("ENTER ") + name);
+    // Procedures are entered once per row in a refresh: no line is made for no file.
+    if (file_.isOpen())
+        Write(QStringLiteral("ENTER ") + name);
 }
 
 void DefaultTrace::ExitProc(const QString& name)
@@ -63,7 +65,8 @@ void DefaultTrace::ExitProc(const QString& name)
     const qsizetype i = stack_.lastIndexOf(name);
     if (i >= 0)
         stack_.remove(i, stack_.size() - i);
-    Write(QStringLiteral("EXIT ") + name);
+    if (file_.isOpen())
+        Write(QStringLiteral("EXIT ") + name);
 }
 
 QString DefaultDatabaseSettings::DatabasePath() { return EnvOrSetting("BREV_DATABASE", QStringLiteral("DatabasePath")); }
