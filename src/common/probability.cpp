@@ -31,6 +31,19 @@ qint32 ProbabilityMatrix::Lookup(const automation::Variant& a, const automation:
     }
 }
 
+QString PercentText(qint32 percent)
+{
+    static const std::array<QString, 101> kTexts = [] {
+        std::array<QString, 101> texts;
+        for (int i = 0; i <= 100; ++i)
+            texts[size_t(i)] = QString::number(i);
+        return texts;
+    }();
+    if (percent >= 0 && percent <= 100)
+        return kTexts[size_t(percent)];
+    return QString::number(percent);
+}
+
 automation::Currency WeightedValue(qint32 probability, double value)
 {
     return automation::Currency::FromDouble(double(probability) / 100.0 * value);

@@ -4,6 +4,7 @@
 
 #include <array>
 
+#include <QString>
 #include <QtGlobal>
 
 #include "../platform/automation/currency.h"
@@ -25,6 +26,9 @@ public:
 private:
     std::array<qint32, 9> values_{};
 };
+
+// A probability as the grids show it (its decimal text); the texts of 0 to 100 are made once.
+QString PercentText(qint32 percent);
 
 // probability / 100 * value in double precision, then to Currency (error 6 beyond its range).
 automation::Currency WeightedValue(qint32 probability, double value);

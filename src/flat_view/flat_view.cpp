@@ -261,7 +261,7 @@ void FlatViewPrivate::Refresh()
                 const Variant uwwgi = rs.Field(fi.DescriptorUwwgi);
                 g.setTextMatrix(r, colUwih, detail::DescriptorLabel(uwih));
                 g.setTextMatrix(r, colUwwgi, detail::DescriptorLabel(uwwgi));
-                g.setTextMatrix(r, colProbability, QString::number(probability.Lookup(uwih, uwwgi)));
+                g.setTextMatrix(r, colProbability, detail::PercentText(probability.Lookup(uwih, uwwgi)));
                 g.setTextMatrix(r, colProduct, detail::ProductDisplayText(ToText(rs.Field(fi.Product))));
                 g.setTextMatrix(r, colValue,
                                 ToText(detail::IboValue(ToDouble(rs.Field(fi.IboValueNumeric)), ToDouble(rs.Field(fi.IboValueDecimal)))));

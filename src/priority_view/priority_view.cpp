@@ -222,7 +222,7 @@ void PriorityViewPrivate::ReadGroup(data::Recordset& rs, int nodeRow, bool overd
         const int r = g.Rows() - 1;
         g.setRowDataValue(r, Variant(ToLong(rs.Field(fi.IboID))));
         detail::SetTextFromField(g, r, colIboNumber, rs, fi.IboNumber);
-        const Date closing = automation::ToDate(rs.Field(fi.DateWWIH));
+        const Date closing = detail::DateOfField(rs, fi.DateWWIH);
         g.setTextMatrix(r, colDate, host::FormatShortDate(NormalizeDate(closing).ToQDate()));
         detail::SetTextFromField(g, r, colLastName, rs, fi.ConLastName);
         detail::SetTextFromField(g, r, colFirstName, rs, fi.ConFirstName);
@@ -239,7 +239,7 @@ void PriorityViewPrivate::ReadGroup(data::Recordset& rs, int nodeRow, bool overd
         if (overdue)
             g.setCell(grid::flexcpBackColor, r, 0, r, colQualified, kNodeBack);
         g.setTextMatrix(r, colWtc, detail::WeeksToCloseText(closing, today));
-        g.setTextMatrix(r, colProbability, QString::number(probability.Lookup(uwih, uwwgi)));
+        g.setTextMatrix(r, colProbability, detail::PercentText(probability.Lookup(uwih, uwwgi)));
         detail::SetTextFromField(g, r, colNote, rs, fi.Note);
         ++count;
         rs.MoveNext();

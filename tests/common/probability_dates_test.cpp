@@ -17,6 +17,15 @@ detail::ProbabilityMatrix Matrix()
     return m;
 }
 
+TEST(ProbabilityTest, PercentTextIsTheDecimalTextInsideAndOutsideZeroToHundred)
+{
+    EXPECT_EQ(detail::PercentText(0), QStringLiteral("0"));
+    EXPECT_EQ(detail::PercentText(60), QStringLiteral("60"));
+    EXPECT_EQ(detail::PercentText(100), QStringLiteral("100"));
+    EXPECT_EQ(detail::PercentText(101), QStringLiteral("101"));
+    EXPECT_EQ(detail::PercentText(-5), QStringLiteral("-5"));
+}
+
 TEST(ProbabilityTest, MatrixValuesInIndexOrder)
 {
     EXPECT_EQ(Matrix().values(), (std::array<qint32, 9>{10, 15, 25, 15, 40, 60, 25, 60, 80}));
