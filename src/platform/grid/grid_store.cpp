@@ -300,19 +300,36 @@ void GridStore::ApplySetting(int setting, int row1, int col1, int row2, int col2
     };
     EnsureStyles();
     // Most blocks share a handful of styles: map each old id to its new id once, and
-    // remember the mapping for the next block with the same setting and value.
-    const QByteArray valueKey = QByteArray::number(setting) + ':' + value.toString().toUtf8() + ':';
+    // remember the mapping for the next block with the same setting and value. The same
+    // setting and value row after row (a refresh colouring each row it adds) reads the
+    // mapping from a table by old id, without making a key.
+    if (lastSetting_ != setting || lastValue_ != value) {
+        lastSetting_ = setting;
+        lastValue_ = value;
+        lastNext_.clear();
+    }
+    QByteArray valueKey;
+    auto next = [&](quint16 old) {
+        if (old < lastNext_.size() && lastNext_[old] >= 0)
+            return quint16(lastNext_[old]);
+        if (valueKey.isEmpty())
+            valueKey = QByteArray::number(setting) + ':' + value.toString().toUtf8() + ':';
+        const QByteArray key = valueKey + QByteArray::number(old);
+        auto it = transitions_.constFind(key);
+        if (it == transitions_.constEnd())
+            it = transitions_.insert(key, Intern(change(styles_[old])));
+        if (old >= lastNext_.size())
+            lastNext_.resize(size_t(old) + 1, -1);
+        lastNext_[old] = it.value();
+        return it.value();
+    };
     quint16 lastOld = 0xFFFF, lastNew = 0;
     for (int r = row1; r <= row2; ++r) {
         quint16* id = &cellStyle_[Index(r, col1)];
         for (int c = col1; c <= col2; ++c, ++id) {
             if (*id != lastOld) {
-                const QByteArray key = valueKey + QByteArray::number(*id);
-                auto it = transitions_.constFind(key);
-                if (it == transitions_.constEnd())
-                    it = transitions_.insert(key, Intern(change(styles_[*id])));
                 lastOld = *id;
-                lastNew = it.value();
+                lastNew = next(*id);
             }
             *id = lastNew;
         }

@@ -12,6 +12,7 @@
 #include <QHash>
 #include <QString>
 #include <QStringList>
+#include <QVariant>
 
 #include "../automation/variant.h"
 #include "../block_buffer.h"
@@ -152,6 +153,10 @@ private:
     // (old style, setting, value) -> new style, so that a setting repeated row after row
     // costs one look-up and no interning.
     QHash<QByteArray, quint16> transitions_;
+    // The transitions of the last (setting, value), by old style id (-1: not known yet).
+    int lastSetting_ = -1;
+    QVariant lastValue_;
+    std::vector<qint32> lastNext_;
     QStringList fontNames_;
     std::vector<RowInfo> rowInfo_;
     std::vector<ColInfo> colInfo_;

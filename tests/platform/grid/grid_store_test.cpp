@@ -87,5 +87,29 @@ TEST(GridStoreTest, ManyRowsOfTextsSurviveRewritesAndTheCompactionsTheyCause)
     EXPECT_TRUE(store.TextIsEmpty(4999, 0));
 }
 
+TEST(GridStoreTest, ASettingRepeatedRowAfterRowKeepsWhatEachCellHadBefore)
+{
+    GridStore store;
+    store.SetCols(4);
+    store.SetRows(40);
+    for (int r = 0; r < 40; ++r) {
+        if (r % 3 == 0)
+            store.ApplySetting(grid::flexcpFontBold, r, 0, r, 1, true);
+        if (r % 4 == 0)
+            store.ApplySetting(grid::flexcpForeColor, r, 2, r, 3, 0x0000FF);
+        // The same setting and value on every row, over cells with different styles.
+        store.ApplySetting(grid::flexcpBackColor, r, 0, r, 3, 0xBCC5FB);
+    }
+    store.ApplySetting(grid::flexcpBackColor, 5, 0, 5, 0, 0x00FF00);
+    for (int r = 0; r < 40; ++r) {
+        for (int c = 0; c < 4; ++c) {
+            const bool green = r == 5 && c == 0;
+            EXPECT_EQ(store.Setting(grid::flexcpBackColor, r, c).toInt(), green ? 0x00FF00 : 0xBCC5FB) << r << "," << c;
+            EXPECT_EQ(store.Setting(grid::flexcpFontBold, r, c).toBool(), r % 3 == 0 && c < 2) << r << "," << c;
+            EXPECT_EQ(store.Setting(grid::flexcpForeColor, r, c).toInt(), (r % 4 == 0 && c >= 2) ? 0x0000FF : -1) << r << "," << c;
+        }
+    }
+}
+
 }  // namespace
 }  // namespace BrevView::test
