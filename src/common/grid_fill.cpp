@@ -16,4 +16,14 @@ void SetTextFromField(grid::FlexGrid& grid, int row, int col, data::Recordset& r
         grid.setTextMatrix(row, col, automation::ToText(rs.Field(field)));
 }
 
+automation::Date DateOfField(data::Recordset& rs, int field)
+{
+    const char* text = nullptr;
+    int length = 0;
+    automation::Date d;
+    if (rs.FieldUtf8(field, &text, &length) && automation::Date::FromCanonicalUtf8(text, length, &d))
+        return d;
+    return automation::ToDate(rs.Field(field));
+}
+
 }  // namespace BrevView::detail

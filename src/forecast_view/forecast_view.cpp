@@ -386,9 +386,9 @@ void ForecastViewPrivate::InitMonthlyTotalsRS()
         ibos->SetFilter(QString());
         data::Recordset& rs = *filtered;
         if (!(rs.Bof() && rs.Eof())) {
-            Date first = (showWon && showWonRange != 0) ? wonStart : NormalizeDate(automation::ToDate(rs.Field(fi.DateWWIH)));
+            Date first = (showWon && showWonRange != 0) ? wonStart : NormalizeDate(detail::DateOfField(rs, fi.DateWWIH));
             rs.MoveLast();
-            Date last = NormalizeDate(automation::ToDate(rs.Field(fi.DateWWIH)));
+            Date last = NormalizeDate(detail::DateOfField(rs, fi.DateWWIH));
             if (!(last < first)) {
                 QDate m = FirstOfMonth(first.ToQDate()).ToQDate();
                 const QDate end = FirstOfMonth(last.ToQDate()).ToQDate();
@@ -398,7 +398,7 @@ void ForecastViewPrivate::InitMonthlyTotalsRS()
             rs.MoveFirst();
             const int status = rs.FieldIndex(QStringLiteral("DescriptorStatus"));
             while (!rs.Eof()) {
-                const qint32 key = CalcRowIDFromDate(automation::ToDate(rs.Field(fi.DateWWIH)));
+                const qint32 key = CalcRowIDFromDate(detail::DateOfField(rs, fi.DateWWIH));
                 detail::MonthRow* month = months.Find(key);
                 if (!month)
                     automation::Raise(automation::ErrNoCurrentRecord, QStringLiteral("BrevView.ForecastView::InitMonthlyTotalsRS"),
@@ -427,7 +427,7 @@ std::pair<double, double> ForecastViewPrivate::FillIboRow(int r, data::Recordset
     grid::FlexGrid& g = *flexGrid;
     g.setRowDataValue(r, Variant(ToLong(rs.Field(fi.IboID))));
     g.setRowOutlineLevel(r, level);
-    g.setTextMatrix(r, colDate, host::FormatShortDate(NormalizeDate(automation::ToDate(rs.Field(fi.DateWWIH))).ToQDate()));
+    g.setTextMatrix(r, colDate, host::FormatShortDate(NormalizeDate(detail::DateOfField(rs, fi.DateWWIH)).ToQDate()));
     detail::SetTextFromField(g, r, colIboNumber, rs, fi.IboNumber);
     detail::SetTextFromField(g, r, colLastName, rs, fi.ConLastName);
     detail::SetTextFromField(g, r, colFirstName, rs, fi.ConFirstName);
@@ -437,7 +437,7 @@ std::pair<double, double> ForecastViewPrivate::FillIboRow(int r, data::Recordset
     g.setTextMatrix(r, colWih, detail::DescriptorLabel(uwih));
     g.setTextMatrix(r, colWwgi, detail::DescriptorLabel(uwwgi));
     const qint32 percent = probability.Lookup(uwih, uwwgi);
-    g.setTextMatrix(r, colProbability, QString::number(percent));
+    g.setTextMatrix(r, colProbability, detail::PercentText(percent));
     g.setTextMatrix(r, colProduct, detail::ProductDisplayText(ToText(rs.Field(fi.Product))));
     const double value = ToDouble(detail::IboValue(ToDouble(rs.Field(fi.IboValueNumeric)), ToDouble(rs.Field(fi.IboValueDecimal))));
     // The amounts as text: the plain value as the double it is, the weighted one as Currency.
@@ -553,7 +553,7 @@ void ForecastViewPrivate::Refresh()
                 g.setCell(grid::flexcpFontBold, mr, 0, mr, colValue, true);
                 g.setCell(grid::flexcpForeColor, mr, 0, mr, colCount, kMidBlue);
                 while (!rs.Eof()) {
-                    const qint32 key = detail::CalcRowIDFromDate(automation::ToDate(rs.Field(fi.DateWWIH)));
+                    const qint32 key = detail::CalcRowIDFromDate(detail::DateOfField(rs, fi.DateWWIH));
                     if (key > m.RowID)
                         break;
                     if (key == m.RowID) {
