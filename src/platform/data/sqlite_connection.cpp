@@ -3,6 +3,7 @@
 #include <sqlite3.h>
 
 #include <QFileInfo>
+#include <QStorageInfo>
 
 #include "../automation/ole_date.h"
 #include "../automation/runtime_error.h"
@@ -114,10 +115,12 @@ std::shared_ptr<SqliteConnection> SqliteConnection::Open(const QString& path)
     // A writer in another process makes us wait a bounded time, then fail with a numbered error.
     sqlite3_busy_timeout(c->db_, 5000);
     sqlite3_extended_result_codes(c->db_, 0);
-    // Reads go through a memory map of the file: a refresh walks an index and fetches its
-    // rows from all over the table, and one system call per row costs more than the row.
-    // Writes still go through the journal; a VFS without a map (the test VFS) reads as before.
-    sqlite3_exec(c->db_, "PRAGMA mmap_size=1073741824", nullptr, nullptr, nullptr);
+    // Reads go through a memory map of the file on a local disk: a refresh walks an index and
+    // fetches its rows from all over the table, and one system call per row costs more than
+    // the row. Writes still go through the journal; a VFS without a map (the test VFS) and a
+    // file on a network share read as before.
+    if (MapsFilesOn(QStorageInfo(path).fileSystemType()))
+        sqlite3_exec(c->db_, "PRAGMA mmap_size=1073741824", nullptr, nullptr, nullptr);
     // Room for the pages a refresh's writes change (the forecast's won dates touch the
     // table and both of its covering indexes), so that they are not spilled to the file
     // before the commit. Read pages come from the map and take none of it.
@@ -136,6 +139,17 @@ std::shared_ptr<SqliteConnection> SqliteConnection::Open(const QString& path)
         c->RaiseFor(prc, QStringLiteral("opening '%1'").arg(path));
     }
     return c;
+}
+
+bool SqliteConnection::MapsFilesOn(const QByteArray& fileSystemType)
+{
+    static const char* const kLocal[] = {"ext2", "ext3", "ext4", "xfs", "btrfs", "tmpfs", "zfs", "f2fs", "overlay",
+                                         "jfs", "reiserfs", "apfs", "hfs", "ntfs", "ntfs3", "refs", "exfat", "vfat"};
+    for (const char* local : kLocal) {
+        if (fileSystemType == local)
+            return true;
+    }
+    return false;
 }
 
 SqliteConnection::~SqliteConnection()

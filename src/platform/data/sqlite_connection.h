@@ -20,6 +20,11 @@ public:
     SqliteConnection(const SqliteConnection&) = delete;
     SqliteConnection& operator=(const SqliteConnection&) = delete;
 
+    // Whether files on a file system of this type (as QStorageInfo names it) are read through
+    // a memory map: only on local file systems. On a network share a read error through the
+    // map would stop the process instead of failing one call with error 3043.
+    static bool MapsFilesOn(const QByteArray& fileSystemType);
+
     sqlite3* handle() const { return db_; }
     const QString& path() const { return path_; }
 

@@ -1,4 +1,7 @@
+#include <sqlite3.h>
+
 #include <QFile>
+#include <QStorageInfo>
 
 #include "data_fixture.h"
 #include "platform/data/sqlite_connection.h"
@@ -21,6 +24,24 @@ TEST_F(DataTest, MissingFileIsError3024NamingTheFileAndCreatesNothing)
         EXPECT_TRUE(e.description().contains(missing)) << e.description().toStdString();
     }
     EXPECT_FALSE(QFile::exists(missing));
+}
+
+TEST_F(DataTest, FilesAreReadThroughAMemoryMapOnlyOnLocalFileSystems)
+{
+    EXPECT_TRUE(data::SqliteConnection::MapsFilesOn("ext4"));
+    EXPECT_TRUE(data::SqliteConnection::MapsFilesOn("tmpfs"));
+    EXPECT_FALSE(data::SqliteConnection::MapsFilesOn("nfs"));
+    EXPECT_FALSE(data::SqliteConnection::MapsFilesOn("cifs"));
+    EXPECT_FALSE(data::SqliteConnection::MapsFilesOn("fuse.sshfs"));
+    EXPECT_FALSE(data::SqliteConnection::MapsFilesOn(""));
+
+    // The test database's own connection follows its file system's type.
+    const bool local = data::SqliteConnection::MapsFilesOn(QStorageInfo(path_).fileSystemType());
+    sqlite3_stmt* s = nullptr;
+    ASSERT_EQ(sqlite3_prepare_v2(db_->connection()->handle(), "PRAGMA mmap_size", -1, &s, nullptr), SQLITE_OK);
+    ASSERT_EQ(sqlite3_step(s), SQLITE_ROW);
+    EXPECT_EQ(sqlite3_column_int64(s, 0), local ? 1073741824 : 0) << QStorageInfo(path_).fileSystemType().constData();
+    sqlite3_finalize(s);
 }
 
 TEST_F(DataTest, FileThatIsNotADatabaseIsError3343)
