@@ -304,30 +304,35 @@ int main(int argc, char** argv)
             std::printf("  %-34s %10.4f s  %8.1f MiB\n", "QStandardItemModel fill", r.model, r.modelBytes / 1048576.0);
     }
     bool ok = true;
-    auto check = [&](const QString& what, double value, double goal, bool atMost) {
+    // The goals are taken at 100,000 IBOs; a run without that size (--short) prints its
+    // ratios at its first size for information, without checking them.
+    const bool atGoalSize = results.count(100000) > 0;
+    auto check = [&](const QString& what, double value, double goal, bool atMost, bool checked) {
         const bool pass = atMost ? value <= goal : value >= goal;
-        ok = ok && pass;
-        std::printf("%-60s %8.3f  goal %s %6.3f  %s\n", qPrintable(what), value, atMost ? "<=" : ">=", goal, pass ? "ok" : "MISSED");
+        if (checked)
+            ok = ok && pass;
+        std::printf("%-60s %8.3f  goal %s %6.3f  %s\n", qPrintable(what), value, atMost ? "<=" : ">=", goal,
+                    !checked ? "(not checked)" : pass ? "ok" : "MISSED");
     };
-    std::printf("\nGoals\n");
-    const int mid = results.count(100000) ? 100000 : sizes.front();
+    std::printf("\nGoals (those taken at 100000 IBOs are checked only on runs that include that size)\n");
+    const int mid = atGoalSize ? 100000 : sizes.front();
     const Result& m = results[mid];
-    check(QStringLiteral("FlatView.Refresh / floor at %1").arg(mid), m.flat / m.floorFlat, 2.0, true);
-    check(QStringLiteral("PriorityView.Refresh / floor at %1").arg(mid), m.priority / m.floorPriority, 2.5, true);
-    check(QStringLiteral("ForecastView.Refresh / floor at %1").arg(mid), m.forecast / m.floorForecast, 3.0, true);
+    check(QStringLiteral("FlatView.Refresh / floor at %1").arg(mid), m.flat / m.floorFlat, 2.0, true, atGoalSize);
+    check(QStringLiteral("PriorityView.Refresh / floor at %1").arg(mid), m.priority / m.floorPriority, 2.5, true, atGoalSize);
+    check(QStringLiteral("ForecastView.Refresh / floor at %1").arg(mid), m.forecast / m.floorForecast, 3.0, true, atGoalSize);
     if (m.model > 0) {
-        check(QStringLiteral("QStandardItemModel fill / FlatView.Refresh at %1").arg(mid), m.model / m.flat, 3.0, false);
-        check(QStringLiteral("FlatView memory / QStandardItemModel memory at %1").arg(mid), double(m.flatBytes) / double(m.modelBytes), 1.0 / 3.0, true);
+        check(QStringLiteral("QStandardItemModel fill / FlatView.Refresh at %1").arg(mid), m.model / m.flat, 3.0, false, atGoalSize);
+        check(QStringLiteral("FlatView memory / QStandardItemModel memory at %1").arg(mid), double(m.flatBytes) / double(m.modelBytes), 1.0 / 3.0, true, atGoalSize);
     }
-    check(QStringLiteral("ForecastMode switch / ForecastView.Refresh at %1").arg(mid), m.modeSwitch / m.forecast, 0.25, true);
+    check(QStringLiteral("ForecastMode switch / ForecastView.Refresh at %1").arg(mid), m.modeSwitch / m.forecast, 0.25, true, atGoalSize);
     if (results.count(10000) && results.count(1000000)) {
         const Result& s = results[10000];
         const Result& l = results[1000000];
         const double scale = double(s.rows) / double(l.rows);
-        check(QStringLiteral("FlatView time per IBO, 1M / 10k"), l.flat / s.flat * scale, 1.5, true);
-        check(QStringLiteral("PriorityView time per IBO, 1M / 10k"), l.priority / s.priority * scale, 1.5, true);
-        check(QStringLiteral("ForecastView time per IBO, 1M / 10k"), l.forecast / s.forecast * scale, 1.5, true);
-        check(QStringLiteral("viewport paint, 1M / 10k rows"), l.paint / s.paint, 1.5, true);
+        check(QStringLiteral("FlatView time per IBO, 1M / 10k"), l.flat / s.flat * scale, 1.5, true, true);
+        check(QStringLiteral("PriorityView time per IBO, 1M / 10k"), l.priority / s.priority * scale, 1.5, true, true);
+        check(QStringLiteral("ForecastView time per IBO, 1M / 10k"), l.forecast / s.forecast * scale, 1.5, true, true);
+        check(QStringLiteral("viewport paint, 1M / 10k rows"), l.paint / s.paint, 1.5, true, true);
     }
     return ok ? 0 : 1;
 }
