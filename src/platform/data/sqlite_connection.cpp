@@ -145,8 +145,9 @@ bool SqliteConnection::MapsFilesOn(const QByteArray& fileSystemType)
 {
     static const char* const kLocal[] = {"ext2", "ext3", "ext4", "xfs", "btrfs", "tmpfs", "zfs", "f2fs", "overlay",
                                          "jfs", "reiserfs", "apfs", "hfs", "ntfs", "ntfs3", "refs", "exfat", "vfat"};
+    const QByteArray type = fileSystemType.toLower();  // Windows names them in capitals
     for (const char* local : kLocal) {
-        if (fileSystemType == local)
+        if (type == local)
             return true;
     }
     return false;

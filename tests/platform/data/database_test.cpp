@@ -30,6 +30,7 @@ TEST_F(DataTest, FilesAreReadThroughAMemoryMapOnlyOnLocalFileSystems)
 {
     EXPECT_TRUE(data::SqliteConnection::MapsFilesOn("ext4"));
     EXPECT_TRUE(data::SqliteConnection::MapsFilesOn("tmpfs"));
+    EXPECT_TRUE(data::SqliteConnection::MapsFilesOn("NTFS"));
     EXPECT_FALSE(data::SqliteConnection::MapsFilesOn("nfs"));
     EXPECT_FALSE(data::SqliteConnection::MapsFilesOn("cifs"));
     EXPECT_FALSE(data::SqliteConnection::MapsFilesOn("fuse.sshfs"));
