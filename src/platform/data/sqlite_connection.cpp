@@ -122,8 +122,8 @@ std::shared_ptr<SqliteConnection> SqliteConnection::Open(const QString& path)
     if (MapsFilesOn(QStorageInfo(path).fileSystemType()))
         sqlite3_exec(c->db_, "PRAGMA mmap_size=1073741824", nullptr, nullptr, nullptr);
     // Room for the pages a refresh's writes change (the forecast's won dates touch the
-    // table and both of its covering indexes), so that they are not spilled to the file
-    // before the commit. Read pages come from the map and take none of it.
+    // table and both indexes that hold the date), so that they are not spilled to the file
+    // before the commit. On a local disk read pages come from the map and take none of it.
     sqlite3_exec(c->db_, "PRAGMA cache_size=-65536", nullptr, nullptr, nullptr);
     RegisterFunctions(c->db_);
     // Reading the schema proves that the file is a database.
