@@ -17,6 +17,7 @@
 #include <vector>
 
 #include <QApplication>
+#include <QCommandLineParser>
 #include <QDir>
 #include <QFile>
 #include <QImage>
@@ -244,29 +245,39 @@ int main(int argc, char** argv)
     QApplication app(argc, argv);
     QTemporaryDir tmp;
     qputenv("XDG_CONFIG_HOME", tmp.filePath(QStringLiteral("config")).toLocal8Bit());
+    QApplication::setApplicationName(QStringLiteral("views_bench"));
+    QApplication::setApplicationVersion(QStringLiteral(BREVVIEW_VERSION_STRING));
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral(
+        "Measures each view's Refresh against the floor of its own queries at several sizes; exits 1 when a goal is missed."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    const QCommandLineOption shortOption(QStringLiteral("short"), QStringLiteral("Only 10,000 IBOs (the goals are not checked)."));
+    const QCommandLineOption runsOption(QStringLiteral("runs"), QStringLiteral("Runs of each measure (default 5)."),
+                                        QStringLiteral("K"), QStringLiteral("5"));
+    const QCommandLineOption dirOption(QStringLiteral("dir"), QStringLiteral("Keep the sample databases in DIR between runs."),
+                                       QStringLiteral("DIR"));
+    const QCommandLineOption sizesOption(QStringLiteral("sizes"), QStringLiteral("Comma-separated sizes (default 10000,100000,1000000)."),
+                                         QStringLiteral("LIST"));
+    const QCommandLineOption profileOption(QStringLiteral("profile"),
+                                           QStringLiteral("Only VIEW's refreshes (a warm-up, then runs - 1 timed), for a profiler."),
+                                           QStringLiteral("VIEW"));
+    parser.addOptions({shortOption, runsOption, dirOption, sizesOption, profileOption});
+    parser.process(app);
     std::vector<int> sizes{10000, 100000, 1000000};
-    int runs = 5;
-    QString dir = tmp.path();
-    const QStringList args = app.arguments();
-    for (int i = 1; i < args.size(); ++i) {
-        if (args[i] == QLatin1String("--short"))
-            sizes = {10000};
-        else if (args[i] == QLatin1String("--runs") && i + 1 < args.size())
-            runs = args[++i].toInt();
-        else if (args[i] == QLatin1String("--dir") && i + 1 < args.size())
-            dir = args[++i];
-        else if (args[i] == QLatin1String("--sizes") && i + 1 < args.size()) {
-            sizes.clear();
-            for (const QString& s : args[++i].split(QLatin1Char(',')))
-                sizes.push_back(s.toInt());
-        }
+    if (parser.isSet(shortOption))
+        sizes = {10000};
+    if (parser.isSet(sizesOption)) {
+        sizes.clear();
+        for (const QString& s : parser.value(sizesOption).split(QLatin1Char(',')))
+            sizes.push_back(s.toInt());
     }
-    // --profile VIEW: only that view's refreshes (a warm-up, then runs - 1 timed), for a profiler.
-    const int profileAt = args.indexOf(QStringLiteral("--profile"));
-    if (profileAt > 0 && profileAt + 1 < args.size()) {
+    const int runs = parser.value(runsOption).toInt();
+    const QString dir = parser.isSet(dirOption) ? parser.value(dirOption) : tmp.path();
+    if (parser.isSet(profileOption)) {
         const QString path = QDir(dir).filePath(QStringLiteral("bench-%1.db").arg(sizes.front()));
         qputenv("BREV_DATABASE", path.toLocal8Bit());
-        const QString which = args[profileAt + 1];
+        const QString which = parser.value(profileOption);
         std::unique_ptr<QWidget> view(BrevView::CreateControl(QStringLiteral("BrevView.") + which));
         view->resize(1200, 800);
         const double t = MedianOf(std::max(1, runs - 1), [&] { QMetaObject::invokeMethod(view.get(), "Refresh"); });

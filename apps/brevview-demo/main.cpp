@@ -9,6 +9,8 @@
 #include <QFile>
 #include <QTimer>
 
+#include <brevview/version.h>
+
 #include "main_window.h"
 
 int main(int argc, char** argv)
@@ -22,7 +24,9 @@ int main(int argc, char** argv)
     QApplication::setApplicationName(QStringLiteral("brevview-demo"));
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("BrevView demo host"));
+    QApplication::setApplicationVersion(QStringLiteral(BREVVIEW_VERSION_STRING));
     parser.addHelpOption();
+    parser.addVersionOption();
     QCommandLineOption database(QStringLiteral("database"), QStringLiteral("The IBO database to show."), QStringLiteral("path"),
                                 QStringLiteral("sample/brevview-sample.db"));
     QCommandLineOption screenshot(QStringLiteral("screenshot"), QStringLiteral("Render each view to DIR and exit."), QStringLiteral("dir"));

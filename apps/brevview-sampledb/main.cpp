@@ -3,41 +3,57 @@
 
 #include <cstdio>
 
+#include <QCommandLineParser>
 #include <QCoreApplication>
-#include <QStringList>
+#include <QDate>
+
+#include <brevview/version.h>
 
 #include "sample_generator.h"
 
 int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("brevview-sampledb"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(BREVVIEW_VERSION_STRING));
     BrevView::sample::Options options;
-    QString path;
-    const QStringList args = app.arguments().mid(1);
-    for (int i = 0; i < args.size(); ++i) {
-        const QString& a = args[i];
-        if (a == QLatin1String("--count") && i + 1 < args.size())
-            options.count = args[++i].toInt();
-        else if (a == QLatin1String("--seed") && i + 1 < args.size())
-            options.seed = args[++i].toUInt();
-        else if (a == QLatin1String("--today") && i + 1 < args.size())
-            options.today = QDate::fromString(args[++i], QStringLiteral("yyyy-MM-dd"));
-        else if (!a.startsWith(QLatin1String("--")))
-            path = a;
-        else {
-            std::fprintf(stderr, "unknown option %s\n", qPrintable(a));
-            return 2;
-        }
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral(
+        "Writes a deterministic sample database of IBOs (the tables IboMain and IboArchive with their indexes)."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    const QCommandLineOption count(QStringLiteral("count"), QStringLiteral("How many IBOs to write (default %1).").arg(options.count),
+                                   QStringLiteral("N"));
+    const QCommandLineOption seed(QStringLiteral("seed"), QStringLiteral("The seed of the generator (default %1).").arg(options.seed),
+                                  QStringLiteral("S"));
+    const QCommandLineOption today(QStringLiteral("today"),
+                                   QStringLiteral("The day the dates are spread around (default: the real today)."),
+                                   QStringLiteral("yyyy-MM-dd"));
+    parser.addOption(count);
+    parser.addOption(seed);
+    parser.addOption(today);
+    parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("The SQLite database file to write."));
+    parser.process(app);
+
+    bool ok = true;
+    if (parser.isSet(count))
+        options.count = parser.value(count).toInt(&ok);
+    if (ok && parser.isSet(seed))
+        options.seed = parser.value(seed).toUInt(&ok);
+    if (ok && parser.isSet(today)) {
+        options.today = QDate::fromString(parser.value(today), QStringLiteral("yyyy-MM-dd"));
+        ok = options.today.isValid();
     }
-    if (path.isEmpty() || options.count < 0) {
-        std::fprintf(stderr, "usage: brevview-sampledb [--count N] [--seed S] [--today yyyy-MM-dd] FILE\n");
+    const QStringList files = parser.positionalArguments();
+    if (!ok || files.size() != 1 || options.count < 0) {
+        std::fprintf(stderr, "%s\n", qPrintable(parser.helpText()));
         return 2;
     }
-    const QString error = BrevView::sample::Generate(path, options);
+    const QString error = BrevView::sample::Generate(files.front(), options);
     if (!error.isEmpty()) {
         std::fprintf(stderr, "brevview-sampledb: %s\n", qPrintable(error));
         return 1;
     }
-    std::printf("wrote %d IBOs to %s\n", options.count, qPrintable(path));
+    std::printf("wrote %d IBOs to %s\n", options.count, qPrintable(files.front()));
     return 0;
 }

@@ -12,6 +12,7 @@
 #include "host_objects.h"
 #include "priority_view.h"
 #include "runtime_error.h"
+#include <brevview/version.h>
 
 namespace BrevView {
 

@@ -12,6 +12,7 @@
 #include <memory>
 
 #include <QApplication>
+#include <QCommandLineParser>
 #include <QTemporaryDir>
 
 #include <brevview/brevview.h>
@@ -34,16 +35,25 @@ int main(int argc, char** argv)
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication app(argc, argv);
-    int refreshes = 10000, ibos = 1000, every = 0;
-    const QStringList args = app.arguments();
-    for (int i = 1; i + 1 < args.size(); ++i) {
-        if (args[i] == QLatin1String("--refreshes"))
-            refreshes = args[i + 1].toInt();
-        if (args[i] == QLatin1String("--ibos"))
-            ibos = args[i + 1].toInt();
-        if (args[i] == QLatin1String("--every"))
-            every = args[i + 1].toInt();
-    }
+    QApplication::setApplicationName(QStringLiteral("brevview-soak"));
+    QApplication::setApplicationVersion(QStringLiteral(BREVVIEW_VERSION_STRING));
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral(
+        "Refreshes each view many times over a sample database and compares the resident memory after the "
+        "first 100 refreshes with the memory at the end (goal: within 5 %). Prints \"soak: ok\" or exits 1."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    const QCommandLineOption refreshesOption(QStringLiteral("refreshes"), QStringLiteral("Refreshes of each view (default 10000)."),
+                                             QStringLiteral("N"), QStringLiteral("10000"));
+    const QCommandLineOption ibosOption(QStringLiteral("ibos"), QStringLiteral("IBOs in the sample database (default 1000)."),
+                                        QStringLiteral("N"), QStringLiteral("1000"));
+    const QCommandLineOption everyOption(QStringLiteral("every"), QStringLiteral("Print the memory every N refreshes (default: never)."),
+                                         QStringLiteral("N"), QStringLiteral("0"));
+    parser.addOptions({refreshesOption, ibosOption, everyOption});
+    parser.process(app);
+    const int refreshes = parser.value(refreshesOption).toInt();
+    const int ibos = parser.value(ibosOption).toInt();
+    const int every = parser.value(everyOption).toInt();
     QTemporaryDir dir;
     qputenv("XDG_CONFIG_HOME", dir.filePath(QStringLiteral("config")).toLocal8Bit());
     const QString db = dir.filePath(QStringLiteral("soak.db"));

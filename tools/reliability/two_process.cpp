@@ -8,6 +8,7 @@
 #include <cstdio>
 
 #include <QApplication>
+#include <QCommandLineParser>
 #include <QElapsedTimer>
 #include <QProcess>
 #include <QThread>
@@ -64,14 +65,23 @@ int main(int argc, char** argv)
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication app(argc, argv);
-    const QStringList args = app.arguments();
-    int seconds = 10;
-    for (int i = 1; i + 1 < args.size(); ++i) {
-        if (args[i] == QLatin1String("--seconds"))
-            seconds = args[i + 1].toInt();
-        if (args[i] == QLatin1String("--writer"))
-            return Writer(args[i + 1], seconds);
-    }
+    QApplication::setApplicationName(QStringLiteral("brevview-two-process"));
+    QApplication::setApplicationVersion(QStringLiteral(BREVVIEW_VERSION_STRING));
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral(
+        "A writer process changes IBOs in a loop while this process refreshes the three views, for a bounded time. "
+        "Prints \"two processes: ok\" or exits 1."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    const QCommandLineOption secondsOption(QStringLiteral("seconds"), QStringLiteral("How long both loops run (default 10)."),
+                                           QStringLiteral("S"), QStringLiteral("10"));
+    const QCommandLineOption writerOption(QStringLiteral("writer"), QStringLiteral("Run as the writer on DB (started by the test itself)."),
+                                          QStringLiteral("DB"));
+    parser.addOptions({secondsOption, writerOption});
+    parser.process(app);
+    const int seconds = parser.value(secondsOption).toInt();
+    if (parser.isSet(writerOption))
+        return Writer(parser.value(writerOption), seconds);
     QTemporaryDir dir;
     qputenv("XDG_CONFIG_HOME", dir.filePath(QStringLiteral("config")).toLocal8Bit());
     const QString db = dir.filePath(QStringLiteral("shared.db"));
