@@ -4,12 +4,14 @@
 // calls Refresh, and reacts to IboEdit and RightClick.
 
 #include <memory>
+#include <optional>
 
 #include <QVariant>
 #include <QWidget>
 
 #include "enums.h"
 #include "export.h"
+#include "runtime_error.h"
 
 namespace BrevView {
 
@@ -52,8 +54,12 @@ signals:
     // An error in the handling of a user action (the host cannot catch it there).
     void ErrorRaised(qint32 Number, const QString& Source, const QString& Description);
 
+public:
+    std::optional<RuntimeError> lastError() const;
+
 protected:
     void resizeEvent(QResizeEvent* event) override;
+    bool event(QEvent* event) override;
 
 private:
     friend class FlatViewPrivate;

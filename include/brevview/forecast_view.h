@@ -4,12 +4,14 @@
 // probability-weighted totals, below an overdue row and a forecast row.
 
 #include <memory>
+#include <optional>
 
 #include <QVariant>
 #include <QWidget>
 
 #include "enums.h"
 #include "export.h"
+#include "runtime_error.h"
 
 namespace BrevView {
 
@@ -55,8 +57,12 @@ signals:
     void RightClick(qint32 IboID);
     void ErrorRaised(qint32 Number, const QString& Source, const QString& Description);
 
+public:
+    std::optional<RuntimeError> lastError() const;
+
 protected:
     void resizeEvent(QResizeEvent* event) override;
+    bool event(QEvent* event) override;
 
 private:
     friend class ForecastViewPrivate;

@@ -4,6 +4,7 @@
 // centred on today. The database is opened when the control is created.
 
 #include <memory>
+#include <optional>
 
 #include <QVariant>
 #include <QWidget>
@@ -11,6 +12,7 @@
 #include "currency.h"
 #include "enums.h"
 #include "export.h"
+#include "runtime_error.h"
 
 namespace BrevView {
 
@@ -55,8 +57,12 @@ signals:
     void RightClick(qint32 IboID);
     void ErrorRaised(qint32 Number, const QString& Source, const QString& Description);
 
+public:
+    std::optional<RuntimeError> lastError() const;
+
 protected:
     void resizeEvent(QResizeEvent* event) override;
+    bool event(QEvent* event) override;
 
 private:
     friend class PriorityViewPrivate;

@@ -4,6 +4,7 @@
 
 #include "../platform/automation/conversions.h"
 #include "../platform/grid/flex_grid.h"
+#include "call_boundary.h"
 #include "traced.h"
 
 namespace BrevView::detail {
@@ -110,28 +111,18 @@ bool ShowHeaderTooltip(grid::FlexGrid& grid, const QStringList& columnTooltips)
     return false;
 }
 
-void AtEventBoundary(QWidget* control, const std::function<void()>& handler)
-{
-    try {
-        handler();
-    } catch (const RuntimeError& e) {
-        QMetaObject::invokeMethod(control, "ErrorRaised", Q_ARG(qint32, e.number()), Q_ARG(QString, e.source()),
-                                  Q_ARG(QString, e.description()));
-    }
-}
-
-void WireGridEvents(QWidget* control, grid::FlexGrid* grid, GridEventWiring wiring)
+void WireGridEvents(QWidget* control, grid::FlexGrid* grid, CallBoundary* boundary, GridEventWiring wiring)
 {
     auto w = std::make_shared<GridEventWiring>(std::move(wiring));
-    QObject::connect(grid, &grid::FlexGrid::DblClick, control, [control, grid, w] {
-        AtEventBoundary(control, [&] {
+    QObject::connect(grid, &grid::FlexGrid::DblClick, control, [control, grid, boundary, w] {
+        boundary->AtEvent([&] {
             const qint32 id = HandleDblClick(*grid, w->dblClickTraceName, w->outline);
             if (id > 0)
                 QMetaObject::invokeMethod(control, "IboEdit", Q_ARG(qint32, id));
         });
     });
-    QObject::connect(grid, &grid::FlexGrid::MouseUp, control, [control, grid, w](int button, int, float, float) {
-        AtEventBoundary(control, [&] {
+    QObject::connect(grid, &grid::FlexGrid::MouseUp, control, [control, grid, boundary, w](int button, int, float, float) {
+        boundary->AtEvent([&] {
             const qint32 id = HandleRightClick(*grid, w->dblClickTraceName, button);
             if (id > 0)
                 QMetaObject::invokeMethod(control, "RightClick", Q_ARG(qint32, id));
@@ -148,7 +139,7 @@ void WireGridEvents(QWidget* control, grid::FlexGrid* grid, GridEventWiring wiri
     });
     if (w->afterCollapse) {
         QObject::connect(grid, &grid::FlexGrid::AfterCollapse, control,
-                         [control, w](int row, int state) { AtEventBoundary(control, [&] { w->afterCollapse(row, state); }); });
+                         [boundary, w](int row, int state) { boundary->AtEvent([&] { w->afterCollapse(row, state); }); });
     }
 }
 

@@ -16,6 +16,8 @@ class FlexGrid;
 
 namespace BrevView::detail {
 
+class CallBoundary;
+
 // How GotoIBO reveals the found row.
 enum class RevealRule {
     None,             // flat view
@@ -62,9 +64,6 @@ struct GridEventWiring {
     std::function<bool()> cellTooltip;     // a tooltip away from the header; false: none
     std::function<void(int row, int state)> afterCollapse;
 };
-void WireGridEvents(QWidget* control, grid::FlexGrid* grid, GridEventWiring wiring);
-
-// Runs a user action's handler; its error is signalled as the control's ErrorRaised.
-void AtEventBoundary(QWidget* control, const std::function<void()>& handler);
+void WireGridEvents(QWidget* control, grid::FlexGrid* grid, CallBoundary* boundary, GridEventWiring wiring);
 
 }  // namespace BrevView::detail

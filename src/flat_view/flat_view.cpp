@@ -38,7 +38,12 @@ QString KeyFor(qint32 source)
 
 }  // namespace
 
-FlatViewPrivate::FlatViewPrivate(FlatView* owner) : q(owner), flexGrid(new grid::FlexGrid(owner)) {}
+FlatViewPrivate::FlatViewPrivate(FlatView* owner)
+    : q(owner),
+      flexGrid(new grid::FlexGrid(owner)),
+      boundary(owner, [owner](const RuntimeError& e) { emit owner->ErrorRaised(e.number(), e.source(), e.description()); })
+{
+}
 
 FlatViewPrivate* FlatViewPrivate::Of(FlatView* view)
 {
@@ -314,7 +319,7 @@ FlatView::FlatView(QWidget* parent) : QWidget(parent), d(std::make_unique<FlatVi
     modInit::EnsureLoaded();
     d->UserControl_Initialize();
     d->UserControl_Resize();
-    detail::WireGridEvents(this, d->flexGrid, {kDblClickName, false, d->longHeaders, {}, {}});
+    detail::WireGridEvents(this, d->flexGrid, &d->boundary, {kDblClickName, false, d->longHeaders, {}, {}});
     connect(d->flexGrid, &grid::FlexGrid::AfterUserResize, this, [this](int, int) { d->OnAfterUserResize(); });
     connect(d->flexGrid, &grid::FlexGrid::BeforeScrollTip, this, [this](int row) { d->OnBeforeScrollTip(row); });
 }
@@ -330,18 +335,22 @@ FlatView::~FlatView()
 
 qint32 FlatView::ViewSource()
 {
-    return Traced(QStringLiteral("BrevView.FlatView::ViewSource.PropertyGet"), [&] {
-        d->SaveViewPreferences(d->viewSource);
-        return d->viewSource;
+    return d->boundary.Run([&] {
+        return Traced(QStringLiteral("BrevView.FlatView::ViewSource.PropertyGet"), [&] {
+            d->SaveViewPreferences(d->viewSource);
+            return d->viewSource;
+        });
     });
 }
 
 void FlatView::setViewSource(qint32 eSource)
 {
-    Traced(QStringLiteral("BrevView.FlatView::ViewSource.PropertyLet"), [&] {
-        d->viewSource = eSource;
-        d->LoadViewPreferences(d->viewSource);
-        d->PresetColumnWidths();
+    d->boundary.Run([&] {
+        Traced(QStringLiteral("BrevView.FlatView::ViewSource.PropertyLet"), [&] {
+            d->viewSource = eSource;
+            d->LoadViewPreferences(d->viewSource);
+            d->PresetColumnWidths();
+        });
     });
 }
 
@@ -352,8 +361,10 @@ qint32 FlatView::Filter() const
 
 void FlatView::setFilter(qint32 eFilter)
 {
-    d->filter = eFilter;
-    d->SaveViewPreferences(d->viewSource);
+    d->boundary.Run([&] {
+        d->filter = eFilter;
+        d->SaveViewPreferences(d->viewSource);
+    });
 }
 
 qint32 FlatView::FlexGridHWnd() const
@@ -363,48 +374,61 @@ qint32 FlatView::FlexGridHWnd() const
 
 QVariant FlatView::GetSelection()
 {
-    return detail::GetSelection(*d->flexGrid, QStringLiteral("BrevView.FlatView::GetSelection"), detail::SelectionRule::ConvertDirectly);
+    return d->boundary.Run([&] {
+        return detail::GetSelection(*d->flexGrid, QStringLiteral("BrevView.FlatView::GetSelection"),
+                                    detail::SelectionRule::ConvertDirectly);
+    });
 }
 
 void FlatView::SaveViewPreferences(qint32 eViewSource)
 {
-    d->SaveViewPreferences(eViewSource);
+    d->boundary.Run([&] { d->SaveViewPreferences(eViewSource); });
 }
 
 void FlatView::LoadViewPreferences(qint32 eViewSource)
 {
-    d->LoadViewPreferences(eViewSource);
+    d->boundary.Run([&] { d->LoadViewPreferences(eViewSource); });
 }
 
 void FlatView::PrintView()
 {
-    detail::PrintView(*d->flexGrid, kPrint);
+    d->boundary.Run([&] { detail::PrintView(*d->flexGrid, kPrint); });
 }
 
 void FlatView::GotoIBO(qint32 lIboID)
 {
-    detail::GotoIBO(*d->flexGrid, lIboID, detail::RevealRule::None);
+    d->boundary.Run([&] { detail::GotoIBO(*d->flexGrid, lIboID, detail::RevealRule::None); });
 }
 
 void FlatView::Refresh()
 {
-    d->Refresh();
+    d->boundary.Run([&] { d->Refresh(); });
 }
 
 void FlatView::SetupViewForPrint()
 {
-    detail::SetupViewForPrint(*d->flexGrid, kPrint);
+    d->boundary.Run([&] { detail::SetupViewForPrint(*d->flexGrid, kPrint); });
 }
 
 void FlatView::RestoreViewAfterPrint()
 {
-    detail::RestoreViewAfterPrint(*d->flexGrid, kPrint);
+    d->boundary.Run([&] { detail::RestoreViewAfterPrint(*d->flexGrid, kPrint); });
+}
+
+std::optional<RuntimeError> FlatView::lastError() const
+{
+    return d->boundary.LastError();
 }
 
 void FlatView::resizeEvent(QResizeEvent* event)
 {
     QWidget::resizeEvent(event);
     d->UserControl_Resize();
+}
+
+bool FlatView::event(QEvent* event)
+{
+    return d->boundary.Event(event, [this](QEvent* e) { return QWidget::event(e); });
 }
 
 }  // namespace BrevView

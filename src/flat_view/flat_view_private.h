@@ -6,6 +6,7 @@
 
 #include <QStringList>
 
+#include "../common/call_boundary.h"
 #include "../common/data_access.h"
 #include "../common/ibo_record.h"
 #include "../common/probability.h"
@@ -38,6 +39,7 @@ public:
 
     FlatView* q;
     grid::FlexGrid* flexGrid;
+    detail::CallBoundary boundary;
     detail::DataAccessState da;
     std::shared_ptr<data::Recordset> filtered;  // the filtered recordset of a refresh
     detail::FlatFieldIndices fi;

@@ -76,7 +76,12 @@ Date FirstOfMonth(const QDate& d)
 
 }  // namespace
 
-ForecastViewPrivate::ForecastViewPrivate(ForecastView* owner) : q(owner), flexGrid(new grid::FlexGrid(owner)) {}
+ForecastViewPrivate::ForecastViewPrivate(ForecastView* owner)
+    : q(owner),
+      flexGrid(new grid::FlexGrid(owner)),
+      boundary(owner, [owner](const RuntimeError& e) { emit owner->ErrorRaised(e.number(), e.source(), e.description()); })
+{
+}
 
 ForecastViewPrivate* ForecastViewPrivate::Of(ForecastView* view)
 {
@@ -611,7 +616,7 @@ ForecastView::ForecastView(QWidget* parent) : QWidget(parent), d(std::make_uniqu
 {
     modInit::EnsureLoaded();
     d->UserControl_Initialize();
-    detail::WireGridEvents(this, d->flexGrid,
+    detail::WireGridEvents(this, d->flexGrid, &d->boundary,
                            {kDblClickName, true, d->longTitles, {}, [this](int row, int state) { d->OnAfterCollapse(row, state); }});
 }
 
@@ -631,11 +636,13 @@ qint32 ForecastView::ForecastMode() const
 
 void ForecastView::setForecastMode(qint32 eMode)
 {
-    Traced(QStringLiteral("BrevView.ForecastView::PropLet:ForecastMode"), [&] {
-        d->forecastMode = eMode;
-        if (d->refreshed)
-            d->UpdateForecastValues();
-        d->SaveViewPreferences();
+    d->boundary.Run([&] {
+        Traced(QStringLiteral("BrevView.ForecastView::PropLet:ForecastMode"), [&] {
+            d->forecastMode = eMode;
+            if (d->refreshed)
+                d->UpdateForecastValues();
+            d->SaveViewPreferences();
+        });
     });
 }
 
@@ -646,7 +653,9 @@ qint32 ForecastView::FlexGridHWnd() const
 
 QVariant ForecastView::GetSelection()
 {
-    return detail::GetSelection(*d->flexGrid, QStringLiteral("BrevView.ForecastView::GetSelection"), detail::SelectionRule::NumericOnly);
+    return d->boundary.Run([&] {
+        return detail::GetSelection(*d->flexGrid, QStringLiteral("BrevView.ForecastView::GetSelection"), detail::SelectionRule::NumericOnly);
+    });
 }
 
 bool ForecastView::ShowWonIBOs() const
@@ -656,9 +665,11 @@ bool ForecastView::ShowWonIBOs() const
 
 void ForecastView::setShowWonIBOs(bool bShowWon)
 {
-    Traced(QStringLiteral("BrevView.ForecastView::ShowWonIBOs"), [&] {
-        d->showWon = bShowWon;
-        d->SaveViewPreferences();
+    d->boundary.Run([&] {
+        Traced(QStringLiteral("BrevView.ForecastView::ShowWonIBOs"), [&] {
+            d->showWon = bShowWon;
+            d->SaveViewPreferences();
+        });
     });
 }
 
@@ -669,61 +680,73 @@ qint32 ForecastView::ShowWonDateRange() const
 
 void ForecastView::setShowWonDateRange(qint32 lShowWonRange)
 {
-    Traced(QStringLiteral("BrevView.ForecastView::ShowWonDateRange"), [&] {
-        d->showWonRange = lShowWonRange;
-        d->SaveViewPreferences();
+    d->boundary.Run([&] {
+        Traced(QStringLiteral("BrevView.ForecastView::ShowWonDateRange"), [&] {
+            d->showWonRange = lShowWonRange;
+            d->SaveViewPreferences();
+        });
     });
 }
 
 void ForecastView::SaveViewPreferences()
 {
-    d->SaveViewPreferences();
+    d->boundary.Run([&] { d->SaveViewPreferences(); });
 }
 
 void ForecastView::LoadViewPreferences()
 {
-    d->LoadViewPreferences();
+    d->boundary.Run([&] { d->LoadViewPreferences(); });
 }
 
 void ForecastView::PrintView()
 {
-    detail::PrintView(*d->flexGrid, kPrint);
+    d->boundary.Run([&] { detail::PrintView(*d->flexGrid, kPrint); });
 }
 
 void ForecastView::GotoIBO(qint32 lIboID)
 {
-    detail::GotoIBO(*d->flexGrid, lIboID, detail::RevealRule::ExpandAncestors);
+    d->boundary.Run([&] { detail::GotoIBO(*d->flexGrid, lIboID, detail::RevealRule::ExpandAncestors); });
 }
 
 void ForecastView::ExpandAllNodes()
 {
-    detail::SetAllNodes(*d->flexGrid, true);
+    d->boundary.Run([&] { detail::SetAllNodes(*d->flexGrid, true); });
 }
 
 void ForecastView::CollapseAllNodes()
 {
-    detail::SetAllNodes(*d->flexGrid, false);
+    d->boundary.Run([&] { detail::SetAllNodes(*d->flexGrid, false); });
 }
 
 void ForecastView::Refresh()
 {
-    d->Refresh();
+    d->boundary.Run([&] { d->Refresh(); });
 }
 
 void ForecastView::SetupViewForPrint()
 {
-    detail::SetupViewForPrint(*d->flexGrid, kPrint);
+    d->boundary.Run([&] { detail::SetupViewForPrint(*d->flexGrid, kPrint); });
 }
 
 void ForecastView::RestoreViewAfterPrint()
 {
-    detail::RestoreViewAfterPrint(*d->flexGrid, kPrint);
+    d->boundary.Run([&] { detail::RestoreViewAfterPrint(*d->flexGrid, kPrint); });
 }
 
 void ForecastView::resizeEvent(QResizeEvent* event)
 {
     QWidget::resizeEvent(event);
-    detail::AtEventBoundary(this, [this] { d->UserControl_Resize(); });
+    d->boundary.AtEvent([this] { d->UserControl_Resize(); });
+}
+
+std::optional<RuntimeError> ForecastView::lastError() const
+{
+    return d->boundary.LastError();
+}
+
+bool ForecastView::event(QEvent* event)
+{
+    return d->boundary.Event(event, [this](QEvent* e) { return QWidget::event(e); });
 }
 
 }  // namespace BrevView

@@ -6,6 +6,7 @@
 
 #include <QStringList>
 
+#include "../common/call_boundary.h"
 #include "../common/data_access.h"
 #include "../common/expander.h"
 #include "../common/ibo_record.h"
@@ -59,6 +60,7 @@ public:
 
     ForecastView* q;
     grid::FlexGrid* flexGrid;
+    detail::CallBoundary boundary;
     detail::DataAccessState da;
     std::shared_ptr<data::Recordset> ibos;      // the sorted IBO recordset of the last refresh
     std::shared_ptr<data::Recordset> filtered;  // a filtered view of it, while in use

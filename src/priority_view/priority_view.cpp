@@ -1,5 +1,6 @@
 #include <brevview/priority_view.h>
 
+#include <QLabel>
 #include <QPainter>
 #include <QResizeEvent>
 
@@ -79,7 +80,12 @@ constexpr qint32 kGreen = 0x008000;      // RGB(0, 128, 0)
 
 }  // namespace
 
-PriorityViewPrivate::PriorityViewPrivate(PriorityView* owner) : q(owner), flexGrid(new grid::FlexGrid(owner)) {}
+PriorityViewPrivate::PriorityViewPrivate(PriorityView* owner)
+    : q(owner),
+      flexGrid(new grid::FlexGrid(owner)),
+      boundary(owner, [owner](const RuntimeError& e) { emit owner->ErrorRaised(e.number(), e.source(), e.description()); })
+{
+}
 
 PriorityViewPrivate* PriorityViewPrivate::Of(PriorityView* view)
 {
@@ -93,17 +99,45 @@ void PriorityViewPrivate::UserControl_Initialize()
     Traced(QStringLiteral("BrevView.PriorityView::UserControl_Initialize"), [&] {
         da.databaseSettings = host::ObjectFactory::CreateAs<host::IDatabaseSettings>(QString::fromLatin1(host::kProgIdDatabase));
         detail::SetupDataAccess(da, kDataAccess);
-        RefreshViewDates();
-        flexGrid->setRedraw(0);
-        flexGrid->setGeometry(0, 0, q->width(), q->height());
-        flexGrid->setRedraw(1);
-        InitFieldIndices();
-        InitLookups();
-        InitPriorityView();
-        LoadViewPreferences();
-        RefreshViewDates();
-        RefreshSCHeader();
+        InitialiseAfterDatabase();
     });
+}
+
+void PriorityViewPrivate::InitialiseAfterDatabase()
+{
+    RefreshViewDates();
+    flexGrid->setRedraw(0);
+    flexGrid->setGeometry(0, 0, q->width(), q->height());
+    flexGrid->setRedraw(1);
+    InitFieldIndices();
+    InitLookups();
+    InitPriorityView();
+    LoadViewPreferences();
+    RefreshViewDates();
+    RefreshSCHeader();
+}
+
+void PriorityViewPrivate::ShowOpenError(const RuntimeError* error)
+{
+    if (!error) {
+        if (errorLabel)
+            errorLabel->hide();
+        return;
+    }
+    if (!errorLabel) {
+        errorLabel = new QLabel(q);
+        errorLabel->setObjectName(QStringLiteral("openError"));
+        errorLabel->setAlignment(Qt::AlignCenter);
+        errorLabel->setWordWrap(true);
+        errorLabel->setAutoFillBackground(true);
+        errorLabel->setBackgroundRole(QPalette::Base);
+        errorLabel->setForegroundRole(QPalette::Text);
+        errorLabel->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    }
+    errorLabel->setText(QStringLiteral("Run-time error %1: %2").arg(error->number()).arg(error->description()));
+    errorLabel->setGeometry(flexGrid->geometry());
+    errorLabel->show();
+    errorLabel->raise();
 }
 
 void PriorityViewPrivate::UserControl_Terminate()
@@ -262,6 +296,12 @@ void PriorityViewPrivate::Refresh()
     Traced(
         QStringLiteral("BrevView.PriorityView::Refresh"),
         [&] {
+            if (openFailed) {
+                // The database could not be opened when the control was made: try again.
+                detail::SetupDataAccess(da, kDataAccess);
+                openFailed = false;
+                ShowOpenError(nullptr);
+            }
             refreshing = true;
             savedPointer = host::ScreenMousePointer::Get();
             host::ScreenMousePointer::Set(host::kPointerArrowHourglass);
@@ -436,13 +476,27 @@ void PriorityViewPrivate::OnDrawCell(QPainter* painter, int row, int col, int le
 PriorityView::PriorityView(QWidget* parent) : QWidget(parent), d(std::make_unique<PriorityViewPrivate>(this))
 {
     modInit::EnsureLoaded();
-    d->UserControl_Initialize();
+    try {
+        d->UserControl_Initialize();
+    } catch (const RuntimeError& e) {
+        // A constructor has no caller that could catch (a .ui form, CreateControl): the
+        // control is made all the same and reports the error once the host has had a
+        // chance to connect. When it is the database that could not be opened, the rest of
+        // the set-up is done, the error is shown where the grid would be, and the next
+        // Refresh opens the database again.
+        if (!d->da.database) {
+            d->openFailed = true;
+            d->boundary.AtEvent([&] { d->InitialiseAfterDatabase(); });
+            d->ShowOpenError(&e);
+        }
+        d->boundary.ReportLater(e);
+    }
     grid::FlexGrid* g = d->flexGrid;
-    detail::WireGridEvents(this, g,
+    detail::WireGridEvents(this, g, &d->boundary,
                            {kDblClickName, true, d->longCaptions, [this] { return d->SalesCycleTooltip(); },
                             [this](int row, int state) { d->OnAfterCollapse(row, state); }});
     connect(g, &grid::FlexGrid::BeforeUserResize, this, [this](int, int col, bool& cancel) {
-        detail::AtEventBoundary(this, [&] { d->OnBeforeUserResize(col, cancel); });
+        d->boundary.AtEvent([&] { d->OnBeforeUserResize(col, cancel); });
     });
     connect(g, &grid::FlexGrid::DrawCell, this,
             [this](QPainter* p, int row, int col, int l, int t, int r, int b, bool& done) { d->OnDrawCell(p, row, col, l, t, r, b, done); });
@@ -469,12 +523,14 @@ qint32 PriorityView::SalesCycleRangeValue() const
 
 void PriorityView::setSalesCycleRangeValue(qint32 lRange)
 {
-    Traced(QStringLiteral("BrevView.PriorityView::PropertyLet:SalesCycleRangeValue"), [&] {
-        d->rangeValue = lRange == 0 ? 1 : lRange;
-        d->RefreshViewDates();
-        d->RefreshSCHeader();
-        d->flexGrid->setRedraw(0);
-        d->flexGrid->setRedraw(1);
+    d->boundary.Run([&] {
+        Traced(QStringLiteral("BrevView.PriorityView::PropertyLet:SalesCycleRangeValue"), [&] {
+            d->rangeValue = lRange == 0 ? 1 : lRange;
+            d->RefreshViewDates();
+            d->RefreshSCHeader();
+            d->flexGrid->setRedraw(0);
+            d->flexGrid->setRedraw(1);
+        });
     });
 }
 
@@ -485,25 +541,29 @@ qint32 PriorityView::SalesCycleRangeUnits() const
 
 void PriorityView::setSalesCycleRangeUnits(qint32 eUnits)
 {
-    qint32 saved = 0;
-    Traced(
-        QStringLiteral("BrevView.PriorityView::PropertyLet:SalesCycleRangeUnits"),
-        [&] {
-            saved = host::ScreenMousePointer::Get();
-            host::ScreenMousePointer::Set(host::kPointerArrowHourglass);
-            d->rangeUnits = eUnits;
-            d->RefreshViewDates();
-            d->RefreshSCHeader();
-            d->flexGrid->setRedraw(0);
-            d->flexGrid->setRedraw(1);
-            host::ScreenMousePointer::Set(saved);
-        },
-        [&] { host::ScreenMousePointer::Set(saved); });
+    d->boundary.Run([&] {
+        qint32 saved = 0;
+        Traced(
+            QStringLiteral("BrevView.PriorityView::PropertyLet:SalesCycleRangeUnits"),
+            [&] {
+                saved = host::ScreenMousePointer::Get();
+                host::ScreenMousePointer::Set(host::kPointerArrowHourglass);
+                d->rangeUnits = eUnits;
+                d->RefreshViewDates();
+                d->RefreshSCHeader();
+                d->flexGrid->setRedraw(0);
+                d->flexGrid->setRedraw(1);
+                host::ScreenMousePointer::Set(saved);
+            },
+            [&] { host::ScreenMousePointer::Set(saved); });
+    });
 }
 
 QVariant PriorityView::GetSelection()
 {
-    return detail::GetSelection(*d->flexGrid, QStringLiteral("BrevView.PriorityView::GetSelection"), detail::SelectionRule::NumericOnly);
+    return d->boundary.Run([&] {
+        return detail::GetSelection(*d->flexGrid, QStringLiteral("BrevView.PriorityView::GetSelection"), detail::SelectionRule::NumericOnly);
+    });
 }
 
 Currency PriorityView::AddOutlineTotal(Currency curTotal, double dValue)
@@ -513,53 +573,65 @@ Currency PriorityView::AddOutlineTotal(Currency curTotal, double dValue)
 
 void PriorityView::SaveViewPreferences()
 {
-    d->SaveViewPreferences();
+    d->boundary.Run([&] { d->SaveViewPreferences(); });
 }
 
 void PriorityView::LoadViewPreferences()
 {
-    d->LoadViewPreferences();
+    d->boundary.Run([&] { d->LoadViewPreferences(); });
 }
 
 void PriorityView::GotoIBO(qint32 lIboID)
 {
-    detail::GotoIBO(*d->flexGrid, lIboID, detail::RevealRule::ExpandRow);
+    d->boundary.Run([&] { detail::GotoIBO(*d->flexGrid, lIboID, detail::RevealRule::ExpandRow); });
 }
 
 void PriorityView::ExpandAllNodes()
 {
-    detail::SetAllNodes(*d->flexGrid, true);
+    d->boundary.Run([&] { detail::SetAllNodes(*d->flexGrid, true); });
 }
 
 void PriorityView::CollapseAllNodes()
 {
-    detail::SetAllNodes(*d->flexGrid, false);
+    d->boundary.Run([&] { detail::SetAllNodes(*d->flexGrid, false); });
 }
 
 void PriorityView::Refresh()
 {
-    d->Refresh();
+    d->boundary.Run([&] { d->Refresh(); });
 }
 
 void PriorityView::PrintView()
 {
-    detail::PrintView(*d->flexGrid, kPrint);
+    d->boundary.Run([&] { detail::PrintView(*d->flexGrid, kPrint); });
 }
 
 void PriorityView::SetupViewForPrint()
 {
-    detail::SetupViewForPrint(*d->flexGrid, kPrint);
+    d->boundary.Run([&] { detail::SetupViewForPrint(*d->flexGrid, kPrint); });
 }
 
 void PriorityView::RestoreViewAfterPrint()
 {
-    detail::RestoreViewAfterPrint(*d->flexGrid, kPrint);
+    d->boundary.Run([&] { detail::RestoreViewAfterPrint(*d->flexGrid, kPrint); });
 }
 
 void PriorityView::resizeEvent(QResizeEvent* event)
 {
     QWidget::resizeEvent(event);
-    detail::AtEventBoundary(this, [this] { d->UserControl_Resize(); });
+    d->boundary.AtEvent([this] { d->UserControl_Resize(); });
+    if (d->errorLabel)
+        d->errorLabel->setGeometry(d->flexGrid->geometry());
+}
+
+std::optional<RuntimeError> PriorityView::lastError() const
+{
+    return d->boundary.LastError();
+}
+
+bool PriorityView::event(QEvent* event)
+{
+    return d->boundary.Event(event, [this](QEvent* e) { return QWidget::event(e); });
 }
 
 }  // namespace BrevView

@@ -5,6 +5,7 @@
 
 #include <QStringList>
 
+#include "../common/call_boundary.h"
 #include "../common/data_access.h"
 #include "../common/expander.h"
 #include "../common/ibo_record.h"
@@ -12,6 +13,7 @@
 #include "../platform/grid/flex_grid.h"
 #include "sales_cycle.h"
 
+class QLabel;
 class QPainter;
 
 namespace BrevView {
@@ -31,6 +33,10 @@ public:
     static PriorityViewPrivate* Of(PriorityView* view);
 
     void UserControl_Initialize();
+    // Everything initialisation does once the database is open.
+    void InitialiseAfterDatabase();
+    // Shows the error of a failed opening in place of the grid (nullptr: hides it).
+    void ShowOpenError(const RuntimeError* error);
     void UserControl_Terminate();
     void UserControl_Resize();
     void InitFieldIndices();
@@ -54,6 +60,9 @@ public:
 
     PriorityView* q;
     grid::FlexGrid* flexGrid;
+    detail::CallBoundary boundary;
+    QLabel* errorLabel = nullptr;
+    bool openFailed = false;  // initialisation could not open the database
     detail::DataAccessState da;
     detail::Expander expander;
     detail::PriorityFieldIndices fi;

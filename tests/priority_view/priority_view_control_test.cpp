@@ -1,3 +1,5 @@
+#include <QFile>
+#include <QLabel>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -72,7 +74,13 @@ TEST_F(PriorityViewTest, DefaultsAndColumnWidthsFromTheSettings)
 TEST_F(PriorityViewTest, NonNumericStoredValueFailsTheLoad)
 {
     SetPref(QStringLiteral("SCRangeValue"), QStringLiteral("lots"));
-    EXPECT_RUNTIME_ERROR(View(), 13);
+    EXPECT_NO_THROW(View());
+    ASSERT_TRUE(View().lastError().has_value());
+    EXPECT_EQ(View().lastError()->number(), 13);
+    QSignalSpy errors(&View(), &PriorityView::ErrorRaised);
+    QCoreApplication::processEvents();
+    ASSERT_EQ(errors.count(), 1);
+    EXPECT_EQ(errors.front().at(0).toInt(), 13);
 }
 
 TEST_F(PriorityViewTest, ColumnsAndTheTwoLineHeader)
@@ -101,10 +109,42 @@ TEST_F(PriorityViewTest, AddOutlineTotalThroughTheControl)
     EXPECT_EQ(result.ToText(), QStringLiteral("1.25"));
 }
 
-TEST_F(PriorityViewTest, InitialisationOpensTheDatabaseAndAMissingFileFails)
+TEST_F(PriorityViewTest, InitialisationOpensTheDatabaseAndAMissingFileIsReportedNotThrown)
 {
-    qputenv("BREV_DATABASE", TempPath(QStringLiteral("gone.db")).toLocal8Bit());
-    EXPECT_RUNTIME_ERROR(View(), 3024);
+    const QString gone = TempPath(QStringLiteral("gone.db"));
+    qputenv("BREV_DATABASE", gone.toLocal8Bit());
+    PriorityView* view = nullptr;
+    EXPECT_NO_THROW(view = &View());
+    ASSERT_TRUE(view->lastError().has_value());
+    EXPECT_EQ(view->lastError()->number(), 3024);
+    // The trace shows the failed initialisation as any traced procedure's error.
+    const int at = int(trace_->lines.indexOf(QStringLiteral("ENTER BrevView.PriorityView::UserControl_Initialize")));
+    ASSERT_GE(at, 0);
+    EXPECT_EQ(trace_->lines.mid(at, 4), (QStringList{QStringLiteral("ENTER BrevView.PriorityView::UserControl_Initialize"),
+                                                     QStringLiteral("ENTER BrevView.PriorityView::SetupDataAccess"),
+                                                     QStringLiteral("HANDLE 3024"), QStringLiteral("HANDLE 3024")}));
+    EXPECT_FALSE(trace_->lines.contains(QStringLiteral("EXIT BrevView.PriorityView::UserControl_Initialize")));
+    // The error is shown where the grid would be, and reported once the host could connect.
+    auto* shown = view->findChild<QLabel*>(QStringLiteral("openError"));
+    ASSERT_NE(shown, nullptr);
+    EXPECT_TRUE(shown->isVisibleTo(view));
+    EXPECT_TRUE(shown->text().contains(QStringLiteral("3024")));
+    QSignalSpy errors(view, &PriorityView::ErrorRaised);
+    QCoreApplication::processEvents();
+    ASSERT_EQ(errors.count(), 1);
+    EXPECT_EQ(errors.front().at(0).toInt(), 3024);
+    // The rest of the control is set up: its columns and header are there.
+    EXPECT_EQ(Grid().Cols(), 16);
+    EXPECT_EQ(Grid().TextMatrix(0, 1), QStringLiteral("IBO#"));
+
+    // The next Refresh opens the database again; once it is there, the view fills.
+    EXPECT_RUNTIME_ERROR(view->Refresh(), 3024);
+    ASSERT_TRUE(QFile::copy(db_, gone));
+    Exec(gone, Ibo::Open(7, Day(20)).InsertSql());
+    EXPECT_NO_THROW(view->Refresh());
+    EXPECT_FALSE(view->lastError().has_value());
+    EXPECT_FALSE(shown->isVisibleTo(view));
+    EXPECT_GE(RowOf(7), 1);
 }
 
 }  // namespace

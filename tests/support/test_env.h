@@ -31,12 +31,20 @@ public:
         lastError = overrideLastError ? overrideLastError : automation::Err().number;
         lines.append(QStringLiteral("HANDLE %1").arg(automation::Err().number));
     }
-    void EnterProc(const QString& name) override { lines.append(QStringLiteral("ENTER ") + name); }
+    void EnterProc(const QString& name) override
+    {
+        lines.append(QStringLiteral("ENTER ") + name);
+        if (name == failOn)
+            throw RuntimeError(failNumber, name, QStringLiteral("The trace refused ") + name);
+    }
     void ExitProc(const QString& name) override { lines.append(QStringLiteral("EXIT ") + name); }
 
     QStringList lines;
     qint32 lastError = 0;
     qint32 overrideLastError = 0;
+    // EnterProc of this procedure raises failNumber: a way to make any traced member fail.
+    QString failOn;
+    qint32 failNumber = 70;
 };
 
 class TestEnv : public ::testing::Test {
