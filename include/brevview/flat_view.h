@@ -1,7 +1,6 @@
 #pragma once
-// FlatView: one grid row per IBO of the live table (IboMain) or of the archive
-// (IboArchive), narrowed by a status filter. The host sets ViewSource and Filter,
-// calls Refresh, and reacts to IboEdit and RightClick.
+/// \file flat_view.h
+/// \brief The FlatView control.
 
 #include <memory>
 #include <optional>
@@ -13,49 +12,115 @@
 #include "export.h"
 #include "runtime_error.h"
 
+class QAbstractItemModel;
+
 namespace BrevView {
 
 class FlatViewPrivate;
 
+/// \brief One grid row per IBO of the live table (IboMain) or of the archive (IboArchive),
+/// narrowed by a status filter.
+///
+/// The host sets ViewSource and Filter, calls Refresh, and reacts to IboEdit and RightClick.
+/// The members named as in the type library (`Refresh`, `GotoIBO`, `Filter`, ...) keep the
+/// names, argument names and behaviour of the automation surface; the lowerCamelCase members
+/// (`model()`, `lastError()`, `setColumnWidth()`, ...) are additions for Qt hosts.
+///
+/// \section flatErrors Errors
+/// A member called directly from C++ raises its error to the caller as a RuntimeError. A
+/// member that Qt calls (a queued connection or QMetaObject::invokeMethod with
+/// Qt::QueuedConnection, a QTimer::singleShot, a signal connected to the slot) has no caller
+/// that could catch; it reports the same error through ErrorRaised() and lastError() instead,
+/// so that no exception ever leaves through Qt's event loop. The control tells the two apart
+/// by what Qt records of the call: a posted call event delivered to the control, a single-shot
+/// timer's delivery, or a sender of the current signal (QObject::sender()). A host lambda that
+/// calls a member directly from its own slot (connected with another context object) is a
+/// direct call and gets the exception. The trace lines are the same either way.
 class BREVVIEW_EXPORT FlatView : public QWidget {
     Q_OBJECT
-    Q_PROPERTY(qint32 ViewSource READ ViewSource WRITE setViewSource)
-    Q_PROPERTY(qint32 Filter READ Filter WRITE setFilter)
-    Q_PROPERTY(qint32 FlexGridHWnd READ FlexGridHWnd)
-    Q_PROPERTY(QVariant GetSelection READ GetSelection)
+    /// The table shown: eViewMainTable (0) or eViewArchiveTable (1) (FlatViewSourceEnum).
+    Q_PROPERTY(qint32 ViewSource READ ViewSource WRITE setViewSource NOTIFY ViewSourceChanged)
+    /// The statuses shown, an OR of FlatViewFilterEnum flags.
+    Q_PROPERTY(qint32 Filter READ Filter WRITE setFilter NOTIFY FilterChanged)
+    /// The native window handle of the grid (0 before it has one).
+    Q_PROPERTY(qint32 FlexGridHWnd READ FlexGridHWnd NOTIFY FlexGridHWndChanged)
+    /// The selected IBO ids (see GetSelection()).
+    Q_PROPERTY(QVariant GetSelection READ GetSelection NOTIFY SelectionChanged)
 
 public:
+    /// Makes the control: its columns, its preferences for the live table. The database is
+    /// opened at the first Refresh.
     explicit FlatView(QWidget* parent = nullptr);
+    /// Saves the preferences of the current source and closes the data access.
     ~FlatView() override;
 
-    // Reading the source saves the view preferences of the current source first.
+    /// The source shown. Reading it saves the view preferences of the current source first.
     qint32 ViewSource();
-    // Loads the new source's preferences and column widths; the rows change at the next Refresh.
+    /// Loads the new source's preferences and column widths; the rows change at the next Refresh.
     void setViewSource(qint32 eSource);
+    /// The status filter (FlatViewFilterEnum flags).
     qint32 Filter() const;
-    // Stores the status filter (FlatViewFilterEnum flags) and saves the preferences.
+    /// Stores the status filter and saves the preferences; the rows change at the next Refresh.
     void setFilter(qint32 eFilter);
+    /// The grid's native window handle, or 0.
     qint32 FlexGridHWnd() const;
-    // Null (an invalid QVariant), or a QList<qint32> of the selected IBO ids.
+    /// Null (an invalid QVariant) when no row is selected, or a QList<qint32> of the
+    /// selected IBO ids in selection order.
     QVariant GetSelection();
 
+    /// \name Additions for Qt hosts
+    ///@{
+    /// A read-only item model that mirrors the grid live: one top-level row per grid row;
+    /// Qt::DisplayRole is the shown text, Qt::UserRole the row data (the IboID), and the
+    /// foreground, background, font and alignment roles come from the cell's style. Header
+    /// data comes from the header row. Owned by the control; made on first use.
+    QAbstractItemModel* model() const;
+    /// The error of the last member call that failed, or nothing when the last call succeeded.
+    std::optional<RuntimeError> lastError() const;
+    /// The number of grid columns (hidden ones included).
+    int columnCount() const;
+    /// The width of `column` in twips. Error 9 for a column that does not exist.
+    int columnWidth(int column) const;
+    /// Sets the width of `column` in twips and stores it with the view preferences of the
+    /// current source, as a drag of the column border does. Error 9 for a column that does
+    /// not exist, 5 for a negative width.
+    void setColumnWidth(int column, int twips);
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+    ///@}
+
 public slots:
+    /// Saves the filter and the column widths under the preference key of `eViewSource`.
     void SaveViewPreferences(qint32 eViewSource);
+    /// Loads the filter and the column widths stored for `eViewSource` (the defaults when none).
     void LoadViewPreferences(qint32 eViewSource);
+    /// Prints the list as shown (to the default printer, or to $BREV_PRINT_TO_PDF).
     void PrintView();
+    /// Makes the row of IBO `lIboID` current and scrolls it into view; an id not shown is ignored.
     void GotoIBO(qint32 lIboID);
+    /// Reads the rows again from the database.
     void Refresh();
+    /// Sets the grid up for printing (white background, no selection) and keeps its look to restore.
     void SetupViewForPrint();
+    /// Restores the look that SetupViewForPrint kept.
     void RestoreViewAfterPrint();
 
 signals:
+    /// The user asks to open IBO `IboID` (a double-click or Enter on its row).
     void IboEdit(qint32 IboID);
+    /// The user right-clicked IBO `IboID` (or pressed the Menu key or Shift+F10 on its row).
     void RightClick(qint32 IboID);
-    // An error in the handling of a user action (the host cannot catch it there).
+    /// An error that no caller could receive: in a user action's handling, or in a member
+    /// that Qt called (see \ref flatErrors).
     void ErrorRaised(qint32 Number, const QString& Source, const QString& Description);
-
-public:
-    std::optional<RuntimeError> lastError() const;
+    /// ViewSource changed (by its setter or by LoadViewPreferences).
+    void ViewSourceChanged(qint32 eSource);
+    /// Filter changed (by its setter or by LoadViewPreferences).
+    void FilterChanged(qint32 eFilter);
+    /// The grid got (or lost) its native window.
+    void FlexGridHWndChanged(qint32 hWnd);
+    /// The grid's selected rows changed, by the user or by code.
+    void SelectionChanged();
 
 protected:
     void resizeEvent(QResizeEvent* event) override;

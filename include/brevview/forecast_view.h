@@ -1,7 +1,6 @@
 #pragma once
-// ForecastView: the open IBOs (and, on request, the won ones) grouped by the month in
-// which each is expected to close, with per-month counts and unweighted or
-// probability-weighted totals, below an overdue row and a forecast row.
+/// \file forecast_view.h
+/// \brief The ForecastView control.
 
 #include <memory>
 #include <optional>
@@ -13,52 +12,114 @@
 #include "export.h"
 #include "runtime_error.h"
 
+class QAbstractItemModel;
+
 namespace BrevView {
 
 class ForecastViewPrivate;
 
+/// \brief The open IBOs (and, on request, the won ones) grouped by the month in which each
+/// is expected to close, with per-month counts and unweighted or probability-weighted
+/// totals, below an overdue row and a forecast row.
+///
+/// Errors reach a direct C++ caller as RuntimeError, and a call that Qt makes (queued,
+/// timer, connected signal) through ErrorRaised() and lastError(), as FlatView describes
+/// in its section on errors. The lowerCamelCase members are additions for Qt hosts.
 class BREVVIEW_EXPORT ForecastView : public QWidget {
     Q_OBJECT
-    Q_PROPERTY(qint32 ForecastMode READ ForecastMode WRITE setForecastMode)
-    Q_PROPERTY(qint32 FlexGridHWnd READ FlexGridHWnd)
-    Q_PROPERTY(QVariant GetSelection READ GetSelection)
-    Q_PROPERTY(bool ShowWonIBOs READ ShowWonIBOs WRITE setShowWonIBOs)
-    Q_PROPERTY(qint32 ShowWonDateRange READ ShowWonDateRange WRITE setShowWonDateRange)
+    /// eUnweightedForecast (0) or eWeightedForecast (1) (ForecastModeEnum).
+    Q_PROPERTY(qint32 ForecastMode READ ForecastMode WRITE setForecastMode NOTIFY ForecastModeChanged)
+    /// The native window handle of the grid (0 before it has one).
+    Q_PROPERTY(qint32 FlexGridHWnd READ FlexGridHWnd NOTIFY FlexGridHWndChanged)
+    /// The selected IBO ids (see GetSelection()).
+    Q_PROPERTY(QVariant GetSelection READ GetSelection NOTIFY SelectionChanged)
+    /// Whether the won IBOs are shown too.
+    Q_PROPERTY(bool ShowWonIBOs READ ShowWonIBOs WRITE setShowWonIBOs NOTIFY ShowWonIBOsChanged)
+    /// Which won IBOs are shown: 0 all, 1 this month, 2 and 3 two and three months back.
+    Q_PROPERTY(qint32 ShowWonDateRange READ ShowWonDateRange WRITE setShowWonDateRange NOTIFY ShowWonDateRangeChanged)
 
 public:
+    /// Makes the control: its columns and its preferences. The database is opened at the
+    /// first Refresh.
     explicit ForecastView(QWidget* parent = nullptr);
+    /// Saves the preferences and closes the data access.
     ~ForecastView() override;
 
+    /// The forecast mode (ForecastModeEnum).
     qint32 ForecastMode() const;
-    // Stored unchecked; after the first refresh the values switch at once, without a database read.
+    /// Stored unchecked; after the first refresh the values switch at once, without a database read.
     void setForecastMode(qint32 eMode);
+    /// The grid's native window handle, or 0.
     qint32 FlexGridHWnd() const;
+    /// Null (an invalid QVariant), or a QList<qint32> of the selected IBO ids; node rows are skipped.
     QVariant GetSelection();
+    /// Whether won IBOs are shown.
     bool ShowWonIBOs() const;
-    // Takes effect at the next Refresh.
+    /// Takes effect at the next Refresh.
     void setShowWonIBOs(bool bShowWon);
+    /// The range of won IBOs shown.
     qint32 ShowWonDateRange() const;
-    // 0 all won IBOs, 1 this month, 2 and 3 two and three months back, any other value as 1.
+    /// 0 all won IBOs, 1 this month, 2 and 3 two and three months back, any other value as 1.
     void setShowWonDateRange(qint32 lShowWonRange);
 
+    /// \name Additions for Qt hosts
+    ///@{
+    /// A read-only item model that mirrors the grid live, as a tree: the month and total
+    /// rows are the parents of their IBO rows. Qt::DisplayRole is the shown text,
+    /// Qt::UserRole the row data (the IboID, or "N" and the node's number), and the
+    /// foreground, background, font and alignment roles come from the cell's style.
+    /// Owned by the control; made on first use.
+    QAbstractItemModel* model() const;
+    /// The error of the last member call that failed, or nothing when the last call succeeded.
+    std::optional<RuntimeError> lastError() const;
+    /// The number of grid columns (hidden ones included).
+    int columnCount() const;
+    /// The width of `column` in twips. Error 9 for a column that does not exist.
+    int columnWidth(int column) const;
+    /// Sets the width of `column` in twips and stores it with the view preferences. Error 9
+    /// for a column that does not exist, 5 for a negative width.
+    void setColumnWidth(int column, int twips);
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+    ///@}
+
 public slots:
+    /// Saves the mode, the won settings and the column widths.
     void SaveViewPreferences();
+    /// Loads the mode, the won settings and the column widths (the defaults when none).
     void LoadViewPreferences();
+    /// Prints the view as shown, through the print dialog.
     void PrintView();
+    /// Makes the row of IBO `lIboID` current, opening every node above it; an id not shown is ignored.
     void GotoIBO(qint32 lIboID);
+    /// Opens every node row.
     void ExpandAllNodes();
+    /// Closes every node row.
     void CollapseAllNodes();
+    /// Reads the IBOs again, stores each won IBO's won date and fills the grid.
     void Refresh();
+    /// Sets the grid up for printing and keeps its look to restore.
     void SetupViewForPrint();
+    /// Restores the look that SetupViewForPrint kept.
     void RestoreViewAfterPrint();
 
 signals:
+    /// The user asks to open IBO `IboID` (a double-click or Enter on its row).
     void IboEdit(qint32 IboID);
+    /// The user right-clicked IBO `IboID` (or pressed the Menu key or Shift+F10 on its row).
     void RightClick(qint32 IboID);
+    /// An error that no caller could receive (a user action, or a member that Qt called).
     void ErrorRaised(qint32 Number, const QString& Source, const QString& Description);
-
-public:
-    std::optional<RuntimeError> lastError() const;
+    /// ForecastMode changed (by its setter or by LoadViewPreferences).
+    void ForecastModeChanged(qint32 eMode);
+    /// ShowWonIBOs changed.
+    void ShowWonIBOsChanged(bool bShowWon);
+    /// ShowWonDateRange changed.
+    void ShowWonDateRangeChanged(qint32 lShowWonRange);
+    /// The grid got (or lost) its native window.
+    void FlexGridHWndChanged(qint32 hWnd);
+    /// The grid's selected rows changed, by the user or by code.
+    void SelectionChanged();
 
 protected:
     void resizeEvent(QResizeEvent* event) override;

@@ -108,8 +108,11 @@ void CallBoundary::AtEvent(const std::function<void()>& handler)
     try {
         handler();
     } catch (const RuntimeError& e) {
+        AfterCall();
         ReportAlways(e);
+        return;
     }
+    AfterCall();
 }
 
 bool CallBoundary::Event(QEvent* event, const std::function<bool(QEvent*)>& base)

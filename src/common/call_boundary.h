@@ -54,18 +54,31 @@ public:
             if constexpr (std::is_void_v<Result>) {
                 std::forward<Body>(body)();
                 last_.reset();
+                AfterCall();
                 return;
             } else {
                 Result r = std::forward<Body>(body)();
                 last_.reset();
+                AfterCall();
                 return r;
             }
         } catch (const RuntimeError& e) {
+            // What the call changed before it failed stays changed, and is told.
+            AfterCall();
             if (!Report(e))
                 throw;
         }
         if constexpr (!std::is_void_v<Result>)
             return Result{};
+    }
+
+    // Runs after every call and user action, failed or not: the control emits the change
+    // signals of the properties that changed.
+    void SetAfterCall(std::function<void()> after) { after_ = std::move(after); }
+    void AfterCall()
+    {
+        if (after_)
+            after_();
     }
 
     // A user action's handler (a click, a key, a resize): nobody called it, so its error
@@ -95,6 +108,7 @@ private:
 
     QObject* control_;
     Reporter report_;
+    std::function<void()> after_;
     std::optional<RuntimeError> last_;
 };
 

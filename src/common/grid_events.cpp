@@ -100,6 +100,29 @@ qint32 HandleRightClick(grid::FlexGrid& grid, const QString& traceName, int butt
     });
 }
 
+qint32 HandleActivation(grid::FlexGrid& grid, const QString& traceName, bool outline, int row)
+{
+    return Traced(traceName, [&]() -> qint32 {
+        if (row < 1 || row != grid.Row())
+            return 0;
+        if (outline && grid.IsSubtotal(row)) {
+            grid.setIsCollapsed(row, grid.IsCollapsed(row) != 0 ? grid::FlexGrid::flexOutlineExpanded
+                                                                 : grid::FlexGrid::flexOutlineCollapsed);
+            return 0;
+        }
+        return IboIdOfRow(grid, row);
+    });
+}
+
+qint32 HandleContextMenuKey(grid::FlexGrid& grid, const QString& traceName, int row)
+{
+    return Traced(traceName, [&]() -> qint32 {
+        if (row < 1 || grid.IsSubtotal(row))
+            return 0;
+        return IboIdOfRow(grid, row);
+    });
+}
+
 bool ShowHeaderTooltip(grid::FlexGrid& grid, const QStringList& columnTooltips)
 {
     const int r = grid.MouseRow();
@@ -128,6 +151,24 @@ void WireGridEvents(QWidget* control, grid::FlexGrid* grid, CallBoundary* bounda
                 QMetaObject::invokeMethod(control, "RightClick", Q_ARG(qint32, id));
         });
     });
+    // The keyboard does what the mouse does: Enter opens as a double-click, the Menu key
+    // and Shift+F10 raise RightClick as a right-click does (on the current row).
+    QObject::connect(grid, &grid::FlexGrid::RowActivated, control, [control, grid, boundary, w](int row) {
+        boundary->AtEvent([&] {
+            const qint32 id = HandleActivation(*grid, w->dblClickTraceName, w->outline, row);
+            if (id > 0)
+                QMetaObject::invokeMethod(control, "IboEdit", Q_ARG(qint32, id));
+        });
+    });
+    QObject::connect(grid, &grid::FlexGrid::ContextMenuKey, control, [control, grid, boundary, w](int row) {
+        boundary->AtEvent([&] {
+            const qint32 id = HandleContextMenuKey(*grid, w->dblClickTraceName, row);
+            if (id > 0)
+                QMetaObject::invokeMethod(control, "RightClick", Q_ARG(qint32, id));
+        });
+    });
+    QObject::connect(grid, &grid::FlexGrid::SelectionChanged, control,
+                     [control] { QMetaObject::invokeMethod(control, "SelectionChanged"); });
     QObject::connect(grid, &grid::FlexGrid::MouseMove, control, [grid, w](int, int, float, float) {
         IgnoringErrors([&] {
             if (ShowHeaderTooltip(*grid, w->headerTooltips))

@@ -48,6 +48,14 @@ qint32 HandleDblClick(grid::FlexGrid& grid, const QString& traceName, bool outli
 // RightClick (0: raise nothing). Traced under `traceName` (the double-click's name).
 qint32 HandleRightClick(grid::FlexGrid& grid, const QString& traceName, int button);
 
+// Enter on `row` (the current row): toggles a node (outline views) or returns the IBO id
+// for IboEdit, as a double-click does. Traced under `traceName`.
+qint32 HandleActivation(grid::FlexGrid& grid, const QString& traceName, bool outline, int row);
+
+// The Menu key or Shift+F10 on `row`: the IBO id for RightClick (0: a node row raises
+// nothing). Traced under `traceName`.
+qint32 HandleContextMenuKey(grid::FlexGrid& grid, const QString& traceName, int row);
+
 // Over the header row the column's tooltip text; returns false when the pointer is
 // elsewhere (the caller decides, or clears the tooltip).
 bool ShowHeaderTooltip(grid::FlexGrid& grid, const QStringList& columnTooltips);

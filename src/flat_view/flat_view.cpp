@@ -2,6 +2,7 @@
 
 #include <QResizeEvent>
 
+#include "../common/control_surface.h"
 #include "../common/dates.h"
 #include "../common/grid_events.h"
 #include "../common/grid_fill.h"
@@ -322,10 +323,22 @@ FlatView::FlatView(QWidget* parent) : QWidget(parent), d(std::make_unique<FlatVi
     detail::WireGridEvents(this, d->flexGrid, &d->boundary, {kDblClickName, false, d->longHeaders, {}, {}});
     connect(d->flexGrid, &grid::FlexGrid::AfterUserResize, this, [this](int, int) { d->OnAfterUserResize(); });
     connect(d->flexGrid, &grid::FlexGrid::BeforeScrollTip, this, [this](int row) { d->OnBeforeScrollTip(row); });
+    d->flexGrid->setAccessibleName(tr("IBO list"));
+    d->told = {d->viewSource, d->filter, d->flexGrid->hWnd()};
+    d->boundary.SetAfterCall([this] { d->TellChanges(); });
+    d->windowWatch = detail::WatchNativeWindow(this, d->flexGrid, [this] { d->TellChanges(); });
+}
+
+void FlatViewPrivate::TellChanges()
+{
+    detail::TellIfChanged(told.viewSource, viewSource, [this](qint32 v) { emit q->ViewSourceChanged(v); });
+    detail::TellIfChanged(told.filter, filter, [this](qint32 v) { emit q->FilterChanged(v); });
+    detail::TellIfChanged(told.hWnd, flexGrid->hWnd(), [this](qint32 v) { emit q->FlexGridHWndChanged(v); });
 }
 
 FlatView::~FlatView()
 {
+    delete d->windowWatch;
     try {
         d->UserControl_Terminate();
     } catch (const RuntimeError&) {
@@ -418,6 +431,39 @@ void FlatView::RestoreViewAfterPrint()
 std::optional<RuntimeError> FlatView::lastError() const
 {
     return d->boundary.LastError();
+}
+
+QAbstractItemModel* FlatView::model() const
+{
+    return detail::ModelOf(d->flexGrid, const_cast<FlatView*>(this), d->model);
+}
+
+int FlatView::columnCount() const
+{
+    return d->flexGrid->Cols();
+}
+
+int FlatView::columnWidth(int column) const
+{
+    return d->boundary.Run([&] { return detail::ColumnWidthTwips(*d->flexGrid, column, QStringLiteral("BrevView.FlatView::columnWidth")); });
+}
+
+void FlatView::setColumnWidth(int column, int twips)
+{
+    d->boundary.Run([&] {
+        detail::SetColumnWidthTwips(*d->flexGrid, column, twips, QStringLiteral("BrevView.FlatView::setColumnWidth"));
+        d->SaveViewPreferences(d->viewSource);
+    });
+}
+
+QSize FlatView::sizeHint() const
+{
+    return d->flexGrid->sizeHint();
+}
+
+QSize FlatView::minimumSizeHint() const
+{
+    return d->flexGrid->minimumSizeHint();
 }
 
 void FlatView::resizeEvent(QResizeEvent* event)

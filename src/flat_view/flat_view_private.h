@@ -11,6 +11,7 @@
 #include "../common/ibo_record.h"
 #include "../common/probability.h"
 #include "../platform/grid/flex_grid.h"
+#include "../platform/grid/grid_model.h"
 
 namespace BrevView {
 
@@ -33,6 +34,9 @@ public:
     void SaveViewPreferences(qint32 eViewSource);
     void LoadViewPreferences(qint32 eViewSource);
 
+    // Emits the change signals of the properties that changed since they were last told.
+    void TellChanges();
+
     // Grid events.
     void OnAfterUserResize();
     void OnBeforeScrollTip(int row);
@@ -40,6 +44,11 @@ public:
     FlatView* q;
     grid::FlexGrid* flexGrid;
     detail::CallBoundary boundary;
+    grid::GridModel* model = nullptr;
+    QObject* windowWatch = nullptr;
+    struct Told {
+        qint32 viewSource, filter, hWnd;
+    } told{};
     detail::DataAccessState da;
     std::shared_ptr<data::Recordset> filtered;  // the filtered recordset of a refresh
     detail::FlatFieldIndices fi;

@@ -2,6 +2,7 @@
 
 #include <QResizeEvent>
 
+#include "../common/control_surface.h"
 #include "../common/dates.h"
 #include "../common/grid_events.h"
 #include "../common/grid_fill.h"
@@ -618,10 +619,23 @@ ForecastView::ForecastView(QWidget* parent) : QWidget(parent), d(std::make_uniqu
     d->UserControl_Initialize();
     detail::WireGridEvents(this, d->flexGrid, &d->boundary,
                            {kDblClickName, true, d->longTitles, {}, [this](int row, int state) { d->OnAfterCollapse(row, state); }});
+    d->flexGrid->setAccessibleName(tr("Forecast"));
+    d->told = {d->forecastMode, d->showWon, d->showWonRange, d->flexGrid->hWnd()};
+    d->boundary.SetAfterCall([this] { d->TellChanges(); });
+    d->windowWatch = detail::WatchNativeWindow(this, d->flexGrid, [this] { d->TellChanges(); });
+}
+
+void ForecastViewPrivate::TellChanges()
+{
+    detail::TellIfChanged(told.forecastMode, forecastMode, [this](qint32 v) { emit q->ForecastModeChanged(v); });
+    detail::TellIfChanged(told.showWon, showWon, [this](bool v) { emit q->ShowWonIBOsChanged(v); });
+    detail::TellIfChanged(told.showWonRange, showWonRange, [this](qint32 v) { emit q->ShowWonDateRangeChanged(v); });
+    detail::TellIfChanged(told.hWnd, flexGrid->hWnd(), [this](qint32 v) { emit q->FlexGridHWndChanged(v); });
 }
 
 ForecastView::~ForecastView()
 {
+    delete d->windowWatch;
     try {
         d->UserControl_Terminate();
     } catch (const RuntimeError&) {
@@ -742,6 +756,39 @@ void ForecastView::resizeEvent(QResizeEvent* event)
 std::optional<RuntimeError> ForecastView::lastError() const
 {
     return d->boundary.LastError();
+}
+
+QAbstractItemModel* ForecastView::model() const
+{
+    return detail::ModelOf(d->flexGrid, const_cast<ForecastView*>(this), d->model);
+}
+
+int ForecastView::columnCount() const
+{
+    return d->flexGrid->Cols();
+}
+
+int ForecastView::columnWidth(int column) const
+{
+    return d->boundary.Run([&] { return detail::ColumnWidthTwips(*d->flexGrid, column, QStringLiteral("BrevView.ForecastView::columnWidth")); });
+}
+
+void ForecastView::setColumnWidth(int column, int twips)
+{
+    d->boundary.Run([&] {
+        detail::SetColumnWidthTwips(*d->flexGrid, column, twips, QStringLiteral("BrevView.ForecastView::setColumnWidth"));
+        d->SaveViewPreferences();
+    });
+}
+
+QSize ForecastView::sizeHint() const
+{
+    return d->flexGrid->sizeHint();
+}
+
+QSize ForecastView::minimumSizeHint() const
+{
+    return d->flexGrid->minimumSizeHint();
 }
 
 bool ForecastView::event(QEvent* event)

@@ -12,6 +12,7 @@
 #include "../common/ibo_record.h"
 #include "../common/probability.h"
 #include "../platform/grid/flex_grid.h"
+#include "../platform/grid/grid_model.h"
 #include "monthly_totals.h"
 
 namespace BrevView {
@@ -61,6 +62,15 @@ public:
     ForecastView* q;
     grid::FlexGrid* flexGrid;
     detail::CallBoundary boundary;
+    grid::GridModel* model = nullptr;
+    QObject* windowWatch = nullptr;
+    struct Told {
+        qint32 forecastMode;
+        bool showWon;
+        qint32 showWonRange, hWnd;
+    } told{};
+    // Emits the change signals of the properties that changed since they were last told.
+    void TellChanges();
     detail::DataAccessState da;
     std::shared_ptr<data::Recordset> ibos;      // the sorted IBO recordset of the last refresh
     std::shared_ptr<data::Recordset> filtered;  // a filtered view of it, while in use

@@ -4,6 +4,7 @@
 #include <QPainter>
 #include <QResizeEvent>
 
+#include "../common/control_surface.h"
 #include "../common/dates.h"
 #include "../common/grid_events.h"
 #include "../common/grid_fill.h"
@@ -500,10 +501,22 @@ PriorityView::PriorityView(QWidget* parent) : QWidget(parent), d(std::make_uniqu
     });
     connect(g, &grid::FlexGrid::DrawCell, this,
             [this](QPainter* p, int row, int col, int l, int t, int r, int b, bool& done) { d->OnDrawCell(p, row, col, l, t, r, b, done); });
+    g->setAccessibleName(tr("Priorities"));
+    d->told = {d->rangeValue, d->rangeUnits, g->hWnd()};
+    d->boundary.SetAfterCall([this] { d->TellChanges(); });
+    d->windowWatch = detail::WatchNativeWindow(this, g, [this] { d->TellChanges(); });
+}
+
+void PriorityViewPrivate::TellChanges()
+{
+    detail::TellIfChanged(told.rangeValue, rangeValue, [this](qint32 v) { emit q->SalesCycleRangeValueChanged(v); });
+    detail::TellIfChanged(told.rangeUnits, rangeUnits, [this](qint32 v) { emit q->SalesCycleRangeUnitsChanged(v); });
+    detail::TellIfChanged(told.hWnd, flexGrid->hWnd(), [this](qint32 v) { emit q->FlexGridHWndChanged(v); });
 }
 
 PriorityView::~PriorityView()
 {
+    delete d->windowWatch;
     try {
         d->UserControl_Terminate();
     } catch (const RuntimeError&) {
@@ -627,6 +640,41 @@ void PriorityView::resizeEvent(QResizeEvent* event)
 std::optional<RuntimeError> PriorityView::lastError() const
 {
     return d->boundary.LastError();
+}
+
+QAbstractItemModel* PriorityView::model() const
+{
+    return detail::ModelOf(d->flexGrid, const_cast<PriorityView*>(this), d->model);
+}
+
+int PriorityView::columnCount() const
+{
+    return d->flexGrid->Cols();
+}
+
+int PriorityView::columnWidth(int column) const
+{
+    return d->boundary.Run([&] { return detail::ColumnWidthTwips(*d->flexGrid, column, QStringLiteral("BrevView.PriorityView::columnWidth")); });
+}
+
+void PriorityView::setColumnWidth(int column, int twips)
+{
+    d->boundary.Run([&] {
+        // The first column keeps its width, as it does against a drag of its border.
+        detail::SetColumnWidthTwips(*d->flexGrid, column, twips, QStringLiteral("BrevView.PriorityView::setColumnWidth"),
+                                    d->colPriority);
+        d->SaveViewPreferences();
+    });
+}
+
+QSize PriorityView::sizeHint() const
+{
+    return d->flexGrid->sizeHint();
+}
+
+QSize PriorityView::minimumSizeHint() const
+{
+    return d->flexGrid->minimumSizeHint();
 }
 
 bool PriorityView::event(QEvent* event)

@@ -11,6 +11,7 @@
 #include "../common/ibo_record.h"
 #include "../common/probability.h"
 #include "../platform/grid/flex_grid.h"
+#include "../platform/grid/grid_model.h"
 #include "sales_cycle.h"
 
 class QLabel;
@@ -61,6 +62,13 @@ public:
     PriorityView* q;
     grid::FlexGrid* flexGrid;
     detail::CallBoundary boundary;
+    grid::GridModel* model = nullptr;
+    QObject* windowWatch = nullptr;
+    struct Told {
+        qint32 rangeValue, rangeUnits, hWnd;
+    } told{};
+    // Emits the change signals of the properties that changed since they were last told.
+    void TellChanges();
     QLabel* errorLabel = nullptr;
     bool openFailed = false;  // initialisation could not open the database
     detail::DataAccessState da;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cmath>
 #include <mutex>
 
 #include <QApplication>
@@ -22,6 +23,7 @@
 
 #include "../automation/conversions.h"
 #include "../automation/runtime_error.h"
+#include "grid_accessible.h"
 #include "grid_format.h"
 
 namespace BrevView::grid {
@@ -44,6 +46,42 @@ QColor FromColorRef(qint32 c)
     return QColor(c & 0xFF, (c >> 8) & 0xFF, (c >> 16) & 0xFF);
 }
 
+// Relative luminance and contrast ratio as WCAG defines them.
+double Luminance(const QColor& c)
+{
+    auto channel = [](double v) { return v <= 0.03928 ? v / 12.92 : std::pow((v + 0.055) / 1.055, 2.4); };
+    return 0.2126 * channel(c.redF()) + 0.7152 * channel(c.greenF()) + 0.0722 * channel(c.blueF());
+}
+
+double Contrast(const QColor& a, const QColor& b)
+{
+    const double la = Luminance(a), lb = Luminance(b);
+    return (std::max(la, lb) + 0.05) / (std::min(la, lb) + 0.05);
+}
+
+// `preferred` when it reads well on `back` (4.5:1), else black or white, whichever reads better.
+QColor ReadableOn(const QColor& back, const QColor& preferred)
+{
+    if (Contrast(preferred, back) >= 4.5)
+        return preferred;
+    return Contrast(QColor(Qt::black), back) >= Contrast(QColor(Qt::white), back) ? QColor(Qt::black) : QColor(Qt::white);
+}
+
+// Whether a cell's text is a number or an amount: such a text is never cut, because its
+// leading digits or its sign carry the meaning.
+bool IsNumberText(const QString& text, int dataType)
+{
+    if (dataType == flexDTCurrency || dataType == flexDTDouble || dataType == flexDTLong)
+        return true;
+    QString t = text.trimmed();
+    t.remove(QLatin1Char(',')).remove(QLatin1Char('$')).remove(QLatin1Char('%'));
+    if (t.isEmpty())
+        return false;
+    bool ok = false;
+    t.toDouble(&ok);
+    return ok;
+}
+
 bool DisplayLess()
 {
     const QString platform = QGuiApplication::platformName();
@@ -57,6 +95,7 @@ FlexGrid::FlexGrid(QWidget* parent) : QAbstractScrollArea(parent)
     setObjectName(QStringLiteral("flexGrid"));
     setAccessibleName(QStringLiteral("flexGrid"));
     setAccessibleDescription(tr("Outline grid"));
+    InstallGridAccessibility();
     setFocusPolicy(Qt::StrongFocus);
     viewport()->setMouseTracking(true);
     viewport()->setAttribute(Qt::WA_OpaquePaintEvent);
@@ -77,6 +116,66 @@ void FlexGrid::changeEvent(QEvent* event)
 }
 
 FlexGrid::~FlexGrid() = default;
+
+// Emits SelectionChanged when the selected rows differ at the end of its scope.
+class FlexGrid::SelectionWatch {
+public:
+    explicit SelectionWatch(FlexGrid& grid) : grid_(grid), before_(grid.selected_) {}
+    ~SelectionWatch()
+    {
+        if (grid_.selected_ != before_) {
+            emit grid_.SelectionChanged();
+            grid::NotifyAccessibleSelection(grid_);
+        }
+    }
+    SelectionWatch(const SelectionWatch&) = delete;
+    SelectionWatch& operator=(const SelectionWatch&) = delete;
+
+private:
+    FlexGrid& grid_;
+    std::vector<int> before_;
+};
+
+void FlexGrid::BeginStructure()
+{
+    if (structureChanging_)
+        return;
+    structureChanging_ = true;
+    emit StructureAboutToChange();
+}
+
+void FlexGrid::EndStructure()
+{
+    if (redraw_ == 0 || !structureChanging_)
+        return;
+    structureChanging_ = false;
+    contentPending_ = false;  // a model reads everything again after a change of shape
+    emit StructureChanged();
+    grid::NotifyAccessibleReset(*this);
+}
+
+void FlexGrid::ContentTouched()
+{
+    if (structureChanging_)
+        return;  // StructureChanged says it all
+    if (redraw_ == 0) {
+        contentPending_ = true;
+        return;
+    }
+    emit ContentChanged();
+}
+
+void FlexGrid::NotifyCurrent()
+{
+    emit CurrentChanged(row_, col_);
+    grid::NotifyAccessibleFocus(*this);
+}
+
+void FlexGrid::focusInEvent(QFocusEvent* event)
+{
+    QAbstractScrollArea::focusInEvent(event);
+    grid::NotifyAccessibleFocus(*this);
+}
 
 // ---------------------------------------------------------------- checks and units
 
@@ -239,6 +338,8 @@ void FlexGrid::UpdateScrollBars()
 
 void FlexGrid::setRows(int rows)
 {
+    SelectionWatch watch(*this);
+    BeginStructure();
     const int old = store_.rows();
     store_.SetRows(rows);
     if (rows < old) {
@@ -249,10 +350,13 @@ void FlexGrid::setRows(int rows)
     isSelected_.resize(size_t(rows), false);
     nodeIndexDirty_ = true;
     OutlineChanged();
+    EndStructure();
 }
 
 void FlexGrid::AddItem(const QString& item, int index)
 {
+    SelectionWatch watch(*this);
+    BeginStructure();
     const int at = index < 0 ? store_.rows() : index;
     store_.InsertRow(at);
     isSelected_.insert(isSelected_.begin() + std::min<size_t>(size_t(at), isSelected_.size()), false);
@@ -269,22 +373,27 @@ void FlexGrid::AddItem(const QString& item, int index)
     }
     nodeIndexDirty_ = true;
     OutlineChanged();
+    EndStructure();
 }
 
 void FlexGrid::setCols(int cols)
 {
+    BeginStructure();
     store_.SetCols(cols);
     if (col_ >= cols)
         col_ = std::max(0, cols - 1);
     OutlineChanged();
+    EndStructure();
 }
 
 void FlexGrid::setFixedRows(int n)
 {
     if (n < 0 || n > store_.rows())
         Raise(automation::ErrInvalidPropertyValue, kSource, QStringLiteral("Invalid FixedRows value %1").arg(n));
+    BeginStructure();
     fixedRows_ = n;
     OutlineChanged();
+    EndStructure();
 }
 
 void FlexGrid::setFixedCols(int n)
@@ -299,19 +408,26 @@ void FlexGrid::setRow(int row)
 {
     if (row != -1)
         CheckRow(row, "Row");
+    SelectionWatch watch(*this);
+    const bool moved = row_ != row;
     row_ = row;
     // A row that is already part of the selection keeps the selection (a right-click
     // on a selected row); any other row becomes the only one selected.
     if (row >= fixedRows_ && !(size_t(row) < isSelected_.size() && isSelected_[size_t(row)]))
         SelectOnly(row);
     Changed();
+    if (moved)
+        NotifyCurrent();
 }
 
 void FlexGrid::setCol(int col)
 {
     CheckCol(col, "Col");
+    const bool moved = col_ != col;
     col_ = col;
     Changed();
+    if (moved)
+        NotifyCurrent();
 }
 
 // ---------------------------------------------------------------- content
@@ -329,6 +445,7 @@ void FlexGrid::setTextMatrix(int row, int col, const QString& text)
     CheckCol(col, "TextMatrix");
     store_.SetText(row, col, text);
     Changed();
+    ContentTouched();
 }
 
 void FlexGrid::setTextMatrixUtf8(int row, int col, const char* text, int length)
@@ -337,6 +454,7 @@ void FlexGrid::setTextMatrixUtf8(int row, int col, const char* text, int length)
     CheckCol(col, "TextMatrix");
     store_.SetTextUtf8(row, col, text, length);
     Changed();
+    ContentTouched();
 }
 
 automation::Variant FlexGrid::RowDataValue(int row) const
@@ -351,6 +469,7 @@ void FlexGrid::setRowDataValue(int row, const automation::Variant& value)
     store_.Row(row).data = value;
     if (store_.Row(row).subtotal)
         nodeIndexDirty_ = true;
+    ContentTouched();
 }
 
 QVariant FlexGrid::RowData(int row) const
@@ -505,6 +624,7 @@ void FlexGrid::setCell(int setting, int row1, int col1, int row2, int col2, cons
     CheckCol(col2, "Cell");
     store_.ApplySetting(setting, row1, col1, row2, col2, value);
     Changed();
+    ContentTouched();
 }
 
 // ---------------------------------------------------------------- outline
@@ -518,9 +638,11 @@ bool FlexGrid::IsSubtotal(int row) const
 void FlexGrid::setIsSubtotal(int row, bool subtotal)
 {
     CheckRow(row, "IsSubtotal");
+    BeginStructure();
     store_.Row(row).subtotal = subtotal;
     nodeIndexDirty_ = true;
     OutlineChanged();
+    EndStructure();
 }
 
 int FlexGrid::RowOutlineLevel(int row) const
@@ -532,8 +654,10 @@ int FlexGrid::RowOutlineLevel(int row) const
 void FlexGrid::setRowOutlineLevel(int row, int level)
 {
     CheckRow(row, "RowOutlineLevel");
+    BeginStructure();
     store_.Row(row).outlineLevel = qint16(qBound(0, level, 0x7FFF));
     OutlineChanged();
+    EndStructure();
 }
 
 int FlexGrid::IsCollapsed(int row) const
@@ -563,8 +687,13 @@ void FlexGrid::setIsCollapsed(int row, int state)
 
 void FlexGrid::SetCollapsed(int row, bool collapsed, bool raiseEvent)
 {
+    const bool toggled = store_.Row(row).collapsed != collapsed;
     store_.Row(row).collapsed = collapsed;
     OutlineChanged();
+    if (toggled) {
+        emit OutlineToggled(row);
+        grid::NotifyAccessibleToggle(*this, row);
+    }
     if (raiseEvent)
         emit AfterCollapse(row, collapsed ? flexOutlineCollapsed : flexOutlineExpanded);
 }
@@ -779,6 +908,7 @@ void FlexGrid::SelectOnly(int row)
 
 void FlexGrid::SelectRows(const QList<int>& rows)
 {
+    SelectionWatch watch(*this);
     SelectOnly(-1);
     for (int r : rows) {
         if (r >= fixedRows_ && r < store_.rows() && !isSelected_[size_t(r)]) {
@@ -789,10 +919,24 @@ void FlexGrid::SelectRows(const QList<int>& rows)
     Changed();
 }
 
+void FlexGrid::SelectAll()
+{
+    SelectionWatch watch(*this);
+    SelectOnly(-1);
+    for (int r = fixedRows_; r < store_.rows(); ++r) {
+        selected_.push_back(r);
+        isSelected_[size_t(r)] = true;
+    }
+    anchor_ = row_;
+    Changed();
+}
+
 void FlexGrid::MoveCurrent(int row, Qt::KeyboardModifiers mods)
 {
     if (row < fixedRows_ || row >= store_.rows())
         return;
+    SelectionWatch watch(*this);
+    const bool moved = row != row_;
     if (mods & Qt::ShiftModifier && anchor_ >= fixedRows_) {
         const int keep = anchor_;
         SelectOnly(-1);
@@ -820,6 +964,8 @@ void FlexGrid::MoveCurrent(int row, Qt::KeyboardModifiers mods)
     row_ = row;
     ShowCell(row, std::clamp(col_, 0, std::max(0, store_.cols() - 1)));
     Changed();
+    if (moved)
+        NotifyCurrent();
 }
 
 // ---------------------------------------------------------------- look
@@ -834,6 +980,12 @@ void FlexGrid::setRedraw(int redraw)
         EnsureLayout();
         UpdateScrollBars();
         viewport()->update();
+        // And one notice of it for models and assistive technology.
+        EndStructure();
+        if (contentPending_) {
+            contentPending_ = false;
+            emit ContentChanged();
+        }
     }
 }
 
@@ -867,6 +1019,80 @@ QColor FlexGrid::ColorOf(qint32 colorref, const QColor& fallback) const
     return colorref >= 0 ? FromColorRef(colorref) : fallback;
 }
 
+QColor FlexGrid::BackColorOf(int row, int col) const
+{
+    const CellStyle& cs = store_.Style(row, col);
+    const QPalette& pal = palette();
+    const bool fixed = row < fixedRows_;
+    return ColorOf(cs.back, fixed ? pal.color(QPalette::Button) : ColorOf(backColor_, pal.color(QPalette::Base)));
+}
+
+QColor FlexGrid::TextColorOf(int row, int col) const
+{
+    const CellStyle& cs = store_.Style(row, col);
+    if (cs.fore >= 0)
+        return FromColorRef(cs.fore);  // a colour the view chose is kept as it is
+    if (foreColor_ >= 0)
+        return FromColorRef(foreColor_);
+    const bool fixed = row < fixedRows_;
+    const QColor text = palette().color(fixed ? QPalette::ButtonText : QPalette::Text);
+    // Text nobody coloured, on a background somebody did: it must stay readable whatever
+    // the palette (a light band under a dark palette).
+    const bool fixedBack = cs.back >= 0 || (!fixed && backColor_ >= 0);
+    return fixedBack ? ReadableOn(BackColorOf(row, col), text) : text;
+}
+
+Qt::Alignment FlexGrid::TextAlignmentOf(int row, int col) const
+{
+    const CellStyle& cs = store_.Style(row, col);
+    const bool fixed = row < fixedRows_;
+    int align = cs.alignment >= 0 ? cs.alignment : store_.Col(col).alignment;
+    if (fixed && cs.alignment < 0)
+        align = flexAlignLeftCenter;
+    Qt::Alignment flags;
+    switch (align) {
+    case flexAlignLeftTop: flags = Qt::AlignLeft | Qt::AlignTop; break;
+    case flexAlignLeftCenter: flags = Qt::AlignLeft | Qt::AlignVCenter; break;
+    case flexAlignLeftBottom: flags = Qt::AlignLeft | Qt::AlignBottom; break;
+    case flexAlignCenterTop: flags = Qt::AlignHCenter | Qt::AlignTop; break;
+    case flexAlignCenterCenter: flags = Qt::AlignHCenter | Qt::AlignVCenter; break;
+    case flexAlignCenterBottom: flags = Qt::AlignHCenter | Qt::AlignBottom; break;
+    case flexAlignRightTop: flags = Qt::AlignRight | Qt::AlignTop; break;
+    case flexAlignRightCenter: flags = Qt::AlignRight | Qt::AlignVCenter; break;
+    case flexAlignRightBottom: flags = Qt::AlignRight | Qt::AlignBottom; break;
+    default: {
+        double ignored = 0;
+        bool numeric = false;
+        try {
+            numeric = automation::ParseNumber(store_.Text(row, col), &ignored);
+        } catch (...) {
+            numeric = true;
+        }
+        flags = (numeric ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter;
+    }
+    }
+    return flags;
+}
+
+QSize FlexGrid::sizeHint() const
+{
+    // The visible columns (up to a wide window) over the header and a dozen rows.
+    int width = 0;
+    for (int c = 0; c < store_.cols(); ++c)
+        width += ColPx(c);
+    width = std::clamp(width, 200, 1000) + 2 * frameWidth() + verticalScrollBar()->sizeHint().width();
+    const int height = FixedHeightPx() + 12 * defaultRowPx_ + 2 * frameWidth() + horizontalScrollBar()->sizeHint().height();
+    return QSize(width, height);
+}
+
+QSize FlexGrid::minimumSizeHint() const
+{
+    // The header and three rows, as wide as a couple of columns.
+    const int width = 2 * qRound(kDefaultColTwips * logicalDpiX() / 1440.0) + 2 * frameWidth() + verticalScrollBar()->sizeHint().width();
+    const int height = FixedHeightPx() + 3 * defaultRowPx_ + 2 * frameWidth() + horizontalScrollBar()->sizeHint().height();
+    return QSize(width, height);
+}
+
 // ---------------------------------------------------------------- painting
 
 QRect FlexGrid::OutlineButtonRect(const QRect& cell, int row) const
@@ -884,7 +1110,7 @@ void FlexGrid::PaintCell(QPainter& p, const QRect& rect, int row, int col, bool 
     const bool selected = !fixed && !printing && highLight_ != 0 && size_t(row) < isSelected_.size() && isSelected_[size_t(row)];
     const QPalette& pal = palette();
 
-    QColor back = ColorOf(cs.back, fixed ? pal.color(QPalette::Button) : ColorOf(backColor_, pal.color(QPalette::Base)));
+    QColor back = BackColorOf(row, col);
     if (fixed && printing && cs.back < 0)
         back = ColorOf(backColor_, Qt::white);
     p.fillRect(rect, back);
@@ -930,31 +1156,7 @@ void FlexGrid::PaintCell(QPainter& p, const QRect& rect, int row, int col, bool 
         QString text = fixed ? store_.Text(row, col) : FormatCellText(store_.Text(row, col), store_.Col(col).format);
         if (!text.isEmpty()) {
             text.replace(QLatin1Char('\r'), QLatin1Char('\n'));
-            int align = cs.alignment >= 0 ? cs.alignment : store_.Col(col).alignment;
-            if (fixed && cs.alignment < 0)
-                align = flexAlignLeftCenter;
-            Qt::Alignment flags;
-            switch (align) {
-            case flexAlignLeftTop: flags = Qt::AlignLeft | Qt::AlignTop; break;
-            case flexAlignLeftCenter: flags = Qt::AlignLeft | Qt::AlignVCenter; break;
-            case flexAlignLeftBottom: flags = Qt::AlignLeft | Qt::AlignBottom; break;
-            case flexAlignCenterTop: flags = Qt::AlignHCenter | Qt::AlignTop; break;
-            case flexAlignCenterCenter: flags = Qt::AlignHCenter | Qt::AlignVCenter; break;
-            case flexAlignCenterBottom: flags = Qt::AlignHCenter | Qt::AlignBottom; break;
-            case flexAlignRightTop: flags = Qt::AlignRight | Qt::AlignTop; break;
-            case flexAlignRightCenter: flags = Qt::AlignRight | Qt::AlignVCenter; break;
-            case flexAlignRightBottom: flags = Qt::AlignRight | Qt::AlignBottom; break;
-            default: {
-                double ignored = 0;
-                bool numeric = false;
-                try {
-                    numeric = automation::ParseNumber(store_.Text(row, col), &ignored);
-                } catch (...) {
-                    numeric = true;
-                }
-                flags = (numeric ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter;
-            }
-            }
+            const Qt::Alignment flags = TextAlignmentOf(row, col);
             QFont font = p.font();
             if (cs.fontName >= 0)
                 font.setFamily(store_.FontName(cs.fontName));
@@ -968,13 +1170,29 @@ void FlexGrid::PaintCell(QPainter& p, const QRect& rect, int row, int col, bool 
                 font.setUnderline(cs.underline > 0);
             p.save();
             p.setFont(font);
-            QColor fore = ColorOf(cs.fore, ColorOf(foreColor_, fixed ? pal.color(QPalette::ButtonText) : pal.color(QPalette::Text)));
+            QColor fore = TextColorOf(row, col);
+            if (printing && cs.fore < 0 && foreColor_ < 0)
+                fore = ReadableOn(back, QColor(Qt::black));
             if (selected)
                 fore = pal.color(QPalette::HighlightedText);
             p.setPen(fore);
             // Wrap where there is room for a second line (the tall header row), or where asked.
             const bool wrap = wordWrap_ || text.contains(QLatin1Char('\n')) || rect.height() >= 2 * fontMetrics().height();
             p.setClipRect(rect, Qt::IntersectClip);
+            if (!wrap) {
+                // Too long for its cell: a text loses its end ("…"); a number or an amount is
+                // shown as "###", as spreadsheets do, never without its leading digits.
+                const QFontMetrics fm(font);
+                const int room = textRect.width();
+                if (fm.horizontalAdvance(text) > room) {
+                    if (!fixed && IsNumberText(text, store_.Col(col).dataType)) {
+                        const int hashes = std::max(1, room / std::max(1, fm.horizontalAdvance(QLatin1Char('#'))));
+                        text = QString(hashes, QLatin1Char('#'));
+                    } else {
+                        text = fm.elidedText(text, Qt::ElideRight, room);
+                    }
+                }
+            }
             p.drawText(textRect, int(flags) | (wrap ? Qt::TextWordWrap : 0), text);
             p.restore();
         }
@@ -1205,8 +1423,14 @@ void FlexGrid::mousePressEvent(QMouseEvent* event)
             if (info.subtotal && outlineBar_ != flexOutlineBarNone) {
                 const QRect cell = CellRect(row, outlineCol_);
                 if (OutlineButtonRect(cell, row).adjusted(-2, -2, 2, 2).contains(pos)) {
-                    row_ = row;
-                    SelectOnly(row);
+                    {
+                        SelectionWatch watch(*this);
+                        const bool moved = row_ != row;
+                        row_ = row;
+                        SelectOnly(row);
+                        if (moved)
+                            NotifyCurrent();
+                    }
                     SetCollapsed(row, !info.collapsed, true);
                     return;
                 }
@@ -1272,6 +1496,10 @@ bool FlexGrid::viewportEvent(QEvent* event)
 void FlexGrid::keyPressEvent(QKeyEvent* event)
 {
     EnsureLayout();
+    if (event->matches(QKeySequence::SelectAll)) {
+        SelectAll();
+        return;
+    }
     if (visible_.empty()) {
         QAbstractScrollArea::keyPressEvent(event);
         return;
@@ -1283,6 +1511,17 @@ void FlexGrid::keyPressEvent(QKeyEvent* event)
     const int page = std::max(1, verticalScrollBar()->pageStep());
     const Qt::KeyboardModifiers mods = event->modifiers() & (Qt::ShiftModifier | Qt::ControlModifier);
     auto go = [&](qsizetype i) { MoveCurrent(visible_[size_t(std::clamp<qsizetype>(i, 0, last))], mods & Qt::ShiftModifier); };
+    const bool current = row_ >= fixedRows_ && row_ < store_.rows();
+    const bool node = current && store_.Row(row_).subtotal;
+    // An outline moves through its tree with Left and Right, as Qt's tree views do; a
+    // plain list moves its current column.
+    const bool outline = outlineBar_ != flexOutlineBarNone;
+    auto moveColumn = [&](int delta) {
+        col_ = std::clamp(col_ + delta, 0, std::max(0, store_.cols() - 1));
+        ShowCell(std::max(row_, 0), col_);
+        Changed();
+        NotifyCurrent();
+    };
     switch (event->key()) {
     case Qt::Key_Down: go(index < 0 ? 0 : index + 1); return;
     case Qt::Key_Up: go(index < 0 ? 0 : index - 1); return;
@@ -1290,12 +1529,57 @@ void FlexGrid::keyPressEvent(QKeyEvent* event)
     case Qt::Key_PageUp: go(index < 0 ? 0 : index - page); return;
     case Qt::Key_Home: go(0); return;
     case Qt::Key_End: go(last); return;
-    case Qt::Key_Left: col_ = std::max(0, col_ - 1); ShowCell(std::max(row_, 0), col_); Changed(); return;
-    case Qt::Key_Right: col_ = std::min(store_.cols() - 1, col_ + 1); ShowCell(std::max(row_, 0), col_); Changed(); return;
+    case Qt::Key_Left:
+        if (!outline || !current) {
+            moveColumn(-1);
+        } else if (node && !store_.Row(row_).collapsed) {
+            SetCollapsed(row_, true, true);
+        } else {
+            const int parent = GetNodeRow(row_, flexNTParent);
+            if (parent >= fixedRows_)
+                MoveCurrent(parent, Qt::NoModifier);
+        }
+        return;
+    case Qt::Key_Right:
+        if (!outline || !current || !node) {
+            moveColumn(1);
+        } else if (store_.Row(row_).collapsed) {
+            SetCollapsed(row_, false, true);
+        } else {
+            const int child = GetNodeRow(row_, flexNTFirstChild);
+            if (child >= fixedRows_)
+                MoveCurrent(child, Qt::NoModifier);
+        }
+        return;
+    case Qt::Key_Space:
+        if (node && mods == Qt::NoModifier) {
+            SetCollapsed(row_, !store_.Row(row_).collapsed, true);
+            return;
+        }
+        break;
     case Qt::Key_Plus:
     case Qt::Key_Minus:
-        if (row_ >= fixedRows_ && store_.Row(row_).subtotal) {
+        if (node) {
             SetCollapsed(row_, event->key() == Qt::Key_Minus, true);
+            return;
+        }
+        break;
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+        if (current) {
+            emit RowActivated(row_);
+            return;
+        }
+        break;
+    case Qt::Key_Menu:
+        if (current) {
+            emit ContextMenuKey(row_);
+            return;
+        }
+        break;
+    case Qt::Key_F10:
+        if (current && (event->modifiers() & Qt::ShiftModifier)) {
+            emit ContextMenuKey(row_);
             return;
         }
         break;
@@ -1346,6 +1630,8 @@ bool FlexGrid::Read(QDataStream& in)
     if (fixedRows < 0 || fixedRows > store.rows() || fixedCols < 0 || fixedCols > store.cols() || row < -1 || row >= store.rows() ||
         col < 0 || (store.cols() > 0 && col >= store.cols()))
         return false;
+    SelectionWatch watch(*this);
+    BeginStructure();
     store_ = std::move(store);
     fixedRows_ = fixedRows;
     fixedCols_ = fixedCols;
@@ -1373,6 +1659,7 @@ bool FlexGrid::Read(QDataStream& in)
         SelectOnly(row_);
     nodeIndexDirty_ = true;
     OutlineChanged();
+    EndStructure();
     return true;
 }
 

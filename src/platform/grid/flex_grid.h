@@ -133,6 +133,9 @@ public:
     int SelectedRows() const { return int(selected_.size()); }
     Q_INVOKABLE int SelectedRow(int index) const;
     Q_INVOKABLE void SelectRows(const QList<int>& rows);
+    // Every data row, the ones inside collapsed nodes included (Ctrl+A).
+    Q_INVOKABLE void SelectAll();
+    bool RowIsSelected(int row) const { return row >= 0 && size_t(row) < isSelected_.size() && isSelected_[size_t(row)]; }
     int TopRow() const;
     Q_INVOKABLE void setTopRow(int row);
     // The data rows shown, in order (rebuilt after collapse changes, not per call).
@@ -199,6 +202,18 @@ public:
     static void SetPrintDialogHandler(PrintDialogHandler handler);
 
     const GridStore& store() const { return store_; }
+    // Whether rows or their outline shape are being changed and StructureChanged is still due.
+    bool StructureChanging() const { return structureChanging_; }
+
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+    // The colour a cell's text is drawn in, as the cell is painted on screen (not selected).
+    QColor TextColorOf(int row, int col) const;
+    // How a cell's text is aligned: the cell's own alignment, else its column's; "general"
+    // puts numbers right and text left.
+    Qt::Alignment TextAlignmentOf(int row, int col) const;
+    // The colour behind a cell on screen (not selected).
+    QColor BackColorOf(int row, int col) const;
     int TwipsPerPixelX() const;
     int TwipsPerPixelY() const;
 
@@ -212,6 +227,15 @@ signals:
     void DrawCell(QPainter* painter, int Row, int Col, int Left, int Top, int Right, int Bottom, bool& Done);
     void BeforeScrollTip(int Row);
 
+    // Beside the grid's own events, for item models, accessibility and keyboard users:
+    void SelectionChanged();           // the selected rows changed (user or code)
+    void CurrentChanged(int Row, int Col);
+    void StructureAboutToChange();     // rows or their outline shape are about to change
+    void StructureChanged();           // ... and have settled (when redraw is on again)
+    void ContentChanged();             // cell texts, row data or cell styles changed
+    void OutlineToggled(int Row);      // a node was collapsed or expanded
+    void RowActivated(int Row);        // Enter or Return on the current row
+    void ContextMenuKey(int Row);      // the Menu key or Shift+F10 on the current row
 protected:
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
@@ -223,8 +247,14 @@ protected:
     void scrollContentsBy(int dx, int dy) override;
     bool viewportEvent(QEvent* event) override;
     void changeEvent(QEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
 
 private:
+    class SelectionWatch;
+    void BeginStructure();           // before a change of rows or of their outline shape
+    void EndStructure();             // after it: StructureChanged, unless redraw is off
+    void ContentTouched();           // ContentChanged now, or when redraw comes back on
+    void NotifyCurrent();            // CurrentChanged, and the accessibility focus
     void CheckRow(int row, const char* what) const;
     void CheckCol(int col, const char* what) const;
     void Changed();                 // content or look changed: repaint when redraw is on
@@ -269,7 +299,9 @@ private:
     int backColorBkg_ = -1;
     int gridLines_ = flexGridFlat;
     int gridLinesFixed_ = flexGridFlat;
-    int gridColor_ = 0xC0C0C0;
+    int gridColor_ = -1;  // the palette's
+    bool structureChanging_ = false;
+    bool contentPending_ = false;
     int focusRect_ = 1;
     int highLight_ = 1;
     int outlineBar_ = flexOutlineBarComplete;

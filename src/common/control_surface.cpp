@@ -1,0 +1,71 @@
+#include "control_surface.h"
+
+#include <QEvent>
+#include <QWidget>
+
+#include "../platform/automation/runtime_error.h"
+#include "../platform/grid/flex_grid.h"
+#include "../platform/grid/grid_model.h"
+
+namespace BrevView::detail {
+namespace {
+
+// The grid's native window comes with the first show of its window, or when the host asks
+// for one; both pass through these events.
+class NativeWindowWatch : public QObject {
+public:
+    NativeWindowWatch(QObject* parent, std::function<void()> changed) : QObject(parent), changed_(std::move(changed)) {}
+
+protected:
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        switch (event->type()) {
+        case QEvent::WinIdChange:
+        case QEvent::Show:
+        case QEvent::ParentChange:
+        case QEvent::PlatformSurface: changed_(); break;
+        default: break;
+        }
+        return false;
+    }
+
+private:
+    std::function<void()> changed_;
+};
+
+}  // namespace
+
+int ColumnWidthTwips(const grid::FlexGrid& grid, int column, const QString& source)
+{
+    if (column < 0 || column >= grid.Cols())
+        automation::Raise(automation::ErrSubscriptOutOfRange, source, QStringLiteral("There is no column %1").arg(column));
+    return grid.ColWidth(column);
+}
+
+void SetColumnWidthTwips(grid::FlexGrid& grid, int column, int twips, const QString& source, int fixedColumn)
+{
+    if (column < 0 || column >= grid.Cols())
+        automation::Raise(automation::ErrSubscriptOutOfRange, source, QStringLiteral("There is no column %1").arg(column));
+    if (twips < 0)
+        automation::Raise(automation::ErrInvalidProcedureCall, source, QStringLiteral("A column width cannot be negative (%1)").arg(twips));
+    if (column == fixedColumn)
+        automation::Raise(automation::ErrInvalidProcedureCall, source, QStringLiteral("The width of column %1 is fixed").arg(column));
+    grid.setColWidth(column, twips);
+}
+
+QAbstractItemModel* ModelOf(grid::FlexGrid* grid, QObject* owner, grid::GridModel*& made)
+{
+    if (!made)
+        made = new grid::GridModel(grid, owner);
+    return made;
+}
+
+QObject* WatchNativeWindow(QWidget* control, grid::FlexGrid* grid, std::function<void()> changed)
+{
+    auto* watch = new NativeWindowWatch(control, std::move(changed));
+    grid->installEventFilter(watch);
+    control->installEventFilter(watch);
+    return watch;
+}
+
+}  // namespace BrevView::detail
