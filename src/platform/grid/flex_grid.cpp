@@ -92,10 +92,11 @@ bool DisplayLess()
 
 FlexGrid::FlexGrid(QWidget* parent) : QAbstractScrollArea(parent)
 {
+    // Before anything asks for the grid's accessible interface (setting its name does).
+    InstallGridAccessibility();
     setObjectName(QStringLiteral("flexGrid"));
     setAccessibleName(QStringLiteral("flexGrid"));
     setAccessibleDescription(tr("Outline grid"));
-    InstallGridAccessibility();
     setFocusPolicy(Qt::StrongFocus);
     viewport()->setMouseTracking(true);
     viewport()->setAttribute(Qt::WA_OpaquePaintEvent);

@@ -438,20 +438,26 @@ void InstallGridAccessibility()
     (void)installed;
 }
 
+// Events are made only for a grid somebody has asked about (its interface exists) or while
+// assistive technology is on: a grid nobody reads pays nothing.
+bool Listened(const FlexGrid& grid)
+{
+    return Tables().contains(&grid) || QAccessible::isActive();
+}
+
 void NotifyAccessibleReset(FlexGrid& grid)
 {
     GridAccessible* table = Tables().value(&grid);
-    if (table)
-        table->ClearCells();
-    if (!QAccessible::isActive() || !table)
+    if (!table)
         return;
+    table->ClearCells();
     QAccessibleTableModelChangeEvent event(&grid, QAccessibleTableModelChangeEvent::ModelReset);
     QAccessible::updateAccessibility(&event);
 }
 
 void NotifyAccessibleFocus(FlexGrid& grid)
 {
-    if (!QAccessible::isActive() || !grid.hasFocus())
+    if (!Listened(grid) || !grid.hasFocus())
         return;
     GridAccessible* table = nullptr;
     const int child = CurrentChild(grid, table);
@@ -464,7 +470,7 @@ void NotifyAccessibleFocus(FlexGrid& grid)
 
 void NotifyAccessibleSelection(FlexGrid& grid)
 {
-    if (!QAccessible::isActive())
+    if (!Listened(grid))
         return;
     GridAccessible* table = nullptr;
     const int child = CurrentChild(grid, table);
@@ -476,7 +482,7 @@ void NotifyAccessibleSelection(FlexGrid& grid)
 
 void NotifyAccessibleToggle(FlexGrid& grid, int row)
 {
-    if (!QAccessible::isActive())
+    if (!Listened(grid))
         return;
     GridAccessible* table = Tables().value(&grid);
     if (!table)
