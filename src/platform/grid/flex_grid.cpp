@@ -1184,15 +1184,8 @@ void FlexGrid::PaintCell(QPainter& p, const QRect& rect, int row, int col, bool 
                 // Too long for its cell: a text loses its end ("…"); a number or an amount is
                 // shown as "###", as spreadsheets do, never without its leading digits.
                 const QFontMetrics fm(font);
-                const int room = textRect.width();
-                if (fm.horizontalAdvance(text) > room) {
-                    if (!fixed && IsNumberText(text, store_.Col(col).dataType)) {
-                        const int hashes = std::max(1, room / std::max(1, fm.horizontalAdvance(QLatin1Char('#'))));
-                        text = QString(hashes, QLatin1Char('#'));
-                    } else {
-                        text = fm.elidedText(text, Qt::ElideRight, room);
-                    }
-                }
+                if (fm.horizontalAdvance(text) > textRect.width())
+                    text = FitCellText(text, fm, textRect.width(), !fixed && IsNumberText(text, store_.Col(col).dataType));
             }
             p.drawText(textRect, int(flags) | (wrap ? Qt::TextWordWrap : 0), text);
             p.restore();

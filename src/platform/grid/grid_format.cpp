@@ -1,10 +1,24 @@
 #include "grid_format.h"
 
+#include <algorithm>
 #include <cmath>
+
+#include <QFontMetrics>
 
 #include "../automation/conversions.h"
 
 namespace BrevView::grid {
+
+QString FitCellText(const QString& text, const QFontMetrics& metrics, int room, bool number)
+{
+    if (metrics.horizontalAdvance(text) <= room)
+        return text;
+    if (number) {
+        const int hashes = std::max(1, room / std::max(1, metrics.horizontalAdvance(QLatin1Char('#'))));
+        return QString(hashes, QLatin1Char('#'));
+    }
+    return metrics.elidedText(text, Qt::ElideRight, std::max(0, room));
+}
 
 QString FormatCellText(const QString& text, const QString& format)
 {
