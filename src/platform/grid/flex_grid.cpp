@@ -1025,6 +1025,18 @@ QColor FlexGrid::BackColorOf(int row, int col) const
     const CellStyle& cs = store_.Style(row, col);
     const QPalette& pal = palette();
     const bool fixed = row < fixedRows_;
+    if (!fixed && cs.back < 0 && backColor_ < 0) {
+        // A text colour the view chose was chosen for a white grid: where the palette's base
+        // would hide it (a blue on a dark base), the cell keeps the white it was meant for.
+        const qint32 foreRef = cs.fore >= 0 ? cs.fore : foreColor_;
+        const QColor base = pal.color(QPalette::Base);
+        if (foreRef >= 0) {
+            const QColor fore = FromColorRef(foreRef);
+            if (Contrast(fore, base) < 4.5 && Contrast(fore, QColor(Qt::white)) > Contrast(fore, base))
+                return QColor(Qt::white);
+        }
+        return base;
+    }
     return ColorOf(cs.back, fixed ? pal.color(QPalette::Button) : ColorOf(backColor_, pal.color(QPalette::Base)));
 }
 
