@@ -1,6 +1,7 @@
 #pragma once
-// The BrevView controls: PriorityView, ForecastView and FlatView, and the factory
-// that creates them by ProgID.
+/// \file brevview.h
+/// \brief The BrevView controls, PriorityView, ForecastView and FlatView, and the factory
+/// that creates them by ProgID: the one header a host includes.
 
 #include <QString>
 #include <QWidget>
@@ -16,8 +17,8 @@
 
 namespace BrevView {
 
-// Creates "BrevView.PriorityView", "BrevView.ForecastView" or "BrevView.FlatView";
-// run-time error 429 for any other ProgID.
+/// Creates "BrevView.PriorityView", "BrevView.ForecastView" or "BrevView.FlatView";
+/// run-time error 429 for any other ProgID.
 BREVVIEW_EXPORT QWidget* CreateControl(const QString& progId, QWidget* parent = nullptr);
 
 }  // namespace BrevView

@@ -38,13 +38,13 @@ class FlatViewPrivate;
 /// direct call and gets the exception. The trace lines are the same either way.
 class BREVVIEW_EXPORT FlatView : public QWidget {
     Q_OBJECT
-    /// The table shown: eViewMainTable (0) or eViewArchiveTable (1) (FlatViewSourceEnum).
+    // The table shown: eViewMainTable (0) or eViewArchiveTable (1) (FlatViewSourceEnum).
     Q_PROPERTY(qint32 ViewSource READ ViewSource WRITE setViewSource NOTIFY ViewSourceChanged)
-    /// The statuses shown, an OR of FlatViewFilterEnum flags.
+    // The statuses shown, an OR of FlatViewFilterEnum flags.
     Q_PROPERTY(qint32 Filter READ Filter WRITE setFilter NOTIFY FilterChanged)
-    /// The native window handle of the grid (0 before it has one).
+    // The native window handle of the grid (0 before it has one).
     Q_PROPERTY(qint32 FlexGridHWnd READ FlexGridHWnd NOTIFY FlexGridHWndChanged)
-    /// The selected IBO ids (see GetSelection()).
+    // The selected IBO ids (see GetSelection()).
     Q_PROPERTY(QVariant GetSelection READ GetSelection NOTIFY SelectionChanged)
 
 public:
@@ -70,6 +70,7 @@ public:
 
     /// \name Additions for Qt hosts
     ///@{
+
     /// A read-only item model that mirrors the grid live: one top-level row per grid row;
     /// Qt::DisplayRole is the shown text, Qt::UserRole the row data (the IboID), and the
     /// foreground, background, font and alignment roles come from the cell's style. Header
@@ -85,7 +86,9 @@ public:
     /// current source, as a drag of the column border does. Error 9 for a column that does
     /// not exist, 5 for a negative width.
     void setColumnWidth(int column, int twips);
+    /// The visible columns (up to a wide window) over the header row and a dozen rows.
     QSize sizeHint() const override;
+    /// The header row and three rows, two columns wide.
     QSize minimumSizeHint() const override;
     ///@}
 
@@ -123,7 +126,10 @@ signals:
     void SelectionChanged();
 
 protected:
+    /// Lays the grid over the whole control.
     void resizeEvent(QResizeEvent* event) override;
+    /// Delivers calls that Qt posts to the control (queued connections, invokeMethod, zero
+    /// single shots) so that their errors are reported, not thrown.
     bool event(QEvent* event) override;
 
 private:

@@ -27,15 +27,15 @@ class ForecastViewPrivate;
 /// in its section on errors. The lowerCamelCase members are additions for Qt hosts.
 class BREVVIEW_EXPORT ForecastView : public QWidget {
     Q_OBJECT
-    /// eUnweightedForecast (0) or eWeightedForecast (1) (ForecastModeEnum).
+    // eUnweightedForecast (0) or eWeightedForecast (1) (ForecastModeEnum).
     Q_PROPERTY(qint32 ForecastMode READ ForecastMode WRITE setForecastMode NOTIFY ForecastModeChanged)
-    /// The native window handle of the grid (0 before it has one).
+    // The native window handle of the grid (0 before it has one).
     Q_PROPERTY(qint32 FlexGridHWnd READ FlexGridHWnd NOTIFY FlexGridHWndChanged)
-    /// The selected IBO ids (see GetSelection()).
+    // The selected IBO ids (see GetSelection()).
     Q_PROPERTY(QVariant GetSelection READ GetSelection NOTIFY SelectionChanged)
-    /// Whether the won IBOs are shown too.
+    // Whether the won IBOs are shown too.
     Q_PROPERTY(bool ShowWonIBOs READ ShowWonIBOs WRITE setShowWonIBOs NOTIFY ShowWonIBOsChanged)
-    /// Which won IBOs are shown: 0 all, 1 this month, 2 and 3 two and three months back.
+    // Which won IBOs are shown: 0 all, 1 this month, 2 and 3 two and three months back.
     Q_PROPERTY(qint32 ShowWonDateRange READ ShowWonDateRange WRITE setShowWonDateRange NOTIFY ShowWonDateRangeChanged)
 
 public:
@@ -64,6 +64,7 @@ public:
 
     /// \name Additions for Qt hosts
     ///@{
+
     /// A read-only item model that mirrors the grid live, as a tree: the month and total
     /// rows are the parents of their IBO rows. Qt::DisplayRole is the shown text,
     /// Qt::UserRole the row data (the IboID, or "N" and the node's number), and the
@@ -79,7 +80,9 @@ public:
     /// Sets the width of `column` in twips and stores it with the view preferences. Error 9
     /// for a column that does not exist, 5 for a negative width.
     void setColumnWidth(int column, int twips);
+    /// The visible columns (up to a wide window) over the header row and a dozen rows.
     QSize sizeHint() const override;
+    /// The header row and three rows, two columns wide.
     QSize minimumSizeHint() const override;
     ///@}
 
@@ -122,7 +125,10 @@ signals:
     void SelectionChanged();
 
 protected:
+    /// Lays the grid over the whole control.
     void resizeEvent(QResizeEvent* event) override;
+    /// Delivers calls that Qt posts to the control (queued connections, invokeMethod, zero
+    /// single shots) so that their errors are reported, not thrown.
     bool event(QEvent* event) override;
 
 private:

@@ -31,13 +31,13 @@ class PriorityViewPrivate;
 /// errors. The lowerCamelCase members are additions for Qt hosts.
 class BREVVIEW_EXPORT PriorityView : public QWidget {
     Q_OBJECT
-    /// The native window handle of the grid (0 before it has one).
+    // The native window handle of the grid (0 before it has one).
     Q_PROPERTY(qint32 FlexGridHWnd READ FlexGridHWnd NOTIFY FlexGridHWndChanged)
-    /// How many units of SalesCycleRangeUnits the sales-cycle column spans on each side of today.
+    // How many units of SalesCycleRangeUnits the sales-cycle column spans on each side of today.
     Q_PROPERTY(qint32 SalesCycleRangeValue READ SalesCycleRangeValue WRITE setSalesCycleRangeValue NOTIFY SalesCycleRangeValueChanged)
-    /// The unit of the sales-cycle range (SalesCycleUnitsEnum).
+    // The unit of the sales-cycle range (SalesCycleUnitsEnum).
     Q_PROPERTY(qint32 SalesCycleRangeUnits READ SalesCycleRangeUnits WRITE setSalesCycleRangeUnits NOTIFY SalesCycleRangeUnitsChanged)
-    /// The selected IBO ids (see GetSelection()).
+    // The selected IBO ids (see GetSelection()).
     Q_PROPERTY(QVariant GetSelection READ GetSelection NOTIFY SelectionChanged)
 
 public:
@@ -65,6 +65,7 @@ public:
 
     /// \name Additions for Qt hosts
     ///@{
+
     /// A read-only item model that mirrors the grid live, as a tree: the "Overdues" node and
     /// the five priority nodes are the parents of their IBO rows. Qt::DisplayRole is the shown
     /// text, Qt::UserRole the row data (the IboID, or "N" and the node's number), and the
@@ -81,7 +82,9 @@ public:
     /// for a column that does not exist, 5 for a negative width or for column 0, whose
     /// width the view keeps.
     void setColumnWidth(int column, int twips);
+    /// The visible columns (up to a wide window) over the header row and a dozen rows.
     QSize sizeHint() const override;
+    /// The header row and three rows, two columns wide.
     QSize minimumSizeHint() const override;
     ///@}
 
@@ -123,7 +126,10 @@ signals:
     void SelectionChanged();
 
 protected:
+    /// Lays the grid over the whole control.
     void resizeEvent(QResizeEvent* event) override;
+    /// Delivers calls that Qt posts to the control (queued connections, invokeMethod, zero
+    /// single shots) so that their errors are reported, not thrown.
     bool event(QEvent* event) override;
 
 private:
