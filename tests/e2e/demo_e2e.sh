@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Drives the demo host in a real X window (Xvfb) with real X input (xdotool):
 # opens a priority node, double-clicks an IBO in the flat view (the edit dialog opens
-# for that IBO), right-clicks another (the context menu opens), switches the forecast
+# for that IBO), right-clicks another (the context menu opens), does both from the keyboard
+# (Down, Return, the Menu key), switches the forecast
 # mode, takes a screenshot and quits. The demo reports what happened in an event file.
 set -euo pipefail
 build_dir=$1
@@ -67,6 +68,27 @@ read -r x y id2 < <(point 2)
 xdotool mousemove "$x" "$y" click 3
 wait_for "$work/events" "^context-menu $id2\$"
 sleep 0.3
+xdotool key Escape
+sleep 0.2
+# The keyboard does the same: a click makes the first IBO current, Down moves to the second,
+# Return opens it; the Menu key opens the context menu for the third after another Down.
+read -r x y id < <(point 1)
+xdotool mousemove "$x" "$y" click 1
+sleep 0.2
+xdotool key Down Return
+wait_for "$work/events" "^edit-dialog $id2\$"
+sleep 0.3
+xdotool key Escape
+sleep 0.3
+# (Without a window manager a closed dialog leaves no window active: a click makes the
+# window active again, as a user's click would.)
+read -r x y id2 < <(point 2)
+xdotool mousemove "$x" "$y" click 1
+sleep 0.2
+read -r x y id3 < <(point 3)
+xdotool key Down Menu
+wait_for "$work/events" "^context-menu $id3\$"
+sleep 0.8
 xdotool key Escape
 sleep 0.2
 

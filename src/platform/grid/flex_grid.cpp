@@ -6,6 +6,7 @@
 #include <mutex>
 
 #include <QApplication>
+#include <QContextMenuEvent>
 #include <QCryptographicHash>
 #include <QDataStream>
 #include <QFile>
@@ -170,6 +171,18 @@ void FlexGrid::NotifyCurrent()
 {
     emit CurrentChanged(row_, col_);
     grid::NotifyAccessibleFocus(*this);
+}
+
+void FlexGrid::contextMenuEvent(QContextMenuEvent* event)
+{
+    // The Menu key has raised ContextMenuKey on its press already; the context-menu event
+    // that the platform makes of the same key stays here, so that the host's window does not
+    // open a menu of its own on top.
+    if (event->reason() == QContextMenuEvent::Keyboard) {
+        event->accept();
+        return;
+    }
+    QAbstractScrollArea::contextMenuEvent(event);
 }
 
 void FlexGrid::focusInEvent(QFocusEvent* event)
