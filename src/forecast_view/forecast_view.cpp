@@ -793,6 +793,10 @@ QSize ForecastView::minimumSizeHint() const
 
 bool ForecastView::event(QEvent* event)
 {
+    // Only posted calls need the boundary; other events (the grid's ChildAdded among them)
+    // also arrive while the members are still being made.
+    if (event->type() != QEvent::MetaCall)
+        return QWidget::event(event);
     return d->boundary.Event(event, [this](QEvent* e) { return QWidget::event(e); });
 }
 
