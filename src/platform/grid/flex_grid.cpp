@@ -996,6 +996,7 @@ void FlexGrid::setRedraw(int redraw)
         viewport()->update();
         // And one notice of it for models and assistive technology.
         EndStructure();
+        grid::NotifyAccessibleRedrawOn(*this);
         if (contentPending_) {
             contentPending_ = false;
             emit ContentChanged();

@@ -357,6 +357,9 @@ public:
         return cell;
     }
 
+    // Rows or nodes changed while redraw was off: one reset when it comes back on.
+    bool pendingReset = false;
+
     void ClearCells()
     {
         for (QAccessible::Id id : std::as_const(cells_))
@@ -445,14 +448,33 @@ bool Listened(const FlexGrid& grid)
     return Tables().contains(&grid) || QAccessible::isActive();
 }
 
+// A state change names a row, which takes the rows on show: while redraw is off (a refresh,
+// ExpandAllNodes) that would be one layout per node, so the notice waits for redraw.
+bool Deferred(FlexGrid& grid, GridAccessible* table)
+{
+    if (grid.Redraw() != 0)
+        return false;
+    table->pendingReset = true;
+    table->ClearCells();
+    return true;
+}
+
 void NotifyAccessibleReset(FlexGrid& grid)
 {
     GridAccessible* table = Tables().value(&grid);
     if (!table)
         return;
+    table->pendingReset = false;
     table->ClearCells();
     QAccessibleTableModelChangeEvent event(&grid, QAccessibleTableModelChangeEvent::ModelReset);
     QAccessible::updateAccessibility(&event);
+}
+
+void NotifyAccessibleRedrawOn(FlexGrid& grid)
+{
+    GridAccessible* table = Tables().value(&grid);
+    if (table && table->pendingReset)
+        NotifyAccessibleReset(grid);
 }
 
 void NotifyAccessibleFocus(FlexGrid& grid)
@@ -487,7 +509,7 @@ void NotifyAccessibleToggle(FlexGrid& grid, int row)
     GridAccessible* table = Tables().value(&grid);
     if (!table)
         table = dynamic_cast<GridAccessible*>(QAccessible::queryAccessibleInterface(&grid));
-    if (!table)
+    if (!table || Deferred(grid, table))
         return;
     // The rows on show changed: cells made before may stand for other rows now.
     table->ClearCells();

@@ -20,5 +20,7 @@ void NotifyAccessibleFocus(FlexGrid& grid);
 void NotifyAccessibleSelection(FlexGrid& grid);
 // A node row was collapsed or expanded.
 void NotifyAccessibleToggle(FlexGrid& grid, int row);
+// Redraw is on again: what changed meanwhile is told once.
+void NotifyAccessibleRedrawOn(FlexGrid& grid);
 
 }  // namespace BrevView::grid
