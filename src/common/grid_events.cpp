@@ -66,6 +66,21 @@ void GotoIBO(grid::FlexGrid& grid, qint32 iboId, RevealRule rule)
     IgnoringErrors([&] { grid.Refresh(); });
 }
 
+namespace {
+
+// A node row opens or closes (outline views); an IBO row gives its id for IboEdit.
+qint32 ToggleOrOpen(grid::FlexGrid& grid, int row, bool outline)
+{
+    if (outline && grid.IsSubtotal(row)) {
+        grid.setIsCollapsed(row, grid.IsCollapsed(row) != 0 ? grid::FlexGrid::flexOutlineExpanded
+                                                             : grid::FlexGrid::flexOutlineCollapsed);
+        return 0;
+    }
+    return IboIdOfRow(grid, row);
+}
+
+}  // namespace
+
 qint32 HandleDblClick(grid::FlexGrid& grid, const QString& traceName, bool outline)
 {
     return Traced(traceName, [&]() -> qint32 {
@@ -75,13 +90,7 @@ qint32 HandleDblClick(grid::FlexGrid& grid, const QString& traceName, bool outli
             return 0;
         if (grid.Row() != grid.MouseRow())
             return 0;
-        const int row = grid.Row();
-        if (outline && grid.IsSubtotal(row)) {
-            grid.setIsCollapsed(row, grid.IsCollapsed(row) != 0 ? grid::FlexGrid::flexOutlineExpanded
-                                                                 : grid::FlexGrid::flexOutlineCollapsed);
-            return 0;
-        }
-        return IboIdOfRow(grid, row);
+        return ToggleOrOpen(grid, grid.Row(), outline);
     });
 }
 
@@ -105,12 +114,7 @@ qint32 HandleActivation(grid::FlexGrid& grid, const QString& traceName, bool out
     return Traced(traceName, [&]() -> qint32 {
         if (row < 1 || row != grid.Row())
             return 0;
-        if (outline && grid.IsSubtotal(row)) {
-            grid.setIsCollapsed(row, grid.IsCollapsed(row) != 0 ? grid::FlexGrid::flexOutlineExpanded
-                                                                 : grid::FlexGrid::flexOutlineCollapsed);
-            return 0;
-        }
-        return IboIdOfRow(grid, row);
+        return ToggleOrOpen(grid, row, outline);
     });
 }
 

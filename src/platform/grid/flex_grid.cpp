@@ -1069,6 +1069,23 @@ QColor FlexGrid::TextColorOf(int row, int col) const
     return fixedBack ? ReadableOn(BackColorOf(row, col), text) : text;
 }
 
+QFont FlexGrid::CellFont(int row, int col, const QFont& base) const
+{
+    const CellStyle& cs = store_.Style(row, col);
+    QFont font = base;
+    if (cs.fontName >= 0)
+        font.setFamily(store_.FontName(cs.fontName));
+    if (cs.fontSize > 0)
+        font.setPixelSize(qMax(1, qRound(cs.fontSize * logicalDpiY() / 72.0)));
+    if (cs.bold >= 0)
+        font.setBold(cs.bold > 0);
+    if (cs.italic >= 0)
+        font.setItalic(cs.italic > 0);
+    if (cs.underline >= 0)
+        font.setUnderline(cs.underline > 0);
+    return font;
+}
+
 Qt::Alignment FlexGrid::TextAlignmentOf(int row, int col) const
 {
     const CellStyle& cs = store_.Style(row, col);
@@ -1184,17 +1201,7 @@ void FlexGrid::PaintCell(QPainter& p, const QRect& rect, int row, int col, bool 
         if (!text.isEmpty()) {
             text.replace(QLatin1Char('\r'), QLatin1Char('\n'));
             const Qt::Alignment flags = TextAlignmentOf(row, col);
-            QFont font = p.font();
-            if (cs.fontName >= 0)
-                font.setFamily(store_.FontName(cs.fontName));
-            if (cs.fontSize > 0)
-                font.setPixelSize(qMax(1, qRound(cs.fontSize * logicalDpiY() / 72.0)));
-            if (cs.bold >= 0)
-                font.setBold(cs.bold > 0);
-            if (cs.italic >= 0)
-                font.setItalic(cs.italic > 0);
-            if (cs.underline >= 0)
-                font.setUnderline(cs.underline > 0);
+            const QFont font = CellFont(row, col, p.font());
             p.save();
             p.setFont(font);
             QColor fore = TextColorOf(row, col);

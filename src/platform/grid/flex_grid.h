@@ -209,6 +209,8 @@ public:
     QSize minimumSizeHint() const override;
     // The colour a cell's text is drawn in, as the cell is painted on screen (not selected).
     QColor TextColorOf(int row, int col) const;
+    // `base` with the cell's own font settings (name, size in points, bold, italic, underline).
+    QFont CellFont(int row, int col, const QFont& base) const;
     // How a cell's text is aligned: the cell's own alignment, else its column's; "general"
     // puts numbers right and text left.
     Qt::Alignment TextAlignmentOf(int row, int col) const;

@@ -217,18 +217,7 @@ QVariant GridModel::data(const QModelIndex& index, int role) const
     case Qt::FontRole: {
         if (style.bold < 0 && style.italic < 0 && style.underline < 0 && style.fontName < 0 && style.fontSize <= 0)
             return QVariant();
-        QFont font = grid_->font();
-        if (style.fontName >= 0)
-            font.setFamily(grid_->store().FontName(style.fontName));
-        if (style.fontSize > 0)
-            font.setPointSizeF(style.fontSize);
-        if (style.bold >= 0)
-            font.setBold(style.bold > 0);
-        if (style.italic >= 0)
-            font.setItalic(style.italic > 0);
-        if (style.underline >= 0)
-            font.setUnderline(style.underline > 0);
-        return font;
+        return grid_->CellFont(r, c, grid_->font());
     }
     case Qt::TextAlignmentRole: return QVariant::fromValue(grid_->TextAlignmentOf(r, c));
     case Qt::ToolTipRole:
