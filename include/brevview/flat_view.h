@@ -35,7 +35,9 @@ class FlatViewPrivate;
 /// by what Qt records of the call: a posted call event delivered to the control, a single-shot
 /// timer's delivery, or a sender of the current signal (QObject::sender()). A host lambda that
 /// calls a member directly from its own slot (connected with another context object) is a
-/// direct call and gets the exception. The trace lines are the same either way.
+/// direct call and gets the exception; only inside a QTimer::singleShot with an interval,
+/// where Qt keeps no record of whose code runs, is such a call reported through ErrorRaised()
+/// as well. The trace lines are the same either way.
 class BREVVIEW_EXPORT FlatView : public QWidget {
     Q_OBJECT
     // The table shown: eViewMainTable (0) or eViewArchiveTable (1) (FlatViewSourceEnum).
