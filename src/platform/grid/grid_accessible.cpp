@@ -14,10 +14,13 @@ namespace {
 
 class GridAccessible;
 
+// The interfaces live in Qt's accessibility cache, which deletes the last of them when the
+// application object goes, after static objects may have gone: the index of them is never
+// destroyed.
 QHash<const FlexGrid*, GridAccessible*>& Tables()
 {
-    static QHash<const FlexGrid*, GridAccessible*> tables;
-    return tables;
+    static auto* tables = new QHash<const FlexGrid*, GridAccessible*>;
+    return *tables;
 }
 
 const QString kExpand = QStringLiteral("Expand");
