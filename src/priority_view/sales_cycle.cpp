@@ -39,10 +39,13 @@ QString SalesCycleHeaderText(const ViewDates& dates, qint32 order)
         const QString dd = QStringLiteral("%1").arg(day.day(), 2, 10, QLatin1Char('0'));
         const QString mmm = locale.toString(day, QStringLiteral("MMM"));
         const QString yy = QStringLiteral("%1").arg(day.year() % 100, 2, 10, QLatin1Char('0'));
+        // A month abbreviation that already ends in the separator ("Okt." in German) is not
+        // followed by it a second time: "07.Okt.26", not "07.Okt..26".
+        const QString afterMonth = mmm.endsWith(separator) ? QString() : separator;
         switch (order) {
-        case 1: return dd + separator + mmm + separator + yy;
-        case 2: return yy + separator + mmm + separator + dd;
-        default: return mmm + separator + dd + separator + yy;
+        case 1: return dd + separator + mmm + afterMonth + yy;
+        case 2: return yy + separator + mmm + afterMonth + dd;
+        default: return mmm + afterMonth + dd + separator + yy;
         }
     };
     return QStringLiteral("Sales Cycle") + QChar(13) + text(dates.start) + QStringLiteral(" - ") + text(dates.end);

@@ -48,6 +48,22 @@ TEST(SalesCycleTest, HeaderTextFollowsTheShortDateOrder)
     host::SetLocaleOverride(std::nullopt);
 }
 
+TEST(SalesCycleTest, AMonthAbbreviationEndingInTheSeparatorIsNotFollowedByItAgain)
+{
+    const QLocale german(QLocale::German, QLocale::Germany);
+    host::SetLocaleOverride(german);
+    const detail::ViewDates d{Date::FromParts(2026, 10, 7), kToday, Date::FromParts(2027, 1, 7)};
+    const QString oct = german.toString(QDate(2026, 10, 7), QStringLiteral("MMM"));
+    const QString jan = german.toString(QDate(2027, 1, 7), QStringLiteral("MMM"));
+    ASSERT_TRUE(oct.endsWith(QLatin1Char('.')));  // "Okt." in this locale's data
+    const QString header = detail::SalesCycleHeaderText(d, 1);
+    EXPECT_EQ(header, QStringLiteral("Sales Cycle\r07.") + oct + QStringLiteral("26 - 07.") + jan +
+                          (jan.endsWith(QLatin1Char('.')) ? QString() : QStringLiteral(".")) + QStringLiteral("27"));
+    EXPECT_FALSE(header.contains(QStringLiteral("..")));
+    EXPECT_TRUE(detail::SalesCycleHeaderText(d, 0).startsWith(QStringLiteral("Sales Cycle\r") + oct + QStringLiteral("07.26")));
+    host::SetLocaleOverride(std::nullopt);
+}
+
 TEST(SalesCycleTest, TooltipPhases)
 {
     // Qualified 10 days ago, closing in 10: f = 0.5, the start of "prove".
