@@ -2,9 +2,11 @@
 /// \file flat_view.h
 /// \brief The FlatView control.
 
+#include <functional>
 #include <memory>
 #include <optional>
 
+#include <QTextDocument>
 #include <QVariant>
 #include <QWidget>
 
@@ -88,6 +90,23 @@ public:
     /// current source, as a drag of the column border does. Error 9 for a column that does
     /// not exist, 5 for a negative width.
     void setColumnWidth(int column, int twips);
+    /// Puts the selected rows on the clipboard as tab-separated text with the header row and
+    /// as an HTML table with the same cells (Ctrl+C in the grid does the same). Hidden
+    /// columns are left out; a node row gives its caption and totals.
+    void copySelection();
+    /// Writes the rows on show, in the order and with the nodes as they are shown (or, with
+    /// `allRows`, every row), to `fileName` as CSV (RFC 4180, UTF-8): the header row, the
+    /// shown texts, and after each money column a column of its plain numbers. `progress` is
+    /// called now and then with the rows written and the rows to write, and cancels by
+    /// returning false (the file is then not written). Returns false when cancelled; error
+    /// 75 when the file cannot be written.
+    bool exportCsv(const QString& fileName, bool allRows = false, std::function<bool(qint64, qint64)> progress = {});
+    /// Finds the next row after the current one whose shown text in a visible column holds
+    /// `text` (case-insensitive unless QTextDocument::FindCaseSensitively; the whole cell with
+    /// QTextDocument::FindWholeWords; upwards with QTextDocument::FindBackward), wrapping
+    /// round; opens the nodes above it, makes it current and scrolls to it. False when no row
+    /// holds the text.
+    bool findNext(const QString& text, QTextDocument::FindFlags options = {});
     /// The visible columns (up to a wide window) over the header row and a dozen rows.
     QSize sizeHint() const override;
     /// The header row and three rows, two columns wide.

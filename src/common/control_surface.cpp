@@ -1,10 +1,15 @@
 #include "control_surface.h"
 
+#include <QClipboard>
 #include <QEvent>
+#include <QGuiApplication>
+#include <QMimeData>
+#include <QTextDocument>
 #include <QWidget>
 
 #include "../platform/automation/runtime_error.h"
 #include "../platform/grid/flex_grid.h"
+#include "../platform/grid/grid_export.h"
 #include "../platform/grid/grid_model.h"
 
 namespace BrevView::detail {
@@ -51,6 +56,34 @@ void SetColumnWidthTwips(grid::FlexGrid& grid, int column, int twips, const QStr
     if (column == fixedColumn)
         automation::Raise(automation::ErrInvalidProcedureCall, source, QStringLiteral("The width of column %1 is fixed").arg(column));
     grid.setColWidth(column, twips);
+}
+
+void CopySelection(const grid::FlexGrid& grid)
+{
+    QGuiApplication::clipboard()->setMimeData(grid::SelectedRowsAsMime(grid));
+}
+
+bool ExportCsv(const grid::FlexGrid& grid, const QString& fileName, bool allRows,
+               const std::function<bool(qint64, qint64)>& progress, const QString& source)
+{
+    return grid::ExportCsv(grid, fileName, allRows, progress, source);
+}
+
+bool FindNext(grid::FlexGrid& grid, const QString& text, int findFlags)
+{
+    const int row = grid::FindText(grid, text, grid.Row(), (findFlags & QTextDocument::FindCaseSensitively) != 0,
+                                   (findFlags & QTextDocument::FindWholeWords) != 0, (findFlags & QTextDocument::FindBackward) != 0);
+    if (row < 0)
+        return false;
+    grid.setRedraw(0);
+    for (int p = grid.GetNodeRow(row, grid::FlexGrid::flexNTParent); p != -1; p = grid.GetNodeRow(p, grid::FlexGrid::flexNTParent)) {
+        if (!grid.NodeExpanded(p))
+            grid.setIsCollapsed(p, grid::FlexGrid::flexOutlineExpanded);
+    }
+    grid.setRedraw(1);
+    grid.setRow(row);
+    grid.ShowCell(row, 0);
+    return true;
 }
 
 QAbstractItemModel* ModelOf(grid::FlexGrid* grid, QObject* owner, grid::GridModel*& made)

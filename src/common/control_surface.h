@@ -30,6 +30,18 @@ QAbstractItemModel* ModelOf(grid::FlexGrid* grid, QObject* owner, grid::GridMode
 // the returned watch first thing in its destructor, before its members go.
 QObject* WatchNativeWindow(QWidget* control, grid::FlexGrid* grid, std::function<void()> changed);
 
+// Puts the selected rows of `grid` on the clipboard (text and HTML).
+void CopySelection(const grid::FlexGrid& grid);
+
+// Writes the rows on show (or every row) as CSV; false when `progress` cancelled.
+bool ExportCsv(const grid::FlexGrid& grid, const QString& fileName, bool allRows,
+               const std::function<bool(qint64, qint64)>& progress, const QString& source);
+
+// Finds the next row after the current one whose shown text holds `text` (QTextDocument
+// find flags: FindCaseSensitively, FindWholeWords for the whole cell text, FindBackward),
+// opens the nodes above it as GotoIBO does, makes it current and scrolls to it.
+bool FindNext(grid::FlexGrid& grid, const QString& text, int findFlags);
+
 // Emits `signal` when `current` differs from what was last told, and keeps it.
 template <class T, class Emit>
 void TellIfChanged(T& told, const T& current, Emit&& emitChange)

@@ -456,6 +456,22 @@ void FlatView::setColumnWidth(int column, int twips)
     });
 }
 
+void FlatView::copySelection()
+{
+    d->boundary.Run([&] { detail::CopySelection(*d->flexGrid); });
+}
+
+bool FlatView::exportCsv(const QString& fileName, bool allRows, std::function<bool(qint64, qint64)> progress)
+{
+    return d->boundary.Run(
+        [&] { return detail::ExportCsv(*d->flexGrid, fileName, allRows, progress, QStringLiteral("BrevView.FlatView::exportCsv")); });
+}
+
+bool FlatView::findNext(const QString& text, QTextDocument::FindFlags options)
+{
+    return d->boundary.Run([&] { return detail::FindNext(*d->flexGrid, text, int(options)); });
+}
+
 QSize FlatView::sizeHint() const
 {
     return d->flexGrid->sizeHint();

@@ -781,6 +781,22 @@ void ForecastView::setColumnWidth(int column, int twips)
     });
 }
 
+void ForecastView::copySelection()
+{
+    d->boundary.Run([&] { detail::CopySelection(*d->flexGrid); });
+}
+
+bool ForecastView::exportCsv(const QString& fileName, bool allRows, std::function<bool(qint64, qint64)> progress)
+{
+    return d->boundary.Run(
+        [&] { return detail::ExportCsv(*d->flexGrid, fileName, allRows, progress, QStringLiteral("BrevView.ForecastView::exportCsv")); });
+}
+
+bool ForecastView::findNext(const QString& text, QTextDocument::FindFlags options)
+{
+    return d->boundary.Run([&] { return detail::FindNext(*d->flexGrid, text, int(options)); });
+}
+
 QSize ForecastView::sizeHint() const
 {
     return d->flexGrid->sizeHint();

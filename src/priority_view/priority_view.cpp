@@ -667,6 +667,22 @@ void PriorityView::setColumnWidth(int column, int twips)
     });
 }
 
+void PriorityView::copySelection()
+{
+    d->boundary.Run([&] { detail::CopySelection(*d->flexGrid); });
+}
+
+bool PriorityView::exportCsv(const QString& fileName, bool allRows, std::function<bool(qint64, qint64)> progress)
+{
+    return d->boundary.Run(
+        [&] { return detail::ExportCsv(*d->flexGrid, fileName, allRows, progress, QStringLiteral("BrevView.PriorityView::exportCsv")); });
+}
+
+bool PriorityView::findNext(const QString& text, QTextDocument::FindFlags options)
+{
+    return d->boundary.Run([&] { return detail::FindNext(*d->flexGrid, text, int(options)); });
+}
+
 QSize PriorityView::sizeHint() const
 {
     return d->flexGrid->sizeHint();

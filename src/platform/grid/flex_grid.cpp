@@ -6,6 +6,7 @@
 #include <mutex>
 
 #include <QApplication>
+#include <QClipboard>
 #include <QContextMenuEvent>
 #include <QCryptographicHash>
 #include <QDataStream>
@@ -25,6 +26,7 @@
 #include "../automation/conversions.h"
 #include "../automation/runtime_error.h"
 #include "grid_accessible.h"
+#include "grid_export.h"
 #include "grid_format.h"
 
 namespace BrevView::grid {
@@ -1525,6 +1527,10 @@ void FlexGrid::keyPressEvent(QKeyEvent* event)
     EnsureLayout();
     if (event->matches(QKeySequence::SelectAll)) {
         SelectAll();
+        return;
+    }
+    if (event->matches(QKeySequence::Copy)) {
+        QGuiApplication::clipboard()->setMimeData(SelectedRowsAsMime(*this));
         return;
     }
     if (visible_.empty()) {

@@ -1,0 +1,194 @@
+#include "grid_export.h"
+
+#include <QMimeData>
+#include <QSaveFile>
+
+#include "../automation/conversions.h"
+#include "../automation/runtime_error.h"
+#include "flex_grid.h"
+
+namespace BrevView::grid {
+namespace {
+
+std::vector<int> ShownColumns(const FlexGrid& grid)
+{
+    std::vector<int> cols;
+    for (int c = 0; c < grid.Cols(); ++c) {
+        if (!grid.ColHidden(c) && grid.ColWidth(c) > 0)
+            cols.push_back(c);
+    }
+    return cols;
+}
+
+QString HeaderText(const FlexGrid& grid, int col)
+{
+    QString text = grid.FixedRows() > 0 ? grid.TextMatrix(0, col) : QString();
+    text.replace(QLatin1Char('\r'), QLatin1Char(' '));
+    return text;
+}
+
+// Every data row in the order it is shown, with the rows of collapsed nodes where they
+// would be shown if their nodes were open.
+std::vector<int> RowsInShownOrder(const FlexGrid& grid)
+{
+    std::vector<int> rows;
+    rows.reserve(size_t(std::max(0, grid.Rows() - grid.FixedRows())));
+    for (int r = grid.FixedRows(); r < grid.Rows(); ++r)
+        rows.push_back(r);
+    return rows;
+}
+
+QString Csv(const QString& field)
+{
+    if (!field.contains(QLatin1Char(',')) && !field.contains(QLatin1Char('"')) && !field.contains(QLatin1Char('\n')) &&
+        !field.contains(QLatin1Char('\r')))
+        return field;
+    QString quoted = field;
+    quoted.replace(QLatin1Char('"'), QStringLiteral("\"\""));
+    return QLatin1Char('"') + quoted + QLatin1Char('"');
+}
+
+// Tab-separated text quotes like CSV where a cell holds a tab, a line break or a quote.
+QString Tsv(const QString& field)
+{
+    if (!field.contains(QLatin1Char('\t')) && !field.contains(QLatin1Char('"')) && !field.contains(QLatin1Char('\n')) &&
+        !field.contains(QLatin1Char('\r')))
+        return field;
+    QString quoted = field;
+    quoted.replace(QLatin1Char('"'), QStringLiteral("\"\""));
+    return QLatin1Char('"') + quoted + QLatin1Char('"');
+}
+
+}  // namespace
+
+QMimeData* SelectedRowsAsMime(const FlexGrid& grid)
+{
+    const std::vector<int> cols = ShownColumns(grid);
+    QString text, html = QStringLiteral("<table>\n<tr>");
+    for (size_t i = 0; i < cols.size(); ++i) {
+        const QString h = HeaderText(grid, cols[i]);
+        text += (i ? QStringLiteral("\t") : QString()) + Tsv(h);
+        html += QStringLiteral("<th>") + h.toHtmlEscaped() + QStringLiteral("</th>");
+    }
+    text += QLatin1Char('\n');
+    html += QStringLiteral("</tr>\n");
+    for (int r : RowsInShownOrder(grid)) {
+        if (!grid.RowIsSelected(r))
+            continue;
+        html += QStringLiteral("<tr>");
+        for (size_t i = 0; i < cols.size(); ++i) {
+            const QString cell = grid.DisplayText(r, cols[i]);
+            text += (i ? QStringLiteral("\t") : QString()) + Tsv(cell);
+            html += QStringLiteral("<td>") + cell.toHtmlEscaped().replace(QLatin1Char('\n'), QStringLiteral("<br>")) +
+                    QStringLiteral("</td>");
+        }
+        text += QLatin1Char('\n');
+        html += QStringLiteral("</tr>\n");
+    }
+    html += QStringLiteral("</table>\n");
+    auto* mime = new QMimeData;
+    mime->setText(text);
+    mime->setHtml(html);
+    return mime;
+}
+
+bool ExportCsv(const FlexGrid& grid, const QString& fileName, bool allRows, const ExportProgress& progress,
+               const QString& source)
+{
+    const std::vector<int> cols = ShownColumns(grid);
+    std::vector<int> rows;
+    if (allRows) {
+        rows = RowsInShownOrder(grid);
+    } else {
+        for (int r : grid.VisibleRows())
+            rows.push_back(r);
+    }
+    QSaveFile file(fileName);
+    if (!file.open(QIODevice::WriteOnly))
+        automation::Raise(automation::ErrPathFileAccess, source, QStringLiteral("Cannot write %1: %2").arg(fileName, file.errorString()));
+    // The header, with a plain-number column after each money column.
+    QString line;
+    for (size_t i = 0; i < cols.size(); ++i) {
+        const QString h = HeaderText(grid, cols[i]);
+        line += (i ? QStringLiteral(",") : QString()) + Csv(h);
+        if (grid.ColDataType(cols[i]) == flexDTCurrency)
+            line += QLatin1Char(',') + Csv(h + QStringLiteral(" (number)"));
+    }
+    line += QStringLiteral("\r\n");
+    QByteArray chunk = line.toUtf8();
+    const qint64 total = qint64(rows.size());
+    qint64 done = 0;
+    for (int r : rows) {
+        line.clear();
+        for (size_t i = 0; i < cols.size(); ++i) {
+            const QString shown = grid.DisplayText(r, cols[i]);
+            line += (i ? QStringLiteral(",") : QString()) + Csv(shown);
+            if (grid.ColDataType(cols[i]) == flexDTCurrency) {
+                // The stored text of an amount is its plain number ("1140381.25"); a total
+                // that overflowed ("**********") or any other text gives an empty field.
+                const QString stored = grid.TextMatrix(r, cols[i]).trimmed();
+                double value = 0;
+                bool number = false;
+                try {
+                    number = !stored.isEmpty() && automation::ParseNumber(stored, &value);
+                } catch (const std::exception&) {
+                    number = false;
+                }
+                line += QLatin1Char(',') + (number ? QString::number(value, 'f', -1).replace(QStringLiteral("e"), QStringLiteral("E")) : QString());
+            }
+        }
+        line += QStringLiteral("\r\n");
+        chunk += line.toUtf8();
+        ++done;
+        if (chunk.size() > (1 << 20)) {
+            if (file.write(chunk) != chunk.size())
+                automation::Raise(automation::ErrPathFileAccess, source, QStringLiteral("Cannot write %1: %2").arg(fileName, file.errorString()));
+            chunk.clear();
+        }
+        if (progress && (done % 4096) == 0 && !progress(done, total)) {
+            file.cancelWriting();
+            return false;
+        }
+    }
+    if (file.write(chunk) != chunk.size() || !file.commit())
+        automation::Raise(automation::ErrPathFileAccess, source, QStringLiteral("Cannot write %1: %2").arg(fileName, file.errorString()));
+    if (progress)
+        progress(total, total);
+    return true;
+}
+
+int FindText(const FlexGrid& grid, const QString& text, int from, bool caseSensitive, bool wholeText, bool backward)
+{
+    if (text.isEmpty())
+        return -1;
+    const std::vector<int> cols = ShownColumns(grid);
+    const std::vector<int> rows = RowsInShownOrder(grid);
+    if (rows.empty())
+        return -1;
+    const Qt::CaseSensitivity cs = caseSensitive ? Qt::CaseSensitive : Qt::CaseInsensitive;
+    auto matches = [&](int r) {
+        for (int c : cols) {
+            const QString shown = grid.DisplayText(r, c);
+            if (wholeText ? shown.compare(text, cs) == 0 : shown.contains(text, cs))
+                return true;
+        }
+        return false;
+    };
+    const auto n = qsizetype(rows.size());
+    qsizetype start = -1;
+    for (qsizetype i = 0; i < n; ++i) {
+        if (rows[size_t(i)] == from) {
+            start = i;
+            break;
+        }
+    }
+    for (qsizetype k = 1; k <= n; ++k) {
+        qsizetype i = backward ? start - k : start + k;
+        i = ((i % n) + n) % n;
+        if (matches(rows[size_t(i)]))
+            return rows[size_t(i)];
+    }
+    return -1;
+}
+
+}  // namespace BrevView::grid
