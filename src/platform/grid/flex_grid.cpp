@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <climits>
 #include <cmath>
+#include <limits>
 #include <mutex>
 
 #include <QApplication>
 #include <QClipboard>
+#include <QCollator>
 #include <QContextMenuEvent>
 #include <QCryptographicHash>
 #include <QDataStream>
@@ -25,6 +27,7 @@
 
 #include "../automation/conversions.h"
 #include "../automation/runtime_error.h"
+#include "../host/locale_info.h"
 #include "grid_accessible.h"
 #include "grid_export.h"
 #include "grid_format.h"
@@ -142,6 +145,7 @@ private:
 
 void FlexGrid::BeginStructure()
 {
+    orderDirty_ = true;
     if (structureChanging_)
         return;
     structureChanging_ = true;
@@ -160,6 +164,10 @@ void FlexGrid::EndStructure()
 
 void FlexGrid::ContentTouched()
 {
+    if (sortCol_ >= 0) {
+        orderDirty_ = true;
+        layoutDirty_ = true;
+    }
     if (structureChanging_)
         return;  // StructureChanged says it all
     if (redraw_ == 0) {
@@ -301,26 +309,173 @@ void FlexGrid::OutlineChanged()
 
 void FlexGrid::EnsureLayout() const
 {
-    if (!layoutDirty_)
+    if (!layoutDirty_ && !(sortCol_ >= 0 && orderDirty_))
         return;
-    visible_.clear();
     const int rows = store_.rows();
-    visible_.reserve(size_t(std::max(0, rows - fixedRows_)));
     // A collapsed node hides every row after it up to the next node of the same or a
     // lower level.
+    std::vector<char> shown(size_t(std::max(0, rows)), 0);
     int hideLevel = INT_MAX;
     for (int r = fixedRows_; r < rows; ++r) {
         const RowInfo& info = store_.Row(r);
         if (info.subtotal && info.outlineLevel <= hideLevel)
             hideLevel = INT_MAX;
-        const bool shown = hideLevel == INT_MAX;
-        if (shown) {
-            visible_.push_back(r);
+        if (hideLevel == INT_MAX) {
+            shown[size_t(r)] = 1;
             if (info.subtotal && info.collapsed)
                 hideLevel = info.outlineLevel;
         }
     }
+    if (sortCol_ >= 0 && orderDirty_)
+        BuildOrder();
+    visible_.clear();
+    visible_.reserve(size_t(std::max(0, rows - fixedRows_)));
+    visiblePos_.assign(size_t(std::max(0, rows)), -1);
+    auto take = [&](int r) {
+        if (shown[size_t(r)]) {
+            visiblePos_[size_t(r)] = int(visible_.size());
+            visible_.push_back(r);
+        }
+    };
+    if (sortCol_ >= 0) {
+        for (int r : order_)
+            take(r);
+    } else {
+        for (int r = fixedRows_; r < rows; ++r)
+            take(r);
+    }
     layoutDirty_ = false;
+}
+
+const std::vector<int>& FlexGrid::DisplayOrder() const
+{
+    EnsureLayout();
+    if (sortCol_ < 0) {
+        // Unsorted, the order is the rows' own; made when asked for.
+        order_.clear();
+        for (int r = fixedRows_; r < store_.rows(); ++r)
+            order_.push_back(r);
+        orderDirty_ = true;
+    }
+    return order_;
+}
+
+int FlexGrid::VisibleIndexOf(int row) const
+{
+    EnsureLayout();
+    return row >= 0 && size_t(row) < visiblePos_.size() ? visiblePos_[size_t(row)] : -1;
+}
+
+void FlexGrid::SortByColumn(int col, Qt::SortOrder order)
+{
+    if (col != -1)
+        CheckCol(col, "SortByColumn");
+    if (col == sortCol_ && (col < 0 || order == sortOrder_))
+        return;
+    sortCol_ = col;
+    sortOrder_ = order;
+    orderDirty_ = true;
+    layoutDirty_ = true;
+    if (redraw_ != 0) {
+        UpdateScrollBars();
+        viewport()->update();
+    }
+    emit SortChanged(col, col < 0 ? -1 : int(order));
+    grid::NotifyAccessibleReset(*this);
+}
+
+void FlexGrid::BuildOrder() const
+{
+    const int rows = store_.rows();
+    const int col = sortCol_;
+    const ColInfo& info = store_.Col(col);
+    // One key per row: a number for amounts, numbers and dates (each distinct text parsed
+    // once), else the rank of the text among the distinct texts in the locale's collation.
+    std::vector<double> key(size_t(std::max(0, rows)), 0.0);
+    QHash<QString, double> memo;
+    bool numeric = info.dataType == flexDTCurrency || info.dataType == flexDTDouble || info.dataType == flexDTLong;
+    const bool date = info.dataType == flexDTDate;
+    if (!numeric && !date) {
+        // A column of the general type whose every text is a number sorts as numbers.
+        numeric = true;
+        for (int r = fixedRows_; r < rows && numeric; ++r) {
+            if (store_.Row(r).subtotal)
+                continue;
+            const QString t = store_.Text(r, col).trimmed();
+            double v = 0;
+            if (!t.isEmpty() && !automation::ParseNumber(QString(t).remove(QLatin1Char('%')), &v))
+                numeric = false;
+        }
+    }
+    if (numeric || date) {
+        for (int r = fixedRows_; r < rows; ++r) {
+            const QString t = store_.Text(r, col).trimmed();
+            auto it = memo.constFind(t);
+            if (it == memo.constEnd()) {
+                double v = -std::numeric_limits<double>::infinity();  // empty or unreadable: first
+                try {
+                    if (!t.isEmpty()) {
+                        if (date) {
+                            v = automation::ToDate(automation::Variant(t)).serial();
+                        } else if (!automation::ParseNumber(QString(t).remove(QLatin1Char('%')), &v)) {
+                            v = -std::numeric_limits<double>::infinity();
+                        }
+                    }
+                } catch (const std::exception&) {
+                    v = -std::numeric_limits<double>::infinity();
+                }
+                it = memo.insert(t, v);
+            }
+            key[size_t(r)] = it.value();
+        }
+    } else {
+        QStringList distinct;
+        QHash<QString, int> index;
+        std::vector<int> textOf(size_t(std::max(0, rows)), 0);
+        for (int r = fixedRows_; r < rows; ++r) {
+            const QString t = store_.Text(r, col);
+            auto it = index.constFind(t);
+            if (it == index.constEnd()) {
+                it = index.insert(t, int(distinct.size()));
+                distinct.append(t);
+            }
+            textOf[size_t(r)] = it.value();
+        }
+        QCollator collator(host::CurrentLocale());
+        collator.setNumericMode(true);
+        collator.setCaseSensitivity(Qt::CaseInsensitive);
+        std::vector<int> byText(size_t(distinct.size()));
+        for (size_t i = 0; i < byText.size(); ++i)
+            byText[i] = int(i);
+        std::vector<QCollatorSortKey> keys;
+        keys.reserve(size_t(distinct.size()));
+        for (const QString& t : distinct)
+            keys.push_back(collator.sortKey(t));
+        std::stable_sort(byText.begin(), byText.end(), [&](int a, int b) { return keys[size_t(a)].compare(keys[size_t(b)]) < 0; });
+        std::vector<double> rank(byText.size());
+        for (size_t i = 0; i < byText.size(); ++i)
+            rank[size_t(byText[i])] = double(i);
+        for (int r = fixedRows_; r < rows; ++r)
+            key[size_t(r)] = rank[size_t(textOf[size_t(r)])];
+    }
+    // Node rows stay where they are; each run of rows between them is sorted (stably, so
+    // equal values keep their own order).
+    order_.clear();
+    order_.reserve(size_t(std::max(0, rows - fixedRows_)));
+    const bool descending = sortOrder_ == Qt::DescendingOrder;
+    auto less = [&](int a, int b) { return descending ? key[size_t(a)] > key[size_t(b)] : key[size_t(a)] < key[size_t(b)]; };
+    int r = fixedRows_;
+    while (r < rows) {
+        if (store_.Row(r).subtotal) {
+            order_.push_back(r++);
+            continue;
+        }
+        const size_t from = order_.size();
+        while (r < rows && !store_.Row(r).subtotal)
+            order_.push_back(r++);
+        std::stable_sort(order_.begin() + qsizetype(from), order_.end(), less);
+    }
+    orderDirty_ = false;
 }
 
 const std::vector<int>& FlexGrid::VisibleRows() const
@@ -358,6 +513,11 @@ void FlexGrid::setRows(int rows)
     BeginStructure();
     const int old = store_.rows();
     store_.SetRows(rows);
+    if (rows <= fixedRows_ && sortCol_ >= 0) {
+        // Filled anew: the rows come in their own order again.
+        sortCol_ = -1;
+        emit SortChanged(-1, -1);
+    }
     if (rows < old) {
         selected_.erase(std::remove_if(selected_.begin(), selected_.end(), [rows](int r) { return r >= rows; }), selected_.end());
         if (row_ >= rows)
@@ -797,8 +957,7 @@ bool FlexGrid::RowIsVisible(int row) const
     CheckRow(row, "RowIsVisible");
     if (row < fixedRows_)
         return true;
-    EnsureLayout();
-    return std::binary_search(visible_.begin(), visible_.end(), row);
+    return VisibleIndexOf(row) >= 0;
 }
 
 // ---------------------------------------------------------------- search, scroll, selection
@@ -857,8 +1016,11 @@ void FlexGrid::setTopRow(int row)
 {
     EnsureLayout();
     UpdateScrollBars();
-    auto it = std::lower_bound(visible_.begin(), visible_.end(), row);
-    verticalScrollBar()->setValue(int(it - visible_.begin()));
+    // The row itself, or the first row after it that is shown.
+    int index = -1;
+    for (int r = std::max(row, fixedRows_); r < store_.rows() && index < 0; ++r)
+        index = VisibleIndexOf(r);
+    verticalScrollBar()->setValue(index < 0 ? int(visible_.size()) : index);
 }
 
 void FlexGrid::ShowCell(int row, int col)
@@ -868,9 +1030,8 @@ void FlexGrid::ShowCell(int row, int col)
     EnsureLayout();
     UpdateScrollBars();
     if (row >= fixedRows_) {
-        auto it = std::lower_bound(visible_.begin(), visible_.end(), row);
-        if (it != visible_.end() && *it == row) {
-            const int index = int(it - visible_.begin());
+        const int index = VisibleIndexOf(row);
+        if (index >= 0) {
             const int top = verticalScrollBar()->value();
             if (index < top) {
                 verticalScrollBar()->setValue(index);
@@ -957,12 +1118,13 @@ void FlexGrid::MoveCurrent(int row, Qt::KeyboardModifiers mods)
         const int keep = anchor_;
         SelectOnly(-1);
         EnsureLayout();
-        const int lo = std::min(keep, row), hi = std::max(keep, row);
-        for (int r : visible_) {
-            if (r >= lo && r <= hi) {
-                selected_.push_back(r);
-                isSelected_[size_t(r)] = true;
-            }
+        // The rows shown between the anchor and the new row, in the order shown.
+        const int a = VisibleIndexOf(keep), b = VisibleIndexOf(row);
+        const int lo = std::min(a, b), hi = std::max(a, b);
+        for (int i = std::max(0, lo); a >= 0 && b >= 0 && i <= hi; ++i) {
+            const int r = visible_[size_t(i)];
+            selected_.push_back(r);
+            isSelected_[size_t(r)] = true;
         }
         anchor_ = keep;
     } else if (mods & Qt::ControlModifier) {
@@ -1172,6 +1334,15 @@ void FlexGrid::PaintCell(QPainter& p, const QRect& rect, int row, int col, bool 
     }
     if (selected)
         p.fillRect(rect, pal.color(QPalette::Highlight));
+    if (fixed && !printing && col == sortCol_ && row == fixedRows_ - 1) {
+        // The sort indicator, as Qt's header views draw it (ascending points down in Qt's styles).
+        QStyleOptionHeader opt;
+        opt.initFrom(this);
+        const int side = std::min(rect.height(), 12);
+        opt.rect = QRect(rect.right() - side - 2, rect.top() + (rect.height() - side) / 2, side, side);
+        opt.sortIndicator = sortOrder_ == Qt::AscendingOrder ? QStyleOptionHeader::SortDown : QStyleOptionHeader::SortUp;
+        style()->drawPrimitive(QStyle::PE_IndicatorHeaderArrow, &opt, &p, this);
+    }
 
     bool done = false;
     if (ownerDraw_ != 0 && !fixed) {
@@ -1332,10 +1503,9 @@ QRect FlexGrid::CellRect(int row, int col) const
         for (int r = 0; r < row; ++r)
             y += RowPx(r);
     } else {
-        auto it = std::lower_bound(visible_.begin(), visible_.end(), row);
-        if (it == visible_.end() || *it != row)
+        const int index = VisibleIndexOf(row);
+        if (index < 0)
             return QRect();
-        const int index = int(it - visible_.begin());
         const int top = verticalScrollBar()->value();
         if (index < top)
             return QRect();
@@ -1445,6 +1615,7 @@ void FlexGrid::mousePressEvent(QMouseEvent* event)
             }
             return;
         }
+        pressedHeaderCol_ = row >= 0 && row < fixedRows_ ? col : -1;
         if (row >= fixedRows_) {
             if (col >= 0)
                 col_ = col;
@@ -1499,6 +1670,16 @@ void FlexGrid::mouseReleaseEvent(QMouseEvent* event)
     HitTest(pos, &row, &col);
     mouseRow_ = row;
     mouseCol_ = col;
+    if (event->button() == Qt::LeftButton && pressedHeaderCol_ >= 0 && row >= 0 && row < fixedRows_ && col == pressedHeaderCol_) {
+        // A click on a header: this column ascending, then descending, then the rows' own order.
+        if (sortCol_ != col)
+            SortByColumn(col, Qt::AscendingOrder);
+        else if (sortOrder_ == Qt::AscendingOrder)
+            SortByColumn(col, Qt::DescendingOrder);
+        else
+            SortByColumn(-1, Qt::AscendingOrder);
+    }
+    pressedHeaderCol_ = -1;
     emit MouseUp(ButtonCode(event->button()), ShiftState(event->modifiers()), ToTwipsX(pos.x()), ToTwipsY(pos.y()));
 }
 
@@ -1537,9 +1718,7 @@ void FlexGrid::keyPressEvent(QKeyEvent* event)
         QAbstractScrollArea::keyPressEvent(event);
         return;
     }
-    auto index = std::lower_bound(visible_.begin(), visible_.end(), row_) - visible_.begin();
-    if (index >= int(visible_.size()) || visible_[size_t(index)] != row_)
-        index = -1;
+    const qsizetype index = VisibleIndexOf(row_);
     const int last = int(visible_.size()) - 1;
     const int page = std::max(1, verticalScrollBar()->pageStep());
     const Qt::KeyboardModifiers mods = event->modifiers() & (Qt::ShiftModifier | Qt::ControlModifier);

@@ -140,6 +140,20 @@ public:
     Q_INVOKABLE void setTopRow(int row);
     // The data rows shown, in order (rebuilt after collapse changes, not per call).
     const std::vector<int>& VisibleRows() const;
+    // Every data row in the order it is shown, the rows of collapsed nodes included.
+    const std::vector<int>& DisplayOrder() const;
+    // The place of `row` among VisibleRows(), or -1 when it is not shown.
+    int VisibleIndexOf(int row) const;
+
+    // Sorting by a column, as a click on its header does: the rows of each node (every row
+    // of a grid without nodes) are shown in the order of the column's values (numbers and
+    // amounts as numbers, dates as dates, text by the locale's collation); node rows stay
+    // where they are. It changes only the order rows are shown in: row numbers, row data and
+    // the selection stay as they are. A column of -1 shows the rows in their own order again,
+    // as does filling the grid anew (Rows = FixedRows).
+    Q_INVOKABLE void SortByColumn(int col, Qt::SortOrder order);
+    int SortColumn() const { return sortCol_; }
+    Qt::SortOrder SortOrder() const { return sortOrder_; }
     // Cell rectangle in viewport pixels (empty when the cell is not on screen).
     Q_INVOKABLE QRect CellRect(int row, int col) const;
 
@@ -236,6 +250,7 @@ signals:
     void StructureChanged();           // ... and have settled (when redraw is on again)
     void ContentChanged();             // cell texts, row data or cell styles changed
     void OutlineToggled(int Row);      // a node was collapsed or expanded
+    void SortChanged(int Col, int Order);  // Col -1: the rows' own order
     void RowActivated(int Row);        // Enter or Return on the current row
     void ContextMenuKey(int Row);      // the Menu key or Shift+F10 on the current row
 protected:
@@ -303,6 +318,13 @@ private:
     int gridLines_ = flexGridFlat;
     int gridLinesFixed_ = flexGridFlat;
     int gridColor_ = -1;  // the palette's
+    int sortCol_ = -1;
+    Qt::SortOrder sortOrder_ = Qt::AscendingOrder;
+    int pressedHeaderCol_ = -1;
+    mutable std::vector<int> order_;       // DisplayOrder(), kept while sorted
+    mutable bool orderDirty_ = true;
+    mutable std::vector<int> visiblePos_;  // per row: its place in visible_, or -1
+    void BuildOrder() const;
     bool structureChanging_ = false;
     bool contentPending_ = false;
     int focusRect_ = 1;

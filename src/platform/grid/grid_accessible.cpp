@@ -247,9 +247,8 @@ public:
             }
         }
         const std::vector<int>& rows = grid_->VisibleRows();
-        const int top = grid_->TopRow();
-        auto from = std::lower_bound(rows.begin(), rows.end(), top);
-        for (auto it = from; it != rows.end(); ++it) {
+        const int top = std::max(0, grid_->VisibleIndexOf(grid_->TopRow()));
+        for (auto it = rows.begin() + std::min<qsizetype>(top, qsizetype(rows.size())); it != rows.end(); ++it) {
             bool onScreen = false;
             for (int c : ShownCols()) {
                 const QRect rect = grid_->CellRect(*it, c);
@@ -303,12 +302,10 @@ public:
     QList<int> selectedRows() const override
     {
         QList<int> rows;
-        const std::vector<int>& shown = grid_->VisibleRows();
         for (int i = 0; i < grid_->SelectedRows(); ++i) {
-            const int r = grid_->SelectedRow(i);
-            auto it = std::lower_bound(shown.begin(), shown.end(), r);
-            if (it != shown.end() && *it == r)
-                rows.append(int(it - shown.begin()));
+            const int index = grid_->VisibleIndexOf(grid_->SelectedRow(i));
+            if (index >= 0)
+                rows.append(index);
         }
         std::sort(rows.begin(), rows.end());
         return rows;
@@ -335,9 +332,7 @@ public:
     // The accessible row of a grid row (-1: not on show), and of a grid column.
     int RowIndexOf(int gridRow) const
     {
-        const std::vector<int>& shown = grid_->VisibleRows();
-        auto it = std::lower_bound(shown.begin(), shown.end(), gridRow);
-        return it != shown.end() && *it == gridRow ? int(it - shown.begin()) : -1;
+        return grid_->VisibleIndexOf(gridRow);
     }
     int ColumnIndexOf(int gridCol) const
     {

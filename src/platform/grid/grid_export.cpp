@@ -31,11 +31,7 @@ QString HeaderText(const FlexGrid& grid, int col)
 // would be shown if their nodes were open.
 std::vector<int> RowsInShownOrder(const FlexGrid& grid)
 {
-    std::vector<int> rows;
-    rows.reserve(size_t(std::max(0, grid.Rows() - grid.FixedRows())));
-    for (int r = grid.FixedRows(); r < grid.Rows(); ++r)
-        rows.push_back(r);
-    return rows;
+    return grid.DisplayOrder();
 }
 
 QString Csv(const QString& field)
