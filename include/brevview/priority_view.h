@@ -16,6 +16,7 @@
 #include "runtime_error.h"
 
 class QAbstractItemModel;
+class QPrinter;
 
 namespace BrevView {
 
@@ -101,6 +102,11 @@ public:
     /// round; opens the nodes above it, makes it current and scrolls to it. False when no row
     /// holds the text.
     bool findNext(const QString& text, QTextDocument::FindFlags options = {});
+    /// Prints what PrintView prints (the same look, the same rows, every page) into
+    /// `printer` (a printer the host chose, a PDF file, or a QPrintPreviewDialog's), with the
+    /// view's name, today's date above each page and "Page n of m" below it. PrintView
+    /// keeps its own behaviour.
+    void print(QPrinter* printer);
     /// The visible columns (up to a wide window) over the header row and a dozen rows.
     QSize sizeHint() const override;
     /// The header row and three rows, two columns wide.

@@ -2,9 +2,12 @@
 
 #include <QDir>
 #include <QFile>
+#include <QTemporaryDir>
 
 #include "../platform/automation/runtime_error.h"
 #include "../platform/grid/flex_grid.h"
+#include "../platform/host/clock.h"
+#include "../platform/host/locale_info.h"
 #include "../platform/host/object_factory.h"
 #include "traced.h"
 
@@ -59,6 +62,26 @@ void PrintView(grid::FlexGrid& g, const PrintTraits& traits)
         g.PrintGrid(QString::fromLatin1(traits.docName), traits.showDialog, 0);
         g.LoadGrid(file, 0, true);
     });
+}
+
+void PrintInto(grid::FlexGrid& g, QPrinter& printer, const QString& heading)
+{
+    QTemporaryDir dir;
+    if (!dir.isValid())
+        automation::Raise(automation::ErrPathFileAccess, QStringLiteral("BrevView"), QStringLiteral("No temporary folder for printing"));
+    const QString file = dir.filePath(QStringLiteral("print.fg"));
+    const QString title = heading + QStringLiteral("  \u2014  ") + host::CurrentLocale().toString(host::Clock::Today().ToQDate(), QLocale::LongFormat);
+    g.setRedraw(0);
+    g.SaveGrid(file, 0, true);
+    ApplyPrintLook(g, false, false);
+    g.setRedraw(1);
+    try {
+        g.PrintTo(printer, title, true);
+    } catch (const RuntimeError&) {
+        g.LoadGrid(file, 0, true);
+        throw;
+    }
+    g.LoadGrid(file, 0, true);
 }
 
 void SetupViewForPrint(grid::FlexGrid& g, const PrintTraits& traits)

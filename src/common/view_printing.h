@@ -4,6 +4,8 @@
 
 #include <QString>
 
+class QPrinter;
+
 namespace BrevView::grid {
 class FlexGrid;
 }
@@ -26,5 +28,10 @@ QString SetupSnapshotPath();
 void PrintView(grid::FlexGrid& grid, const PrintTraits& traits);
 void SetupViewForPrint(grid::FlexGrid& grid, const PrintTraits& traits);
 void RestoreViewAfterPrint(grid::FlexGrid& grid, const PrintTraits& traits);
+
+// What PrintView prints (the same look, the same rows, every page), into `printer`, with
+// `heading` and today's date above each page and "Page n of m" below it. The grid's look
+// comes back from a snapshot of its own, so PrintView's snapshot file is left alone.
+void PrintInto(grid::FlexGrid& grid, QPrinter& printer, const QString& heading);
 
 }  // namespace BrevView::detail

@@ -472,6 +472,15 @@ bool FlatView::findNext(const QString& text, QTextDocument::FindFlags options)
     return d->boundary.Run([&] { return detail::FindNext(*d->flexGrid, text, int(options)); });
 }
 
+void FlatView::print(QPrinter* printer)
+{
+    d->boundary.Run([&] {
+        if (!printer)
+            automation::Raise(automation::ErrObjectNotSet, QStringLiteral("BrevView.FlatView::print"), QStringLiteral("No printer"));
+        detail::PrintInto(*d->flexGrid, *printer, d->viewSource == eViewArchiveTable ? tr("Archived IBOs") : tr("IBOs"));
+    });
+}
+
 QSize FlatView::sizeHint() const
 {
     return d->flexGrid->sizeHint();

@@ -797,6 +797,15 @@ bool ForecastView::findNext(const QString& text, QTextDocument::FindFlags option
     return d->boundary.Run([&] { return detail::FindNext(*d->flexGrid, text, int(options)); });
 }
 
+void ForecastView::print(QPrinter* printer)
+{
+    d->boundary.Run([&] {
+        if (!printer)
+            automation::Raise(automation::ErrObjectNotSet, QStringLiteral("BrevView.ForecastView::print"), QStringLiteral("No printer"));
+        detail::PrintInto(*d->flexGrid, *printer, tr("Forecast") + QStringLiteral("  \u2014  ") + (d->forecastMode == eWeightedForecast ? tr("Weighted forecast") : tr("Unweighted forecast")));
+    });
+}
+
 QSize ForecastView::sizeHint() const
 {
     return d->flexGrid->sizeHint();

@@ -683,6 +683,15 @@ bool PriorityView::findNext(const QString& text, QTextDocument::FindFlags option
     return d->boundary.Run([&] { return detail::FindNext(*d->flexGrid, text, int(options)); });
 }
 
+void PriorityView::print(QPrinter* printer)
+{
+    d->boundary.Run([&] {
+        if (!printer)
+            automation::Raise(automation::ErrObjectNotSet, QStringLiteral("BrevView.PriorityView::print"), QStringLiteral("No printer"));
+        detail::PrintInto(*d->flexGrid, *printer, tr("Priorities"));
+    });
+}
+
 QSize PriorityView::sizeHint() const
 {
     return d->flexGrid->sizeHint();

@@ -1975,7 +1975,7 @@ void FlexGrid::PrintGrid(const QString& docName, bool showDialog, int orientatio
     PrintTo(printer);
 }
 
-void FlexGrid::PrintTo(QPrinter& printer)
+void FlexGrid::PrintTo(QPrinter& printer, const QString& heading, bool pageNumbers)
 {
     QPainter p;
     if (!p.begin(&printer))
@@ -1993,18 +1993,10 @@ void FlexGrid::PrintTo(QPrinter& printer)
     for (int r = 0; r < std::min(fixedRows_, store_.rows()); ++r)
         fixedRows.push_back(r);
     const int fixedH = FixedHeightPx();
-    p.scale(scale, scale);
-    // Paint in screen pixels: the font must be sized in them too, not in printer points.
-    QFont screenFont = font();
-    screenFont.setPixelSize(QFontInfo(font()).pixelSize());
-    p.setFont(screenFont);
+    // The pages first, so that a footer can say how many there are.
+    std::vector<std::vector<int>> pages;
     size_t next = 0;
-    bool first = true;
     do {
-        if (!first)
-            printer.newPage();
-        first = false;
-        PaintRows(p, fixedRows, 0, 0, true, all);
         std::vector<int> chunk;
         int y = fixedH;
         while (next < visible_.size()) {
@@ -2014,8 +2006,38 @@ void FlexGrid::PrintTo(QPrinter& printer)
             chunk.push_back(visible_[next++]);
             y += h;
         }
-        PaintRows(p, chunk, fixedH, 0, true, all);
+        pages.push_back(std::move(chunk));
     } while (next < visible_.size());
+    p.scale(scale, scale);
+    // Paint in screen pixels: the font must be sized in them too, not in printer points.
+    QFont screenFont = font();
+    screenFont.setPixelSize(QFontInfo(font()).pixelSize());
+    p.setFont(screenFont);
+    // A heading and a page number stand in the page's margins, so that the rows of each
+    // page are the same with them as without.
+    const QPageLayout layout = printer.pageLayout();
+    const QMarginsF margins = layout.marginsPoints();
+    const double pointsToGrid = double(printer.resolution()) / 72.0 / scale;
+    const int lineH = QFontMetrics(screenFont).height();
+    const int pageW = int(page.width() / scale);
+    for (size_t n = 0; n < pages.size(); ++n) {
+        if (n > 0)
+            printer.newPage();
+        PaintRows(p, fixedRows, 0, 0, true, all);
+        PaintRows(p, pages[n], fixedH, 0, true, all);
+        p.save();
+        p.setPen(Qt::black);
+        if (!heading.isEmpty()) {
+            const int top = -std::min(int(margins.top() * pointsToGrid), lineH + 4);
+            p.drawText(QRect(0, top, pageW, lineH), Qt::AlignLeft | Qt::AlignVCenter, heading);
+        }
+        if (pageNumbers) {
+            const int bottom = pageH + std::max(2, std::min(int(margins.bottom() * pointsToGrid) - lineH, 4));
+            p.drawText(QRect(0, bottom, pageW, lineH), Qt::AlignHCenter | Qt::AlignVCenter,
+                       tr("Page %1 of %2").arg(n + 1).arg(pages.size()));
+        }
+        p.restore();
+    }
     if (!p.end())
         Raise(automation::ErrPrinter, kSource, QStringLiteral("Printer error: the document could not be finished"));
 }

@@ -1,0 +1,121 @@
+// print(QPrinter*) prints what PrintView prints (the same rows on the same pages), with the
+// view's name and the date above each page and "Page n of m" below it.
+
+#include <QPrinter>
+#include <QProcess>
+#include <QRegularExpression>
+
+#include "support/three_views.h"
+
+namespace BrevView::test {
+namespace {
+
+QString PdfText(const QString& pdf)
+{
+    QProcess p;
+    p.start(QStringLiteral("pdftotext"), {QStringLiteral("-raw"), pdf, QStringLiteral("-")});
+    p.waitForFinished(60000);
+    return QString::fromUtf8(p.readAllStandardOutput());
+}
+
+int PdfPages(const QString& pdf)
+{
+    QProcess p;
+    p.start(QStringLiteral("pdfinfo"), {pdf});
+    p.waitForFinished(60000);
+    static const QRegularExpression pages(QStringLiteral("Pages:\\s+(\\d+)"));
+    return pages.match(QString::fromUtf8(p.readAllStandardOutput())).captured(1).toInt();
+}
+
+template <class V>
+class PrintTest : public ThreeViewsTest<V> {
+protected:
+    void SetUp() override
+    {
+        ThreeViewsTest<V>::SetUp();
+        QStringList inserts;
+        for (int id = 100; id < 260; ++id)
+            inserts << Ibo::Open(id, QDate(2026, 3, 5).addDays(id % 90).toString(QStringLiteral("yyyy-MM-dd 00:00:00")))
+                           .Set(QStringLiteral("DescriptorPriority"), QString::number(1 + id % 5))
+                           .InsertSql();
+        this->Exec(this->db_, inserts.join(QLatin1Char(';')));
+        this->View().Refresh();
+        QMetaObject::invokeMethod(&this->View(), "ExpandAllNodes");
+    }
+};
+TYPED_TEST_SUITE(PrintTest, AllViews);
+
+TYPED_TEST(PrintTest, PrintIntoAPrinterGivesPrintViewsPagesWithAHeadingAndPageNumbers)
+{
+    const QString viaPrintView = this->TempPath(QStringLiteral("printview.pdf"));
+    qputenv("BREV_PRINT_TO_PDF", viaPrintView.toLocal8Bit());
+    this->View().PrintView();
+    qunsetenv("BREV_PRINT_TO_PDF");
+    const QString viaPrint = qEnvironmentVariableIsSet("BREV_TEST_PICTURES") ? qEnvironmentVariable("BREV_TEST_PICTURES") + QStringLiteral("/print.pdf") : this->TempPath(QStringLiteral("print.pdf"));
+    {
+        QPrinter printer(QPrinter::HighResolution);
+        printer.setOutputFormat(QPrinter::PdfFormat);
+        printer.setOutputFileName(viaPrint);
+        this->View().print(&printer);
+    }
+    const int pages = PdfPages(viaPrintView);
+    ASSERT_GE(pages, 2) << "a print of several pages";
+    EXPECT_EQ(PdfPages(viaPrint), pages);
+
+    QStringList printed = PdfText(viaPrint).split(QLatin1Char('\n'));
+    const QStringList expected = PdfText(viaPrintView).split(QLatin1Char('\n'));
+    // Each page ends with its heading and its number; without them the text is PrintView's.
+    int headings = 0, numbers = 0;
+    const QString today = QLocale(QLocale::English, QLocale::UnitedStates).toString(QDate(2026, 3, 5), QLocale::LongFormat);
+    QStringList rest;
+    for (const QString& line : printed) {
+        if (line.contains(today)) {
+            ++headings;
+            continue;
+        }
+        static const QRegularExpression pageOf(QStringLiteral("^Page (\\d+) of (\\d+)$"));
+        const auto m = pageOf.match(line.trimmed());
+        if (m.hasMatch()) {
+            ++numbers;
+            EXPECT_EQ(m.captured(1).toInt(), numbers);
+            EXPECT_EQ(m.captured(2).toInt(), pages);
+            continue;
+        }
+        rest << line;
+    }
+    EXPECT_EQ(headings, pages);
+    EXPECT_EQ(numbers, pages);
+    auto meaningful = [](QStringList lines) {
+        lines.removeIf([](const QString& l) { return l.trimmed().isEmpty() || l.trimmed() == QStringLiteral("\f"); });
+        for (QString& l : lines)
+            l = l.remove(QLatin1Char('\f')).trimmed();
+        lines.removeAll(QString());
+        return lines;
+    };
+    EXPECT_EQ(meaningful(rest), meaningful(expected));
+    // The screen look comes back.
+    EXPECT_TRUE(this->Grid().Appearance() != 0 || this->Grid().BackColor() != 0xFFFFFF);
+}
+
+template <class V>
+class ForecastPrintTest : public PrintTest<V> {};
+using ForecastOnly = ::testing::Types<ForecastView>;
+TYPED_TEST_SUITE(ForecastPrintTest, ForecastOnly);
+
+TYPED_TEST(ForecastPrintTest, TheHeadingNamesTheForecastMode)
+{
+    for (const auto& [mode, words] : {std::pair{0, "Unweighted forecast"}, std::pair{1, "Weighted forecast"}}) {
+        this->View().setForecastMode(mode);
+        const QString pdf = this->TempPath(QStringLiteral("mode%1.pdf").arg(mode));
+        QPrinter printer(QPrinter::HighResolution);
+        printer.setOutputFormat(QPrinter::PdfFormat);
+        printer.setOutputFileName(pdf);
+        this->View().print(&printer);
+        const QString first = PdfText(pdf).section(QLatin1Char('\f'), 0, 0);
+        const QRegularExpression heading(QStringLiteral("Forecast\\s*\u2014\\s*") + QString::fromLatin1(words));
+        EXPECT_TRUE(heading.match(first).hasMatch()) << qPrintable(first.right(300));
+    }
+}
+
+}  // namespace
+}  // namespace BrevView::test
