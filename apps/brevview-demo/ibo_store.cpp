@@ -97,6 +97,21 @@ bool IboStore::Save(const IboRecord& r, QString* error) const
     return ok;
 }
 
+QString IboStore::NumberOfId(qint32 id) const
+{
+    Db d(path_);
+    sqlite3_stmt* s = nullptr;
+    QString number;
+    if (sqlite3_prepare_v2(d.db, "SELECT IboNumber FROM IboMain WHERE IboID = ?1 UNION ALL SELECT IboNumber FROM IboArchive WHERE IboID = ?1",
+                           -1, &s, nullptr) == SQLITE_OK) {
+        sqlite3_bind_int(s, 1, id);
+        if (sqlite3_step(s) == SQLITE_ROW)
+            number = QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(s, 0)));
+    }
+    sqlite3_finalize(s);
+    return number;
+}
+
 qint32 IboStore::IdOfNumber(const QString& number) const
 {
     Db d(path_);

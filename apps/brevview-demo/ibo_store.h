@@ -21,6 +21,8 @@ public:
     bool Save(const IboRecord& ibo, QString* error) const;
     // The id of the IBO with this number, or 0.
     qint32 IdOfNumber(const QString& number) const;
+    // The number of the IBO with this id, or "".
+    QString NumberOfId(qint32 id) const;
     const QString& path() const { return path_; }
 
 private:

@@ -48,7 +48,8 @@ int main(int argc, char** argv)
             return 0;
         }
         window.show();
-        QTimer::singleShot(0, &window, [&window] { window.RefreshAll(); });
+        // The window is drawn, saying "Loading…", before the first refresh reads the IBOs.
+        QTimer::singleShot(100, &window, [&window] { window.RefreshAll(); });
         return app.exec();
     } catch (const BrevView::RuntimeError& e) {
         std::fprintf(stderr, "brevview-demo: error %d (%s): %s\n", e.number(), qPrintable(e.source()), qPrintable(e.description()));

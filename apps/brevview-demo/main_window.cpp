@@ -4,10 +4,18 @@
 #include <QAction>
 #include <QApplication>
 #include <QCheckBox>
+#include <QCloseEvent>
 #include <QClipboard>
 #include <QComboBox>
 #include <QDir>
 #include <QFile>
+#include <QFileDialog>
+#include <QPrintDialog>
+#include <QPrinterInfo>
+#include <QProgressDialog>
+#include <QScreen>
+#include <QSettings>
+#include <QStandardPaths>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
@@ -26,6 +34,22 @@
 #include <QToolBar>
 
 #include "ibo_edit_dialog.h"
+
+namespace {
+
+// Calls `f` with the current view as its own type: the Qt additions of the three controls
+// have the same names, but are members of each class.
+template <class F>
+auto OnView(QWidget* view, F&& f)
+{
+    if (auto* p = qobject_cast<BrevView::PriorityView*>(view))
+        return f(p);
+    if (auto* fc = qobject_cast<BrevView::ForecastView*>(view))
+        return f(fc);
+    return f(qobject_cast<BrevView::FlatView*>(view));
+}
+
+}  // namespace
 
 namespace {
 
@@ -102,8 +126,16 @@ MainWindow::MainWindow(const QString& databasePath, QWidget* parent) : QMainWind
     QMenu* file = menuBar()->addMenu(tr("&File"));
     file->addAction(tr("&Print…"), QKeySequence::Print, this, &MainWindow::Print);
     file->addAction(tr("Print pre&view…"), this, &MainWindow::PrintPreview);
+    file->addAction(tr("&Export to CSV…"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S), this, &MainWindow::ExportCsv);
     file->addSeparator();
     file->addAction(tr("&Quit"), QKeySequence::Quit, qApp, &QApplication::quit);
+    QMenu* edit = menuBar()->addMenu(tr("&Edit"));
+    edit->addAction(tr("&Copy"), QKeySequence::Copy, this, &MainWindow::Copy);
+    edit->addAction(tr("&Find…"), QKeySequence::Find, this, [this] {
+        find_->setFocus();
+        find_->selectAll();
+    });
+    edit->addAction(tr("Find &next"), QKeySequence::FindNext, this, [this] { Find(true); });
     QMenu* view = menuBar()->addMenu(tr("&View"));
     QAction* refresh = view->addAction(tr("&Refresh"), QKeySequence::Refresh, this, &MainWindow::Refresh);
     refresh->setIcon(style()->standardIcon(QStyle::SP_BrowserReload));
@@ -131,9 +163,29 @@ MainWindow::MainWindow(const QString& databasePath, QWidget* parent) : QMainWind
     main->addWidget(search_);
     connect(search_, &QLineEdit::returnPressed, this, &MainWindow::GoTo);
     main->addAction(tr("Go"), this, &MainWindow::GoTo);
+    main->addSeparator();
+    find_ = new QLineEdit;
+    find_->setObjectName(QStringLiteral("find"));
+    find_->setPlaceholderText(tr("Find (Ctrl+F): IBO number, name, company"));
+    find_->setClearButtonEnabled(true);
+    find_->setMaximumWidth(260);
+    main->addWidget(find_);
+    // Incremental: each edit looks again from the current row; Enter goes to the next match.
+    connect(find_, &QLineEdit::textEdited, this, [this] { Find(false); });
+    connect(find_, &QLineEdit::returnPressed, this, [this] { Find(true); });
 
     // Per-view options.
     priorityBar_ = addToolBar(tr("Priority view"));
+    {
+        // The key to the sales-cycle bars.
+        auto* legend = new QLabel(tr(" <span style='color:#0000ff'>&#9632;</span> probe "
+                                     "<span style='color:#00c000'>&#9632;</span> prove "
+                                     "<span style='color:#ff0000'>&#9632;</span> close "
+                                     "<span style='color:#ff00ff'>|</span> today  "));
+        legend->setObjectName(QStringLiteral("salesCycleLegend"));
+        legend->setToolTip(tr("The sales-cycle bar: from qualification to expected closing, and where today lies."));
+        priorityBar_->addWidget(legend);
+    }
     priorityBar_->addWidget(new QLabel(tr(" Sales cycle range: ")));
     rangeValue_ = new QSpinBox;
     rangeValue_->setRange(-99, 999);
@@ -170,11 +222,12 @@ MainWindow::MainWindow(const QString& databasePath, QWidget* parent) : QMainWind
     });
     connect(showWon_, &QCheckBox::toggled, this, [this](bool on) {
         forecast_->setShowWonIBOs(on);
-        Refresh();
+        // The box shows its new state before the refresh starts.
+        QTimer::singleShot(0, this, &MainWindow::RefreshKeepingCurrent);
     });
     connect(wonRange_, &QComboBox::currentIndexChanged, this, [this](int r) {
         forecast_->setShowWonDateRange(r);
-        Refresh();
+        QTimer::singleShot(0, this, &MainWindow::RefreshKeepingCurrent);
     });
 
     flatBar_ = addToolBar(tr("Flat view"));
@@ -191,7 +244,7 @@ MainWindow::MainWindow(const QString& databasePath, QWidget* parent) : QMainWind
             for (int k = 0; k < 4; ++k)
                 f |= filters_[k]->isChecked() ? (1 << k) : 0;
             flat_->setFilter(f);
-            Refresh();
+            QTimer::singleShot(0, this, &MainWindow::RefreshKeepingCurrent);
         });
     }
     connect(source_, &QComboBox::currentIndexChanged, this, [this](int s) {
@@ -209,7 +262,10 @@ MainWindow::MainWindow(const QString& databasePath, QWidget* parent) : QMainWind
     });
     UpdateOptionBars();
     statusBar()->showMessage(tr("Double-click an IBO to edit it; right-click for more."));
-    resize(1400, 820);
+    // At most the screen's room, and where the user left it last time.
+    const QRect room = screen() ? screen()->availableGeometry() : QRect(0, 0, 1400, 820);
+    resize(std::min(1400, room.width()), std::min(820, room.height()));
+    restoreGeometry(QSettings().value(QStringLiteral("demo/geometry")).toByteArray());
 }
 
 QWidget* MainWindow::CurrentView() const
@@ -233,6 +289,9 @@ void MainWindow::ReportError(const BrevView::RuntimeError& e, const QString& wha
 
 void MainWindow::RefreshAll()
 {
+    statusBar()->showMessage(tr("Loading…"));
+    statusBar()->repaint();
+    QApplication::setOverrideCursor(Qt::BusyCursor);
     for (QWidget* view : {static_cast<QWidget*>(priority_), static_cast<QWidget*>(forecast_), static_cast<QWidget*>(flat_)}) {
         try {
             QMetaObject::invokeMethod(view, "Refresh");
@@ -240,6 +299,8 @@ void MainWindow::RefreshAll()
             ReportError(e, tr("refreshing"));
         }
     }
+    QApplication::restoreOverrideCursor();
+    statusBar()->showMessage(tr("Double-click an IBO to edit it; right-click for more."));
     WritePoints();
 }
 
@@ -284,7 +345,12 @@ void MainWindow::GoTo()
         return;
     }
     QMetaObject::invokeMethod(CurrentView(), "GotoIBO", Q_ARG(qint32, id));
-    statusBar()->showMessage(tr("Went to IBO id %1.").arg(id), 5000);
+    const QString number = store_.NumberOfId(id).isEmpty() ? QString::number(id) : store_.NumberOfId(id);
+    // GotoIBO ignores an IBO the view does not show: say so rather than claim a move.
+    if (!CurrentView()->property("GetSelection").value<QList<qint32>>().contains(id))
+        statusBar()->showMessage(tr("IBO %1 is not in this view (its filter or table hides it).").arg(number), 8000);
+    else
+        statusBar()->showMessage(tr("Went to IBO %1.").arg(number), 5000);
 }
 
 void MainWindow::ShowSelection()
@@ -295,19 +361,112 @@ void MainWindow::ShowSelection()
             statusBar()->showMessage(tr("Selection: none"));
             return;
         }
-        QStringList ids;
-        for (qint32 id : sel.value<QList<qint32>>())
-            ids << QString::number(id);
-        statusBar()->showMessage(tr("Selection: %1").arg(ids.join(QStringLiteral(", "))));
+        // The user knows IBOs by their numbers, not by the database's ids.
+        QStringList numbers;
+        for (qint32 id : sel.value<QList<qint32>>()) {
+            const QString number = store_.NumberOfId(id);
+            numbers << (number.isEmpty() ? QString::number(id) : number);
+        }
+        statusBar()->showMessage(tr("Selection: %1").arg(numbers.join(QStringLiteral(", "))));
     } catch (const BrevView::RuntimeError& e) {
         ReportError(e, tr("reading the selection"));
     }
 }
 
+void MainWindow::Copy()
+{
+    OnView(CurrentView(), [](auto* v) { v->copySelection(); });
+    statusBar()->showMessage(tr("Copied the selected rows."), 3000);
+    Event(QStringLiteral("copied"));
+}
+
+void MainWindow::ExportCsv()
+{
+    QString file = qEnvironmentVariable("BREV_DEMO_EXPORT");
+    if (file.isEmpty())
+        file = QFileDialog::getSaveFileName(this, tr("Export to CSV"),
+                                            QDir(QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation)).filePath(QStringLiteral("ibos.csv")),
+                                            tr("CSV files (*.csv)"));
+    if (file.isEmpty())
+        return;
+    QProgressDialog progress(tr("Exporting…"), tr("Cancel"), 0, 100, this);
+    progress.setWindowModality(Qt::WindowModal);
+    progress.setMinimumDuration(500);
+    try {
+        const bool done = OnView(CurrentView(), [&](auto* v) {
+            return v->exportCsv(file, false, [&](qint64 rows, qint64 total) {
+                progress.setValue(total > 0 ? int(100 * rows / total) : 100);
+                return !progress.wasCanceled();
+            });
+        });
+        statusBar()->showMessage(done ? tr("Exported to %1.").arg(file) : tr("Export cancelled."), 5000);
+        Event(done ? QStringLiteral("exported %1").arg(file) : QStringLiteral("export-cancelled"));
+    } catch (const BrevView::RuntimeError& e) {
+        ReportError(e, tr("exporting"));
+    }
+}
+
+void MainWindow::Find(bool again)
+{
+    const QString text = find_->text().trimmed();
+    if (text.isEmpty())
+        return;
+    QWidget* view = CurrentView();
+    const QVariant before = view->property("GetSelection");
+    if (!again && before.isValid()) {
+        // Typing on: look again from the row before the current one, so that the current
+        // row still counts while it matches.
+        OnView(view, [&](auto* v) { v->findNext(text, QTextDocument::FindBackward); });
+    }
+    const bool found = OnView(view, [&](auto* v) { return v->findNext(text); });
+    if (found) {
+        statusBar()->showMessage(tr("Found \"%1\".").arg(text), 3000);
+        Event(QStringLiteral("found %1").arg(text));
+        return;
+    }
+    // Not in the list: say so honestly when the IBO exists but the view does not show it.
+    if (store_.IdOfNumber(text) != 0)
+        statusBar()->showMessage(tr("IBO %1 is hidden by this view's filter: show more statuses or the other table to see it.").arg(text),
+                                 8000);
+    else
+        statusBar()->showMessage(tr("Nothing matches \"%1\".").arg(text), 5000);
+    Event(QStringLiteral("not-found %1").arg(text));
+}
+
+void MainWindow::RefreshKeepingCurrent()
+{
+    QWidget* view = CurrentView();
+    const QList<qint32> selected = view->property("GetSelection").value<QList<qint32>>();
+    statusBar()->showMessage(tr("Refreshing…"));
+    QApplication::setOverrideCursor(Qt::BusyCursor);
+    Refresh();
+    QApplication::restoreOverrideCursor();
+    if (!selected.isEmpty())
+        QMetaObject::invokeMethod(view, "GotoIBO", Q_ARG(qint32, selected.front()));
+}
+
 void MainWindow::Print()
 {
+    QWidget* view = CurrentView();
     try {
-        QMetaObject::invokeMethod(CurrentView(), "PrintView");
+        QPrinter printer(QPrinter::HighResolution);
+        if (QPrinterInfo::availablePrinterNames().isEmpty() || !qEnvironmentVariableIsEmpty("BREV_PRINT_TO_PDF")) {
+            // No printer here: into a PDF file, and say where.
+            QString pdf = qEnvironmentVariable("BREV_PRINT_TO_PDF");
+            if (pdf.isEmpty())
+                pdf = QDir(QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation))
+                          .filePath(tabs_->tabText(tabs_->currentIndex()).remove(QLatin1Char('&')).replace(QLatin1Char(' '), QLatin1Char('-')) +
+                                    QStringLiteral(".pdf"));
+            printer.setOutputFormat(QPrinter::PdfFormat);
+            printer.setOutputFileName(pdf);
+            OnView(view, [&](auto* v) { v->print(&printer); });
+            statusBar()->showMessage(tr("No printer here: printed to %1.").arg(pdf), 8000);
+            Event(QStringLiteral("printed %1").arg(pdf));
+            return;
+        }
+        QPrintDialog dialog(&printer, this);
+        if (dialog.exec() == QDialog::Accepted)
+            OnView(view, [&](auto* v) { v->print(&printer); });
     } catch (const BrevView::RuntimeError& e) {
         ReportError(e, tr("printing"));
     }
@@ -316,23 +475,24 @@ void MainWindow::Print()
 void MainWindow::PrintPreview()
 {
     QWidget* view = CurrentView();
-    try {
-        QMetaObject::invokeMethod(view, "SetupViewForPrint");
-        QPrinter printer(QPrinter::HighResolution);
-        QPrintPreviewDialog preview(&printer, this);
-        connect(&preview, &QPrintPreviewDialog::paintRequested, this, [view](QPrinter* p) {
-            // The host prints the grid by its own means: here, the view as it is shown.
-            QPainter painter(p);
-            const QRect page = p->pageLayout().paintRectPixels(p->resolution());
-            const double scale = std::min(double(page.width()) / view->width(), double(page.height()) / view->height());
-            painter.scale(scale, scale);
-            view->render(&painter);
-        });
-        preview.exec();
-        QMetaObject::invokeMethod(view, "RestoreViewAfterPrint");
-    } catch (const BrevView::RuntimeError& e) {
-        ReportError(e, tr("preparing the print preview"));
-    }
+    QPrinter printer(QPrinter::HighResolution);
+    QPrintPreviewDialog preview(&printer, this);
+    preview.setObjectName(QStringLiteral("printPreview"));
+    connect(&preview, &QPrintPreviewDialog::paintRequested, this,
+            [view](QPrinter* p) { OnView(view, [p](auto* v) { v->print(p); }); });
+    // Big enough to show a page: most of the screen's room.
+    const QRect room = screen() ? screen()->availableGeometry() : QRect(0, 0, 1024, 768);
+    preview.resize(room.width() * 3 / 4, room.height() * 9 / 10);
+    QTimer::singleShot(0, &preview, [this] { Event(QStringLiteral("preview-open")); });
+    preview.exec();
+    if (auto error = OnView(view, [](auto* v) { return v->lastError(); }))
+        ReportError(*error, tr("preparing the print preview"));
+}
+
+void MainWindow::closeEvent(QCloseEvent* event)
+{
+    QSettings().setValue(QStringLiteral("demo/geometry"), saveGeometry());
+    QMainWindow::closeEvent(event);
 }
 
 void MainWindow::EditIbo(qint32 id)

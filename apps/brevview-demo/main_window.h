@@ -38,6 +38,11 @@ private:
     void CollapseAll();
     void GoTo();
     void ShowSelection();
+    void Copy();
+    void ExportCsv();
+    void Find(bool again);
+    // Refreshes the view on show, keeping the current IBO current and in view.
+    void RefreshKeepingCurrent();
     void Print();
     void PrintPreview();
     void EditIbo(qint32 id);
@@ -46,6 +51,7 @@ private:
     void UpdateOptionBars();
     void WritePoints();
     void Event(const QString& line);
+    void closeEvent(QCloseEvent* event) override;
 
     IboStore store_;
     QTabWidget* tabs_;
@@ -63,4 +69,5 @@ private:
     QCheckBox* filters_[4];
     QComboBox* source_;
     QLineEdit* search_;
+    QLineEdit* find_;
 };
