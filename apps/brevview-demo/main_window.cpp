@@ -125,7 +125,7 @@ MainWindow::MainWindow(const QString& databasePath, QWidget* parent) : QMainWind
     // Menus.
     QMenu* file = menuBar()->addMenu(tr("&File"));
     file->addAction(tr("&Print…"), QKeySequence::Print, this, &MainWindow::Print);
-    file->addAction(tr("Print pre&view…"), this, &MainWindow::PrintPreview);
+    file->addAction(tr("Print pre&view…"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_P), this, &MainWindow::PrintPreview);
     file->addAction(tr("&Export to CSV…"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S), this, &MainWindow::ExportCsv);
     file->addSeparator();
     file->addAction(tr("&Quit"), QKeySequence::Quit, qApp, &QApplication::quit);

@@ -2,7 +2,7 @@
 # Drives the demo host in a real X window (Xvfb) with real X input (xdotool):
 # opens a priority node, double-clicks an IBO in the flat view (the edit dialog opens
 # for that IBO), right-clicks another (the context menu opens), does both from the keyboard
-# (Down, Return, the Menu key), switches the forecast
+# (Down, Return, the Menu key), finds, copies, exports, prints and previews, switches the forecast
 # mode, takes a screenshot and quits. The demo reports what happened in an event file.
 set -euo pipefail
 build_dir=$1
@@ -30,6 +30,7 @@ for _ in $(seq 1 50); do xdotool getdisplaygeometry > /dev/null 2>&1 && break; s
 xdotool getdisplaygeometry > /dev/null 2>&1 || fail "Xvfb did not start"
 
 export XDG_CONFIG_HOME="$work/config" BREV_DEMO_EVENTS="$work/events" BREV_DEMO_POINTS="$work/points" \
+       BREV_DEMO_EXPORT="$work/export.csv" BREV_PRINT_TO_PDF="$work/print.pdf" \
        BREV_DEMO_SHOT="$work/shot.png" BREV_DEMO_QUIET=1 LANG=en_US.UTF-8 LC_ALL=en_US.UTF-8 QT_QPA_PLATFORM=xcb
 unset WAYLAND_DISPLAY
 "$build_dir/apps/brevview-demo/brevview-demo" --database "$work/sample.db" > "$work/demo.log" 2>&1 &
@@ -90,6 +91,37 @@ xdotool key Down Menu
 wait_for "$work/events" "^context-menu $id3\$"
 sleep 0.8
 xdotool key Escape
+sleep 0.2
+
+# Find (Ctrl+F): every IBO number holds "-0"; nothing holds "zzzz".
+xdotool key ctrl+f
+sleep 0.2
+xdotool type --delay 40 -- "-0"
+wait_for "$work/events" "^found -0"
+xdotool key ctrl+a BackSpace
+xdotool type --delay 40 "zzzz"
+wait_for "$work/events" "^not-found zzzz"
+xdotool key Escape
+# Copy (the rows selected by a click), export (Ctrl+Shift+S) and print (Ctrl+P, into the PDF).
+read -r x y id < <(point 2)
+xdotool mousemove "$x" "$y" click 1
+sleep 0.2
+xdotool key ctrl+c
+wait_for "$work/events" "^copied"
+xdotool key ctrl+shift+s
+wait_for "$work/events" "^exported"
+[ "$(wc -l < "$work/export.csv")" -gt 10 ] || fail "the export has too few lines"
+head -1 "$work/export.csv" | grep -q "IBO#" || fail "the export has no header row"
+xdotool key ctrl+p
+wait_for "$work/events" "^printed"
+pdfinfo "$work/print.pdf" | grep -q "Pages:" || fail "no printed PDF"
+# The print preview opens on print(QPrinter*) and closes again.
+xdotool key ctrl+shift+p
+wait_for "$work/events" "^preview-open"
+sleep 1
+xdotool key Escape
+sleep 0.5
+xdotool mousemove "$x" "$y" click 1
 sleep 0.2
 
 # Forecast view (Ctrl+2): the Weighted switch (Alt+W).
