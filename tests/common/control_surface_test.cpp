@@ -121,6 +121,28 @@ TYPED_TEST(ControlSurfaceTest, ColumnWidthsInTwipsAreSetAndKeptThroughThePrefere
         EXPECT_RUNTIME_ERROR(again.setColumnWidth(0, 500), 5);  // the first column keeps its width
 }
 
+TYPED_TEST(ControlSurfaceTest, TheLastColumnReachesTheRightEdgeOnScreenWithoutChangingItsWidth)
+{
+    grid::FlexGrid& g = this->Grid();
+    int last = -1;
+    for (int c = 0; c < g.Cols(); ++c) {
+        if (g.ColWidth(c) > 0 && !g.ColHidden(c))
+            last = c;
+    }
+    ASSERT_GE(last, 0);
+    const int twips = g.ColWidth(last);
+    const QSize hint = this->View().sizeHint();
+    this->View().resize(3000, 500);
+    this->View().show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&this->View()));
+    ASSERT_GT(g.viewport()->width(), 2000);
+    const QRect cell = g.CellRect(0, last);
+    EXPECT_EQ(cell.right() + 1, g.viewport()->width());
+    EXPECT_EQ(g.ColWidth(last), twips);               // its own width is unchanged
+    EXPECT_EQ(this->View().sizeHint(), hint);          // and the size hint does not follow the size
+    EXPECT_EQ(this->View().columnWidth(last), twips);
+}
+
 TEST(CellTextFit, TextLosesItsEndAndANumberIsNeverCut)
 {
     const QFontMetrics fm{QFont()};

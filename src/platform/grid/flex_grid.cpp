@@ -245,13 +245,30 @@ int FlexGrid::RowPx(int row) const
     return qMax(0, qRound(t * qMax(1, logicalDpiY()) / 1440.0));
 }
 
-int FlexGrid::ColPx(int col) const
+int FlexGrid::OwnColPx(int col) const
 {
     const ColInfo& c = store_.Col(col);
     if (c.hidden)
         return 0;
     const qint32 t = c.width < 0 ? kDefaultColTwips : c.width;
     return qMax(0, qRound(t * qMax(1, logicalDpiX()) / 1440.0));
+}
+
+int FlexGrid::ColPx(int col) const
+{
+    const int own = OwnColPx(col);
+    if (printing_ || own <= 0)
+        return own;
+    // On screen the last column shown reaches the right edge when the columns are narrower
+    // than the grid, as a header's last section stretches; its width in twips stays its own.
+    for (int c = col + 1; c < store_.cols(); ++c) {
+        if (OwnColPx(c) > 0)
+            return own;
+    }
+    int total = 0;
+    for (int c = 0; c < store_.cols(); ++c)
+        total += OwnColPx(c);
+    return own + std::max(0, viewport()->width() - total);
 }
 
 int FlexGrid::FixedHeightPx() const
@@ -1287,7 +1304,7 @@ QSize FlexGrid::sizeHint() const
     // The visible columns (up to a wide window) over the header and a dozen rows.
     int width = 0;
     for (int c = 0; c < store_.cols(); ++c)
-        width += ColPx(c);
+        width += OwnColPx(c);
     width = std::clamp(width, 200, 1000) + 2 * frameWidth() + verticalScrollBar()->sizeHint().width();
     const int height = FixedHeightPx() + 12 * defaultRowPx_ + 2 * frameWidth() + horizontalScrollBar()->sizeHint().height();
     return QSize(width, height);
@@ -1977,6 +1994,12 @@ void FlexGrid::PrintGrid(const QString& docName, bool showDialog, int orientatio
 
 void FlexGrid::PrintTo(QPrinter& printer, const QString& heading, bool pageNumbers)
 {
+    // Paper gets the columns' own widths.
+    printing_ = true;
+    struct Done {
+        bool& flag;
+        ~Done() { flag = false; }
+    } done{printing_};
     QPainter p;
     if (!p.begin(&printer))
         Raise(automation::ErrPrinter, kSource,

@@ -281,7 +281,8 @@ private:
     void EnsureLayout() const;      // rebuilds the visible-row index when stale
     void UpdateScrollBars();
     int RowPx(int row) const;
-    int ColPx(int col) const;
+    int ColPx(int col) const;       // on screen, the last column shown is stretched to the edge
+    int OwnColPx(int col) const;    // the column's own width
     int FixedHeightPx() const;
     int TotalWidthPx() const;
     int ColLeftPx(int col) const;   // in content coordinates (before horizontal scroll)
@@ -319,6 +320,7 @@ private:
     int gridLines_ = flexGridFlat;
     int gridLinesFixed_ = flexGridFlat;
     int gridColor_ = -1;  // the palette's
+    bool printing_ = false;
     int sortCol_ = -1;
     Qt::SortOrder sortOrder_ = Qt::AscendingOrder;
     int pressedHeaderCol_ = -1;
