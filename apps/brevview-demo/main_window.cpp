@@ -424,13 +424,38 @@ void MainWindow::Find(bool again)
         Event(QStringLiteral("found %1").arg(text));
         return;
     }
-    // Not in the list: say so honestly when the IBO exists but the view does not show it.
-    if (store_.IdOfNumber(text) != 0)
-        statusBar()->showMessage(tr("IBO %1 is hidden by this view's filter: show more statuses or the other table to see it.").arg(text),
-                                 8000);
-    else
+    // Not in the list: say so honestly when the IBO exists but the view does not show it,
+    // and offer to show it in the list with every status.
+    const qint32 hiddenId = store_.IdOfNumber(text);
+    if (hiddenId == 0) {
         statusBar()->showMessage(tr("Nothing matches \"%1\".").arg(text), 5000);
-    Event(QStringLiteral("not-found %1").arg(text));
+        Event(QStringLiteral("not-found %1").arg(text));
+        return;
+    }
+    const QString question = tr("IBO %1 is hidden by the filter: show it?").arg(text);
+    statusBar()->showMessage(question, 8000);
+    Event(QStringLiteral("hidden %1").arg(text));
+    if (!again || !qEnvironmentVariableIsEmpty("BREV_DEMO_QUIET") ||
+        QMessageBox::question(this, tr("Find"), question) != QMessageBox::Yes)
+        return;
+    // The flat list with every status, of the table that holds it.
+    tabs_->setCurrentWidget(flat_);
+    for (int k = 0; k < 4; ++k) {
+        const QSignalBlocker block(filters_[k]);
+        filters_[k]->setChecked(true);
+    }
+    flat_->setFilter(BrevView::eFilterShowOpen | BrevView::eFilterShowWon | BrevView::eFilterShowLost | BrevView::eFilterShowCancelled);
+    for (int source : {BrevView::eViewMainTable, BrevView::eViewArchiveTable}) {
+        {
+            const QSignalBlocker block(source_);
+            source_->setCurrentIndex(source);
+        }
+        flat_->setViewSource(source);
+        Refresh();
+        flat_->GotoIBO(hiddenId);
+        if (flat_->GetSelection().value<QList<qint32>>().contains(hiddenId))
+            break;
+    }
 }
 
 void MainWindow::RefreshKeepingCurrent()
