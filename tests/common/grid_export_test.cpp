@@ -27,15 +27,6 @@ protected:
                                   .InsertSql());
         this->View().Refresh();
     }
-    std::vector<int> ShownCols()
-    {
-        std::vector<int> cols;
-        for (int c = 0; c < this->Grid().Cols(); ++c) {
-            if (!this->Grid().ColHidden(c) && this->Grid().ColWidth(c) > 0)
-                cols.push_back(c);
-        }
-        return cols;
-    }
 };
 TYPED_TEST_SUITE(GridExportTest, AllViews);
 

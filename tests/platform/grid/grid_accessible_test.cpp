@@ -30,15 +30,6 @@ protected:
         auto it = std::find(shown.begin(), shown.end(), gridRow);
         return it == shown.end() ? -1 : int(it - shown.begin());
     }
-    std::vector<int> ShownCols()
-    {
-        std::vector<int> cols;
-        for (int c = 0; c < this->Grid().Cols(); ++c) {
-            if (!this->Grid().ColHidden(c) && this->Grid().ColWidth(c) > 0)
-                cols.push_back(c);
-        }
-        return cols;
-    }
 };
 TYPED_TEST_SUITE(GridAccessibleTest, AllViews);
 
