@@ -118,7 +118,7 @@ void CallBoundary::AtEvent(const std::function<void()>& handler)
 bool CallBoundary::Event(QEvent* event, const std::function<bool(QEvent*)>& base)
 {
     if (event->type() != QEvent::MetaCall)
-        return base(event);
+        return base(event);  // the controls pass only posted calls; anything else as it is
     DeliveryScope scope;
     return base(event);
 }

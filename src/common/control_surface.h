@@ -1,6 +1,7 @@
 #pragma once
 // What the three controls add for Qt hosts beside their automation surface, written once:
-// column widths in twips, the item model over the grid, and the notice of property changes.
+// column widths in twips, the item model over the grid, the notice of property changes, and
+// copy, export and find over the grid's shown texts.
 
 #include <functional>
 
@@ -42,7 +43,7 @@ bool ExportCsv(const grid::FlexGrid& grid, const QString& fileName, bool allRows
 // opens the nodes above it as GotoIBO does, makes it current and scrolls to it.
 bool FindNext(grid::FlexGrid& grid, const QString& text, int findFlags);
 
-// Emits `signal` when `current` differs from what was last told, and keeps it.
+// Calls `emitChange(current)` when `current` differs from what was last told, and keeps it.
 template <class T, class Emit>
 void TellIfChanged(T& told, const T& current, Emit&& emitChange)
 {
