@@ -54,17 +54,17 @@ public:
             if constexpr (std::is_void_v<Result>) {
                 std::forward<Body>(body)();
                 last_.reset();
-                AfterCall();
+                AfterMemberCall();
                 return;
             } else {
                 Result r = std::forward<Body>(body)();
                 last_.reset();
-                AfterCall();
+                AfterMemberCall();
                 return r;
             }
         } catch (const RuntimeError& e) {
             // What the call changed before it failed stays changed, and is told.
-            AfterCall();
+            AfterMemberCall();
             if (!Report(e))
                 throw;
         }
@@ -79,6 +79,15 @@ public:
     {
         if (after_)
             after_();
+    }
+    // Runs after every member call only (not after the handling of a grid event, which may
+    // run in the middle of a refresh): the grid tells what it still owes.
+    void SetAfterMemberCall(std::function<void()> after) { afterMember_ = std::move(after); }
+    void AfterMemberCall()
+    {
+        if (afterMember_)
+            afterMember_();
+        AfterCall();
     }
 
     // A user action's handler (a click, a key, a resize): nobody called it, so its error
@@ -109,6 +118,7 @@ private:
     QObject* control_;
     Reporter report_;
     std::function<void()> after_;
+    std::function<void()> afterMember_;
     std::optional<RuntimeError> last_;
 };
 

@@ -326,6 +326,7 @@ FlatView::FlatView(QWidget* parent) : QWidget(parent), d(std::make_unique<FlatVi
     d->flexGrid->setAccessibleName(tr("IBO list"));
     d->told = {d->viewSource, d->filter, d->flexGrid->hWnd()};
     d->boundary.SetAfterCall([this] { d->TellChanges(); });
+    d->boundary.SetAfterMemberCall([this] { d->flexGrid->FlushNotices(); });
     d->windowWatch = detail::WatchNativeWindow(this, d->flexGrid, [this] { d->TellChanges(); });
 }
 

@@ -622,6 +622,7 @@ ForecastView::ForecastView(QWidget* parent) : QWidget(parent), d(std::make_uniqu
     d->flexGrid->setAccessibleName(tr("Forecast"));
     d->told = {d->forecastMode, d->showWon, d->showWonRange, d->flexGrid->hWnd()};
     d->boundary.SetAfterCall([this] { d->TellChanges(); });
+    d->boundary.SetAfterMemberCall([this] { d->flexGrid->FlushNotices(); });
     d->windowWatch = detail::WatchNativeWindow(this, d->flexGrid, [this] { d->TellChanges(); });
 }
 

@@ -504,6 +504,7 @@ PriorityView::PriorityView(QWidget* parent) : QWidget(parent), d(std::make_uniqu
     g->setAccessibleName(tr("Priorities"));
     d->told = {d->rangeValue, d->rangeUnits, g->hWnd()};
     d->boundary.SetAfterCall([this] { d->TellChanges(); });
+    d->boundary.SetAfterMemberCall([this] { d->flexGrid->FlushNotices(); });
     d->windowWatch = detail::WatchNativeWindow(this, g, [this] { d->TellChanges(); });
 }
 

@@ -162,6 +162,19 @@ void FlexGrid::EndStructure()
     grid::NotifyAccessibleReset(*this);
 }
 
+void FlexGrid::FlushNotices()
+{
+    if (structureChanging_) {
+        structureChanging_ = false;
+        contentPending_ = false;
+        emit StructureChanged();
+        grid::NotifyAccessibleReset(*this);
+    } else if (contentPending_) {
+        contentPending_ = false;
+        emit ContentChanged();
+    }
+}
+
 void FlexGrid::ContentTouched()
 {
     if (sortCol_ >= 0) {

@@ -219,6 +219,9 @@ public:
     const GridStore& store() const { return store_; }
     // Whether rows or their outline shape are being changed and StructureChanged is still due.
     bool StructureChanging() const { return structureChanging_; }
+    // Tells what changed while redraw is off now, without waiting for redraw: a call that
+    // ends with redraw still off (a refresh that failed midway) leaves no model half told.
+    void FlushNotices();
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;

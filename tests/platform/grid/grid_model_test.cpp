@@ -114,6 +114,26 @@ TYPED_TEST(GridModelTest, StyleRolesComeFromTheCellsStyle)
     EXPECT_GT(styled, 0);
 }
 
+using FlatModelTest = GridModelTest<FlatView>;
+
+TEST_F(FlatModelTest, ARefreshThatFailsMidwayWithRedrawOffStillEndsTheModelsReset)
+{
+    QAbstractItemModel* m = View().model();
+    QAbstractItemModelTester tester(m, QAbstractItemModelTester::FailureReportingMode::Fatal);
+    QSignalSpy begun(m, &QAbstractItemModel::modelAboutToBeReset);
+    QSignalSpy ended(m, &QAbstractItemModel::modelReset);
+    trace_->failOn = QStringLiteral("BrevView.FlatView::GetFilterString");
+    EXPECT_RUNTIME_ERROR(View().Refresh(), 70);
+    EXPECT_EQ(Grid().Redraw(), 0);  // the refresh's error leaves redraw off, as it always did
+    EXPECT_EQ(begun.count(), 1);
+    EXPECT_EQ(ended.count(), 1);    // and yet the model is whole again
+    EXPECT_EQ(m->rowCount(), Grid().Rows() - 1);
+    trace_->failOn.clear();
+    View().Refresh();
+    EXPECT_EQ(begun.count(), ended.count());
+    EXPECT_GT(m->rowCount(), 0);
+}
+
 TEST(GridModelGrid, AChangeOfCellsWithRedrawOffIsOneNoticePerListOfSiblings)
 {
     grid::FlexGrid g;
