@@ -115,10 +115,8 @@ void CallBoundary::AtEvent(const std::function<void()>& handler)
     AfterCall();
 }
 
-bool CallBoundary::Event(QEvent* event, const std::function<bool(QEvent*)>& base)
+bool CallBoundary::DeliverPosted(QEvent* event, const std::function<bool(QEvent*)>& base)
 {
-    if (event->type() != QEvent::MetaCall)
-        return base(event);  // the controls pass only posted calls; anything else as it is
     DeliveryScope scope;
     return base(event);
 }

@@ -100,10 +100,10 @@ public:
     // that connects to ErrorRaised right after making the control still hears of it.
     void ReportLater(const RuntimeError& error);
 
-    // The control's event(): a posted call (QEvent::MetaCall: queued connections,
-    // QMetaObject::invokeMethod with Qt::QueuedConnection, a zero-interval single shot) is
-    // delivered inside a DeliveryScope.
-    bool Event(QEvent* event, const std::function<bool(QEvent*)>& base);
+    // The control's event() for a posted call (QEvent::MetaCall: queued connections,
+    // QMetaObject::invokeMethod with Qt::QueuedConnection, a zero-interval single shot):
+    // it is delivered inside a DeliveryScope.
+    bool DeliverPosted(QEvent* event, const std::function<bool(QEvent*)>& base);
 
     const std::optional<RuntimeError>& LastError() const { return last_; }
 

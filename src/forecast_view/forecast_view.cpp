@@ -823,7 +823,7 @@ bool ForecastView::event(QEvent* event)
     // also arrive while the members are still being made.
     if (event->type() != QEvent::MetaCall)
         return QWidget::event(event);
-    return d->boundary.Event(event, [this](QEvent* e) { return QWidget::event(e); });
+    return d->boundary.DeliverPosted(event, [this](QEvent* e) { return QWidget::event(e); });
 }
 
 }  // namespace BrevView

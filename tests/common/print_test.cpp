@@ -2,29 +2,23 @@
 // view's name and the date above each page and "Page n of m" below it.
 
 #include <QPrinter>
-#include <QProcess>
 #include <QRegularExpression>
 
+#include "support/pdf_tools.h"
 #include "support/three_views.h"
 
 namespace BrevView::test {
 namespace {
 
-QString PdfText(const QString& pdf)
+QString RawText(const QString& pdf)
 {
-    QProcess p;
-    p.start(QStringLiteral("pdftotext"), {QStringLiteral("-raw"), pdf, QStringLiteral("-")});
-    p.waitForFinished(60000);
-    return QString::fromUtf8(p.readAllStandardOutput());
+    return PdfText(pdf, {QStringLiteral("-raw")});
 }
 
 int PdfPages(const QString& pdf)
 {
-    QProcess p;
-    p.start(QStringLiteral("pdfinfo"), {pdf});
-    p.waitForFinished(60000);
     static const QRegularExpression pages(QStringLiteral("Pages:\\s+(\\d+)"));
-    return pages.match(QString::fromUtf8(p.readAllStandardOutput())).captured(1).toInt();
+    return pages.match(PdfInfo(pdf)).captured(1).toInt();
 }
 
 template <class V>
@@ -47,6 +41,9 @@ TYPED_TEST_SUITE(PrintTest, AllViews);
 
 TYPED_TEST(PrintTest, PrintIntoAPrinterGivesPrintViewsPagesWithAHeadingAndPageNumbers)
 {
+    grid::FlexGrid& g = this->Grid();
+    const QStringList screenLook{QString::number(g.Appearance()), QString::number(g.BackColor()), QString::number(g.GridColor()),
+                                 QString::number(g.HighLight()), g.Cell(grid::flexcpForeColor, 1, 1).toString()};
     const QString viaPrintView = this->TempPath(QStringLiteral("printview.pdf"));
     qputenv("BREV_PRINT_TO_PDF", viaPrintView.toLocal8Bit());
     this->View().PrintView();
@@ -62,8 +59,8 @@ TYPED_TEST(PrintTest, PrintIntoAPrinterGivesPrintViewsPagesWithAHeadingAndPageNu
     ASSERT_GE(pages, 2) << "a print of several pages";
     EXPECT_EQ(PdfPages(viaPrint), pages);
 
-    QStringList printed = PdfText(viaPrint).split(QLatin1Char('\n'));
-    const QStringList expected = PdfText(viaPrintView).split(QLatin1Char('\n'));
+    QStringList printed = RawText(viaPrint).split(QLatin1Char('\n'));
+    const QStringList expected = RawText(viaPrintView).split(QLatin1Char('\n'));
     // Each page ends with its heading and its number; without them the text is PrintView's.
     int headings = 0, numbers = 0;
     const QString today = QLocale(QLocale::English, QLocale::UnitedStates).toString(QDate(2026, 3, 5), QLocale::LongFormat);
@@ -94,7 +91,9 @@ TYPED_TEST(PrintTest, PrintIntoAPrinterGivesPrintViewsPagesWithAHeadingAndPageNu
     };
     EXPECT_EQ(meaningful(rest), meaningful(expected));
     // The screen look comes back.
-    EXPECT_TRUE(this->Grid().Appearance() != 0 || this->Grid().BackColor() != 0xFFFFFF);
+    EXPECT_EQ((QStringList{QString::number(g.Appearance()), QString::number(g.BackColor()), QString::number(g.GridColor()),
+                           QString::number(g.HighLight()), g.Cell(grid::flexcpForeColor, 1, 1).toString()}),
+              screenLook);
 }
 
 template <class V>
@@ -111,7 +110,7 @@ TYPED_TEST(ForecastPrintTest, TheHeadingNamesTheForecastMode)
         printer.setOutputFormat(QPrinter::PdfFormat);
         printer.setOutputFileName(pdf);
         this->View().print(&printer);
-        const QString first = PdfText(pdf).section(QLatin1Char('\f'), 0, 0);
+        const QString first = RawText(pdf).section(QLatin1Char('\f'), 0, 0);
         const QRegularExpression heading(QStringLiteral("Forecast\\s*\u2014\\s*") + QString::fromLatin1(words));
         EXPECT_TRUE(heading.match(first).hasMatch()) << qPrintable(first.right(300));
     }

@@ -4,25 +4,10 @@
 
 #include "common/view_printing.h"
 #include "flat_view_fixture.h"
+#include "support/pdf_tools.h"
 
 namespace BrevView::test {
 namespace {
-
-QString PdfText(const QString& pdf, const QStringList& extra = {})
-{
-    QProcess p;
-    p.start(QStringLiteral("pdftotext"), extra + QStringList{pdf, QStringLiteral("-")});
-    p.waitForFinished(30000);
-    return QString::fromUtf8(p.readAllStandardOutput());
-}
-
-QString PdfInfo(const QString& pdf)
-{
-    QProcess p;
-    p.start(QStringLiteral("pdfinfo"), {pdf});
-    p.waitForFinished(30000);
-    return QString::fromUtf8(p.readAllStandardOutput());
-}
 
 QString Snapshot(grid::FlexGrid& g, const QString& path)
 {

@@ -422,43 +422,37 @@ void FlexGrid::BuildOrder() const
     // One key per row: a number for amounts, numbers and dates (each distinct text parsed
     // once), else the rank of the text among the distinct texts in the locale's collation.
     std::vector<double> key(size_t(std::max(0, rows)), 0.0);
-    QHash<QString, double> memo;
-    bool numeric = info.dataType == flexDTCurrency || info.dataType == flexDTDouble || info.dataType == flexDTLong;
     const bool date = info.dataType == flexDTDate;
-    if (!numeric && !date) {
-        // A column of the general type whose every text is a number sorts as numbers.
-        numeric = true;
-        for (int r = fixedRows_; r < rows && numeric; ++r) {
-            if (store_.Row(r).subtotal)
-                continue;
-            const QString t = store_.Text(r, col).trimmed();
-            double v = 0;
-            if (!t.isEmpty() && !automation::ParseNumber(QString(t).remove(QLatin1Char('%')), &v))
-                numeric = false;
-        }
-    }
-    if (numeric || date) {
-        for (int r = fixedRows_; r < rows; ++r) {
-            const QString t = store_.Text(r, col).trimmed();
-            auto it = memo.constFind(t);
-            if (it == memo.constEnd()) {
-                double v = -std::numeric_limits<double>::infinity();  // empty or unreadable: first
-                try {
-                    if (!t.isEmpty()) {
-                        if (date) {
-                            v = automation::ToDate(automation::Variant(t)).serial();
-                        } else if (!automation::ParseNumber(QString(t).remove(QLatin1Char('%')), &v)) {
-                            v = -std::numeric_limits<double>::infinity();
-                        }
-                    }
-                } catch (const std::exception&) {
-                    v = -std::numeric_limits<double>::infinity();
-                }
-                it = memo.insert(t, v);
+    const bool typedNumber = info.dataType == flexDTCurrency || info.dataType == flexDTDouble || info.dataType == flexDTLong;
+    // Numbers and dates as numbers, each distinct text read once; a column of the general type
+    // sorts as numbers when every text of its rows reads as one, else as text.
+    bool numeric = true;
+    QHash<QString, double> memo;
+    constexpr double kUnreadable = -std::numeric_limits<double>::infinity();  // empty or unreadable: first
+    for (int r = fixedRows_; r < rows && numeric; ++r) {
+        const QString t = store_.Text(r, col).trimmed();
+        auto it = memo.constFind(t);
+        if (it == memo.constEnd()) {
+            double v = kUnreadable;
+            try {
+                if (t.isEmpty())
+                    v = kUnreadable;
+                else if (date)
+                    v = automation::ToDate(automation::Variant(t)).serial();
+                else if (!automation::ParseNumber(QString(t).remove(QLatin1Char('%')), &v))
+                    v = kUnreadable;
+            } catch (const std::exception&) {
+                v = kUnreadable;
             }
-            key[size_t(r)] = it.value();
+            it = memo.insert(t, v);
         }
-    } else {
+        key[size_t(r)] = it.value();
+        // An unreadable text makes a general column a text column; a node's caption does
+        // not (node rows are not sorted), nor does an empty cell.
+        if (it.value() == kUnreadable && !t.isEmpty() && !date && !typedNumber && !store_.Row(r).subtotal)
+            numeric = false;
+    }
+    if (!numeric) {
         QStringList distinct;
         QHash<QString, int> index;
         std::vector<int> textOf(size_t(std::max(0, rows)), 0);

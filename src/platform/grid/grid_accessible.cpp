@@ -240,7 +240,8 @@ public:
     QAccessibleInterface* childAt(int x, int y) const override
     {
         const QPoint p = grid_->viewport()->mapFromGlobal(QPoint(x, y));
-        for (int c : ShownCols()) {
+        const std::vector<int> cols = ShownCols();
+        for (int c : cols) {
             for (int r = 0; r < grid_->FixedRows(); ++r) {
                 if (grid_->CellRect(r, c).contains(p))
                     return Cell(r, c);
@@ -250,7 +251,7 @@ public:
         const int top = std::max(0, grid_->VisibleIndexOf(grid_->TopRow()));
         for (auto it = rows.begin() + std::min<qsizetype>(top, qsizetype(rows.size())); it != rows.end(); ++it) {
             bool onScreen = false;
-            for (int c : ShownCols()) {
+            for (int c : cols) {
                 const QRect rect = grid_->CellRect(*it, c);
                 if (!rect.isEmpty())
                     onScreen = true;

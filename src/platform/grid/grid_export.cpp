@@ -34,9 +34,11 @@ std::vector<int> RowsInShownOrder(const FlexGrid& grid)
     return grid.DisplayOrder();
 }
 
-QString Csv(const QString& field)
+// A field quoted as RFC 4180 quotes it, where it holds the separator, a quote or a line
+// break (tab-separated text for the clipboard is quoted the same way).
+QString Quoted(const QString& field, QChar separator)
 {
-    if (!field.contains(QLatin1Char(',')) && !field.contains(QLatin1Char('"')) && !field.contains(QLatin1Char('\n')) &&
+    if (!field.contains(separator) && !field.contains(QLatin1Char('"')) && !field.contains(QLatin1Char('\n')) &&
         !field.contains(QLatin1Char('\r')))
         return field;
     QString quoted = field;
@@ -44,15 +46,14 @@ QString Csv(const QString& field)
     return QLatin1Char('"') + quoted + QLatin1Char('"');
 }
 
-// Tab-separated text quotes like CSV where a cell holds a tab, a line break or a quote.
+QString Csv(const QString& field)
+{
+    return Quoted(field, QLatin1Char(','));
+}
+
 QString Tsv(const QString& field)
 {
-    if (!field.contains(QLatin1Char('\t')) && !field.contains(QLatin1Char('"')) && !field.contains(QLatin1Char('\n')) &&
-        !field.contains(QLatin1Char('\r')))
-        return field;
-    QString quoted = field;
-    quoted.replace(QLatin1Char('"'), QStringLiteral("\"\""));
-    return QLatin1Char('"') + quoted + QLatin1Char('"');
+    return Quoted(field, QLatin1Char('\t'));
 }
 
 }  // namespace
@@ -130,7 +131,7 @@ bool ExportCsv(const FlexGrid& grid, const QString& fileName, bool allRows, cons
                 } catch (const std::exception&) {
                     number = false;
                 }
-                line += QLatin1Char(',') + (number ? QString::number(value, 'f', -1).replace(QStringLiteral("e"), QStringLiteral("E")) : QString());
+                line += QLatin1Char(',') + (number ? QString::number(value, 'f', -1) : QString());
             }
         }
         line += QStringLiteral("\r\n");
@@ -146,10 +147,13 @@ bool ExportCsv(const FlexGrid& grid, const QString& fileName, bool allRows, cons
             return false;
         }
     }
+    // The last word is the caller's too: a cancel at the very end still writes nothing.
+    if (progress && !progress(total, total)) {
+        file.cancelWriting();
+        return false;
+    }
     if (file.write(chunk) != chunk.size() || !file.commit())
         automation::Raise(automation::ErrPathFileAccess, source, QStringLiteral("Cannot write %1: %2").arg(fileName, file.errorString()));
-    if (progress)
-        progress(total, total);
     return true;
 }
 
