@@ -5,7 +5,7 @@
 
 #include <brevview/brevview.h>
 
-#include "platform/data/sqlite_connection.h"
+#include "platform/data/sqlite/sqlite_connection.h"
 #include "platform/host/mouse_pointer.h"
 #include "support/faulty_vfs.h"
 #include "support/ibo_builder.h"

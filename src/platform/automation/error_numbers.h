@@ -38,6 +38,10 @@ enum ErrorNumber : qint32 {
     ErrLocked = 3260,              // "Couldn't update; currently locked."
     ErrItemNotFound = 3265,        // "Item not found in this collection."
     ErrNotADatabase = 3343,        // "Unrecognized database format."
+    ErrObjectExists = 3012,        // "Object already exists."
+    ErrBadAccount = 3029,          // "Not a valid account name or password."
+    ErrNoPermission = 3033,        // "You do not have the necessary permissions to use the object."
+    ErrConnectionFailed = 3151,    // "ODBC--connection failed."
 };
 
 // The standard text of an error number ("Application-defined or object-defined error" for

@@ -37,6 +37,10 @@ QString ErrorText(qint32 number)
     case ErrLocked: return QStringLiteral("Couldn't update; currently locked.");
     case ErrItemNotFound: return QStringLiteral("Item not found in this collection.");
     case ErrNotADatabase: return QStringLiteral("Unrecognized database format.");
+    case ErrObjectExists: return QStringLiteral("Object already exists.");
+    case ErrBadAccount: return QStringLiteral("Not a valid account name or password.");
+    case ErrNoPermission: return QStringLiteral("You do not have the necessary permissions to use the object.");
+    case ErrConnectionFailed: return QStringLiteral("ODBC--connection failed.");
     default: return QStringLiteral("Application-defined or object-defined error");
     }
 }

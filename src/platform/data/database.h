@@ -1,7 +1,8 @@
 #pragma once
-// An open database: its stored queries (kept in the file itself, in the table
+// An open database: its stored queries (kept in the database itself, in the table
 // "BrevQueryDefs" (Name, SQL), created when the first query is saved), recordsets
-// opened from SQL, and transactions.
+// opened from SQL, and transactions. The engine under it (an SQLite file or a PostgreSQL
+// server) is chosen by the path it is opened with.
 
 #include <memory>
 
@@ -12,12 +13,15 @@
 
 namespace BrevView::data {
 
-class SqliteConnection;
+class Connection;
 
 class Database {
 public:
-    // Error 3024 naming the file when it is missing (never a new empty database).
-    static std::shared_ptr<Database> Open(const QString& path, const QString& connect);
+    // Error 3024 naming the file when it is missing (never a new empty database); for a
+    // server, the numbered error of what refused it. `userName` and `password` reach the
+    // engine and are kept nowhere here.
+    static std::shared_ptr<Database> Open(const QString& path, const QString& connect,
+                                          const QString& userName = QString(), const QString& password = QString());
 
     const QString& Name() const { return name_; }
     // The connect string it was opened with. Holds credentials: never trace or log it.
@@ -38,14 +42,12 @@ public:
 
     void Close();
     bool IsOpen() const { return conn_ != nullptr; }
-    std::shared_ptr<SqliteConnection> connection() const { return conn_; }
-
-    static const char* const kCatalogueTable;
+    std::shared_ptr<Connection> connection() const { return conn_; }
 
 private:
     Database() = default;
-    SqliteConnection& Conn() const;
-    std::shared_ptr<SqliteConnection> conn_;
+    Connection& Conn() const;
+    std::shared_ptr<Connection> conn_;
     QString name_;
     QString connect_;
     bool inTransaction_ = false;

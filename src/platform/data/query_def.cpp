@@ -1,19 +1,17 @@
 #include "query_def.h"
 
-#include <sqlite3.h>
-
 #include <QRegularExpression>
 
 #include "../automation/runtime_error.h"
 #include "sql_dialect.h"
-#include "sqlite_connection.h"
+#include "engine.h"
 
 namespace BrevView::data {
 namespace {
 const QString kSource = QStringLiteral("BrevView.Data");
 }
 
-QString WithRowId(const QString& sql, QString* updateTable)
+QString WithRowId(const QString& sql, QString* updateTable, const std::function<QString(const QString&)>& keyColumn)
 {
     updateTable->clear();
     // SELECT <list> FROM <one table> [WHERE|ORDER|GROUP ...]
@@ -27,21 +25,25 @@ QString WithRowId(const QString& sql, QString* updateTable)
     if (table.startsWith(QLatin1Char('"')))
         table = table.mid(1, table.size() - 2);
     *updateTable = table;
-    return sql.left(m.capturedEnd(1)) + QStringLiteral(", rowid AS brev_rowid") + sql.mid(m.capturedEnd(1));
+    const QString key = keyColumn(table);
+    if (key.isEmpty())
+        return sql;  // no key to update a row by: read-only
+
+    return sql.left(m.capturedEnd(1)) + QStringLiteral(", ") + key + QStringLiteral(" AS brev_rowid") + sql.mid(m.capturedEnd(1));
 }
 
-QueryDef::QueryDef(std::shared_ptr<SqliteConnection> connection, QString name, QString sql)
+QueryDef::QueryDef(std::shared_ptr<Connection> connection, QString name, QString sql)
     : conn_(std::move(connection)), name_(std::move(name)), sql_(std::move(sql))
 {
-    translated_ = TranslateJetSql(sql_);
-    sqlite3_stmt* stmt = conn_->Prepare(translated_);
-    const int count = sqlite3_bind_parameter_count(stmt);
+    translated_ = TranslateJetSql(sql_, conn_->dialect());
+    // Preparing proves the text before anything relies on it.
+    const std::unique_ptr<Statement> stmt = conn_->Prepare(translated_.text, translated_.parameters);
+    const int count = stmt->ParameterCount();
     for (int p = 1; p <= count; ++p) {
-        const char* raw = sqlite3_bind_parameter_name(stmt, p);
-        if (raw)
-            parameterNames_.append(QString::fromUtf8(raw));
+        const QString pname = stmt->ParameterName(p);
+        if (!pname.isEmpty())
+            parameterNames_.append(pname);
     }
-    sqlite3_finalize(stmt);
 }
 
 QStringList QueryDef::ParameterNames() const
@@ -80,9 +82,16 @@ std::shared_ptr<Recordset> QueryDef::OpenRecordset(int type)
     if (closed_)
         automation::Raise(3420, kSource, QStringLiteral("Object invalid or no longer set."));
     RecordsetSource source;
-    source.baseSql = translated_;
-    if (type == dbOpenDynaset || type == dbOpenTable)
-        source.baseSql = WithRowId(translated_, &source.updateTable);
+    source.baseSql = translated_.text;
+    source.parameterNames = translated_.parameters;
+    if (type == dbOpenDynaset || type == dbOpenTable) {
+        Connection* conn = conn_.get();
+        QString* key = &source.keyColumn;
+        source.baseSql = WithRowId(translated_.text, &source.updateTable, [conn, key](const QString& table) {
+            *key = conn->RowKeyColumn(table);
+            return *key;
+        });
+    }
     source.parameters = values_;
     return Recordset::Open(conn_, std::move(source), type);
 }

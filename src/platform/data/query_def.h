@@ -2,6 +2,7 @@
 // A named query stored in the database (or a temporary one): its SQL in the query
 // dialect, its parameters, and the recordsets opened from it.
 
+#include <functional>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -11,14 +12,15 @@
 
 #include "../automation/variant.h"
 #include "recordset.h"
+#include "sql_dialect.h"
 
 namespace BrevView::data {
 
-class SqliteConnection;
+class Connection;
 
 class QueryDef {
 public:
-    QueryDef(std::shared_ptr<SqliteConnection> connection, QString name, QString sql);
+    QueryDef(std::shared_ptr<Connection> connection, QString name, QString sql);
 
     const QString& Name() const { return name_; }
     const QString& SQL() const { return sql_; }
@@ -33,18 +35,21 @@ public:
     void Close();
 
 private:
-    std::shared_ptr<SqliteConnection> conn_;
+    std::shared_ptr<Connection> conn_;
     QString name_;
     QString sql_;
-    QString translated_;
+    TranslatedSql translated_;
     QStringList parameterNames_;
     std::vector<std::pair<QString, automation::Variant>> values_;
     bool closed_ = false;
 };
 
-// The SQL for a dynaset over `translatedSql`: when it reads one table, the row id is
-// added as a hidden last column and `*updateTable` names the table; otherwise the
-// statement is returned unchanged and `*updateTable` is empty (the dynaset is read-only).
-QString WithRowId(const QString& translatedSql, QString* updateTable);
+// The SQL for a dynaset over `translatedSql`: when it reads one table, that table's row
+// key (`keyColumn` of the table, asked of the engine) is added as a hidden last column
+// named brev_rowid; `*updateTable` names the table (even when it has no key, so that an
+// edit can say why it is refused). Otherwise the statement is returned unchanged and
+// `*updateTable` is empty. Without the hidden column the dynaset is read-only.
+QString WithRowId(const QString& translatedSql, QString* updateTable,
+                  const std::function<QString(const QString& table)>& keyColumn);
 
 }  // namespace BrevView::data

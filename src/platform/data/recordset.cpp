@@ -1,14 +1,12 @@
 #include "recordset.h"
 
-#include <sqlite3.h>
-
 #include <cstring>
 #include <limits>
 
 #include "../automation/conversions.h"
 #include "../automation/runtime_error.h"
 #include "sql_dialect.h"
-#include "sqlite_connection.h"
+#include "engine.h"
 
 namespace BrevView::data {
 namespace {
@@ -19,46 +17,23 @@ using automation::VarType;
 
 const QString kSource = QStringLiteral("BrevView.Data");
 
-bool DeclaredAs(const char* decl, std::initializer_list<const char*> words)
+void Bind(Statement& stmt, int index, const Variant& v)
 {
-    if (!decl)
-        return false;
-    const QByteArray upper = QByteArray(decl).toUpper();
-    for (const char* w : words) {
-        if (upper.contains(w))
-            return true;
-    }
-    return false;
-}
-
-void Bind(SqliteConnection& conn, sqlite3_stmt* stmt, int index, const Variant& v)
-{
-    int rc = SQLITE_OK;
     switch (v.type()) {
     case VarType::Empty:
-    case VarType::Null: rc = sqlite3_bind_null(stmt, index); break;
-    case VarType::Boolean: rc = sqlite3_bind_int(stmt, index, v.boolValue() ? 1 : 0); break;
-    case VarType::Long: rc = sqlite3_bind_int(stmt, index, v.longValue()); break;
-    case VarType::Double: rc = sqlite3_bind_double(stmt, index, v.doubleValue()); break;
-    case VarType::Currency: rc = sqlite3_bind_double(stmt, index, v.currencyValue().ToDouble()); break;
-    case VarType::Date: {
-        const QByteArray t = v.dateValue().ToCanonicalText().toUtf8();
-        rc = sqlite3_bind_text(stmt, index, t.constData(), int(t.size()), SQLITE_TRANSIENT);
-        break;
+    case VarType::Null: stmt.BindNull(index); break;
+    case VarType::Boolean: stmt.BindInt(index, v.boolValue() ? 1 : 0); break;
+    case VarType::Long: stmt.BindInt(index, v.longValue()); break;
+    case VarType::Double: stmt.BindReal(index, v.doubleValue()); break;
+    case VarType::Currency: stmt.BindReal(index, v.currencyValue().ToDouble()); break;
+    case VarType::Date: stmt.BindText(index, v.dateValue().ToCanonicalText().toUtf8()); break;
+    case VarType::String: stmt.BindText(index, v.stringValue().toUtf8()); break;
     }
-    case VarType::String: {
-        const QByteArray t = v.stringValue().toUtf8();
-        rc = sqlite3_bind_text(stmt, index, t.constData(), int(t.size()), SQLITE_TRANSIENT);
-        break;
-    }
-    }
-    if (rc != SQLITE_OK)
-        conn.RaiseFor(rc, QStringLiteral("Binding parameter %1").arg(index));
 }
 
 }  // namespace
 
-std::shared_ptr<Recordset> Recordset::Open(std::shared_ptr<SqliteConnection> connection, RecordsetSource source, int type)
+std::shared_ptr<Recordset> Recordset::Open(std::shared_ptr<Connection> connection, RecordsetSource source, int type)
 {
     if (!connection)
         Raise(automation::ErrObjectNotSet, kSource);
@@ -68,20 +43,18 @@ std::shared_ptr<Recordset> Recordset::Open(std::shared_ptr<SqliteConnection> con
     rs->conn_ = std::move(connection);
     rs->source_ = std::move(source);
     rs->type_ = type == dbOpenTable ? dbOpenDynaset : type;
-    rs->hasRowId_ = !rs->source_.updateTable.isEmpty();
-    rs->sql_ = ComposeSql(rs->source_);
-    rs->stmt_ = rs->conn_->Prepare(rs->sql_);
+    rs->sql_ = rs->ComposeSql(rs->source_);
+    rs->stmt_ = rs->conn_->Prepare(rs->sql_, rs->source_.parameterNames);
 
     // Parameters by name, as the query's parameter collection holds them.
-    const int count = sqlite3_bind_parameter_count(rs->stmt_);
+    const int count = rs->stmt_->ParameterCount();
     int missing = 0;
     for (int p = 1; p <= count; ++p) {
-        const char* raw = sqlite3_bind_parameter_name(rs->stmt_, p);
-        const QString name = raw ? QString::fromUtf8(raw) : QString();
+        const QString name = rs->stmt_->ParameterName(p);
         bool bound = false;
         for (const auto& [pname, value] : rs->source_.parameters) {
             if (pname.compare(name, Qt::CaseInsensitive) == 0) {
-                Bind(*rs->conn_, rs->stmt_, p, value);
+                Bind(*rs->stmt_, p, value);
                 bound = true;
                 break;
             }
@@ -94,24 +67,21 @@ std::shared_ptr<Recordset> Recordset::Open(std::shared_ptr<SqliteConnection> con
         Raise(automation::ErrTooFewParameters, kSource, QStringLiteral("Too few parameters. Expected %1.").arg(missing));
     }
 
-    rs->columnCount_ = sqlite3_column_count(rs->stmt_);
-    rs->fieldCount_ = rs->columnCount_ - (rs->hasRowId_ ? 1 : 0);
+    rs->columnCount_ = rs->stmt_->ColumnCount();
     for (int c = 0; c < rs->columnCount_; ++c) {
-        rs->names_.append(QString::fromUtf8(sqlite3_column_name(rs->stmt_, c)));
-        const char* decl = sqlite3_column_decltype(rs->stmt_, c);
-        rs->isDate_.push_back(DeclaredAs(decl, {"DATE", "TIME"}));
-        rs->isBool_.push_back(DeclaredAs(decl, {"BOOL", "BIT", "YESNO"}));
+        rs->names_.append(rs->stmt_->ColumnName(c));
+        const ColumnKind kind = rs->stmt_->Kind(c);
+        rs->isDate_.push_back(kind == ColumnKind::Date);
+        rs->isBool_.push_back(kind == ColumnKind::Bool);
     }
+    // A dynaset over a table with a row key reads it as a hidden last column.
+    rs->hasRowId_ = !rs->source_.updateTable.isEmpty() && rs->columnCount_ > 0 &&
+                    rs->names_.back().compare(QLatin1String("brev_rowid"), Qt::CaseInsensitive) == 0;
+    rs->fieldCount_ = rs->columnCount_ - (rs->hasRowId_ ? 1 : 0);
     return rs;
 }
 
-Recordset::~Recordset()
-{
-    if (stmt_)
-        sqlite3_finalize(stmt_);
-    if (updateStmt_)
-        sqlite3_finalize(updateStmt_);
-}
+Recordset::~Recordset() = default;
 
 bool Recordset::FieldUtf8(int index, const char** text, int* length)
 {
@@ -122,10 +92,9 @@ bool Recordset::FieldUtf8(int index, const char** text, int* length)
     if (editing_)
         return false;
     if (type_ == dbOpenForwardOnly || streaming_) {
-        if (sqlite3_column_type(stmt_, index) != SQLITE_TEXT)
+        if (stmt_->Type(index) != CellType::Text)
             return false;
-        *text = reinterpret_cast<const char*>(sqlite3_column_text(stmt_, index));
-        *length = sqlite3_column_bytes(stmt_, index);
+        *text = stmt_->Text(index, length);
         return true;
     }
     const Cell& cell = cells_[size_t(pos_ * columnCount_ + index)];
@@ -136,11 +105,13 @@ bool Recordset::FieldUtf8(int index, const char** text, int* length)
     return true;
 }
 
-QString Recordset::ComposeSql(const RecordsetSource& source)
+QString Recordset::ComposeSql(const RecordsetSource& source) const
 {
     if (source.where.isEmpty() && source.order.isEmpty())
         return source.baseSql;
-    QString sql = QStringLiteral("SELECT * FROM (") + source.baseSql + QLatin1Char(')');
+    // PostgreSQL wants a name for a sub-query in FROM.
+    QString sql = QStringLiteral("SELECT * FROM (") + source.baseSql +
+                  (conn_->dialect() == Dialect::PostgreSQL ? QStringLiteral(") AS brev_q") : QStringLiteral(")"));
     if (!source.where.isEmpty())
         sql += QStringLiteral(" WHERE (") + source.where.join(QStringLiteral(") AND (")) + QLatin1Char(')');
     if (!source.order.isEmpty())
@@ -158,13 +129,16 @@ bool Recordset::Step()
 {
     if (done_ || !stmt_)
         return false;
-    const int rc = sqlite3_step(stmt_);
-    if (rc == SQLITE_ROW)
-        return true;
-    done_ = true;
-    if (rc != SQLITE_DONE)
-        conn_->RaiseFor(rc, QStringLiteral("Reading \"%1\"").arg(sql_.left(200)));
-    return false;
+    bool row = false;
+    try {
+        row = stmt_->Step();
+    } catch (...) {
+        done_ = true;
+        throw;
+    }
+    if (!row)
+        done_ = true;
+    return row;
 }
 
 void Recordset::CacheCurrentRow()
@@ -173,13 +147,13 @@ void Recordset::CacheCurrentRow()
         Cell cell;
         cell.i = 0;
         cell.len = 0;
-        switch (sqlite3_column_type(stmt_, c)) {
-        case SQLITE_NULL: cell.kind = kNull; break;
-        case SQLITE_INTEGER: cell.kind = kInt; cell.i = sqlite3_column_int64(stmt_, c); break;
-        case SQLITE_FLOAT: cell.kind = kReal; cell.d = sqlite3_column_double(stmt_, c); break;
-        default: {
-            const char* t = reinterpret_cast<const char*>(sqlite3_column_text(stmt_, c));
-            const int n = sqlite3_column_bytes(stmt_, c);
+        switch (stmt_->Type(c)) {
+        case CellType::Null: cell.kind = kNull; break;
+        case CellType::Int: cell.kind = kInt; cell.i = stmt_->Int(c); break;
+        case CellType::Real: cell.kind = kReal; cell.d = stmt_->Real(c); break;
+        case CellType::Text: {
+            int n = 0;
+            const char* t = stmt_->Text(c, &n);
             cell.kind = kText;
             StoreText(cell, t, size_t(n));
             break;
@@ -246,7 +220,7 @@ void Recordset::Materialize()
     }
     // Records were passed without being kept: read the statement again from its start,
     // keeping every row, and stay on the same record.
-    sqlite3_reset(stmt_);
+    stmt_->Reset();
     done_ = false;
     const qint64 keep = pos_;
     rows_ = 0;
@@ -387,14 +361,14 @@ Variant Recordset::Field(int index)
         }
     }
     if (type_ == dbOpenForwardOnly || streaming_) {
-        const int t = sqlite3_column_type(stmt_, index);
-        switch (t) {
-        case SQLITE_NULL: return ValueOf(index, kNull, 0, 0, nullptr, 0);
-        case SQLITE_INTEGER: return ValueOf(index, kInt, sqlite3_column_int64(stmt_, index), 0, nullptr, 0);
-        case SQLITE_FLOAT: return ValueOf(index, kReal, 0, sqlite3_column_double(stmt_, index), nullptr, 0);
-        default: {
-            const char* text = reinterpret_cast<const char*>(sqlite3_column_text(stmt_, index));
-            return ValueOf(index, kText, 0, 0, text ? text : "", sqlite3_column_bytes(stmt_, index));
+        switch (stmt_->Type(index)) {
+        case CellType::Null: return ValueOf(index, kNull, 0, 0, nullptr, 0);
+        case CellType::Int: return ValueOf(index, kInt, stmt_->Int(index), 0, nullptr, 0);
+        case CellType::Real: return ValueOf(index, kReal, 0, stmt_->Real(index), nullptr, 0);
+        case CellType::Text: {
+            int length = 0;
+            const char* text = stmt_->Text(index, &length);
+            return ValueOf(index, kText, 0, 0, text, length);
         }
         }
     }
@@ -408,10 +382,15 @@ std::shared_ptr<Recordset> Recordset::OpenRecordset(int type)
 {
     CheckOpen();
     RecordsetSource next = source_;
-    if (!filter_.trimmed().isEmpty())
-        next.where.append(TranslateJetSql(filter_));
+    const Dialect dialect = conn_->dialect();
+    if (!filter_.trimmed().isEmpty()) {
+        const TranslatedSql where = TranslateJetSql(filter_, dialect);
+        if (!where.parameters.isEmpty())
+            Raise(automation::ErrTooFewParameters, kSource, QStringLiteral("Too few parameters. Expected %1.").arg(where.parameters.size()));
+        next.where.append(where.text);
+    }
     if (!sort_.trimmed().isEmpty())
-        next.order = TranslateJetSql(sort_);
+        next.order = TranslateJetOrder(sort_, dialect);
     const int t = type < 0 ? type_ : type;
     if (t != dbOpenDynaset)
         next.updateTable.clear();
@@ -431,6 +410,10 @@ void Recordset::Edit()
 {
     Start();
     RequireCurrent();
+    if (type_ == dbOpenDynaset && !hasRowId_ && !source_.updateTable.isEmpty())
+        Raise(automation::ErrCantUpdate, kSource,
+              QStringLiteral("Cannot update. Database or object is read-only: table '%1' has no primary key or unique "
+                             "index on one column to update a row by.").arg(source_.updateTable));
     if (type_ != dbOpenDynaset || !hasRowId_)
         Raise(automation::ErrCantUpdate, kSource, QStringLiteral("Cannot update. Database or object is read-only."));
     editing_ = true;
@@ -465,28 +448,35 @@ void Recordset::Update()
     RequireCurrent();
     if (!edits_.empty()) {
         const Cell& idCell = cells_[size_t(pos_ * columnCount_ + fieldCount_)];
+        // Positional parameters written $1, $2, ...: both engines read them so.
         QStringList sets;
+        int p = 1;
         for (const auto& e : edits_)
-            sets.append(QLatin1Char('"') + names_[e.first] + QStringLiteral("\" = ?"));
-        const QString sql = QStringLiteral("UPDATE \"%1\" SET %2 WHERE rowid = ?").arg(source_.updateTable, sets.join(QStringLiteral(", ")));
+            sets.append(QLatin1Char('"') + names_[e.first] + QStringLiteral("\" = $") + QString::number(p++));
+        // PostgreSQL's tables have folded names: the table is named as the query named it.
+        const QString table = conn_->dialect() == Dialect::PostgreSQL ? source_.updateTable
+                                                                      : QLatin1Char('"') + source_.updateTable + QLatin1Char('"');
+        const QString sql = QStringLiteral("UPDATE %1 SET %2 WHERE %3 = $%4")
+                                .arg(table, sets.join(QStringLiteral(", ")), source_.keyColumn)
+                                .arg(p);
         if (!updateStmt_ || sql != updateSql_) {
-            if (updateStmt_)
-                sqlite3_finalize(updateStmt_);
-            updateStmt_ = nullptr;
+            updateStmt_.reset();
             updateStmt_ = conn_->Prepare(sql);
             updateSql_ = sql;
         }
-        sqlite3_stmt* stmt = updateStmt_;
-        sqlite3_reset(stmt);
-        sqlite3_clear_bindings(stmt);
-        int p = 1;
+        Statement& stmt = *updateStmt_;
+        stmt.Reset();
+        p = 1;
         for (const auto& e : edits_)
-            Bind(*conn_, stmt, p++, e.second);
-        sqlite3_bind_int64(stmt, p, idCell.i);
-        const int rc = sqlite3_step(stmt);
-        sqlite3_reset(stmt);
-        if (rc != SQLITE_DONE)
-            conn_->RaiseFor(rc, QStringLiteral("Updating %1").arg(source_.updateTable));
+            Bind(stmt, p++, e.second);
+        switch (idCell.kind) {
+        case kInt: stmt.BindInt(p, idCell.i); break;
+        case kReal: stmt.BindReal(p, idCell.d); break;
+        case kText: stmt.BindText(p, QByteArray(TextOf(idCell), int(idCell.len))); break;
+        default: stmt.BindNull(p); break;
+        }
+        stmt.Step();
+        stmt.Reset();
         // Keep the cached record in step with what was written.
         for (const auto& [col, value] : edits_) {
             Cell& cell = cells_[size_t(pos_ * columnCount_ + col)];
@@ -515,14 +505,8 @@ void Recordset::Update()
 
 void Recordset::Close()
 {
-    if (stmt_) {
-        sqlite3_finalize(stmt_);
-        stmt_ = nullptr;
-    }
-    if (updateStmt_) {
-        sqlite3_finalize(updateStmt_);
-        updateStmt_ = nullptr;
-    }
+    stmt_.reset();
+    updateStmt_.reset();
     closed_ = true;
     cells_.Clear();
     text_.Clear();

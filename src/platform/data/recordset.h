@@ -1,5 +1,5 @@
 #pragma once
-// A recordset over SQLite with the navigation of the original data objects:
+// A recordset over a statement of the database engine, with the navigation of the original data objects:
 // snapshot, dynaset and forward-only; Filter and Sort followed by OpenRecordset;
 // Edit, field assignment and Update on dynasets. Rows are read straight from the
 // statement: a forward-only recordset keeps nothing, the others keep each fetched
@@ -15,11 +15,10 @@
 #include "../automation/variant.h"
 #include "../block_buffer.h"
 
-struct sqlite3_stmt;
-
 namespace BrevView::data {
 
-class SqliteConnection;
+class Connection;
+class Statement;
 
 enum RecordsetTypeEnum : int {
     dbOpenTable = 1,
@@ -32,15 +31,17 @@ enum RecordsetTypeEnum : int {
 // and the filters and order stacked on it by OpenRecordset.
 struct RecordsetSource {
     QString baseSql;
+    QStringList parameterNames;  // of $1, $2, ... where the engine numbers them
     std::vector<std::pair<QString, automation::Variant>> parameters;
     QStringList where;
     QString order;
     QString updateTable;  // dynasets over one table: the table that Update writes to
+    QString keyColumn;    // the column of updateTable that Update finds a row by
 };
 
 class Recordset : public std::enable_shared_from_this<Recordset> {
 public:
-    static std::shared_ptr<Recordset> Open(std::shared_ptr<SqliteConnection> connection, RecordsetSource source, int type);
+    static std::shared_ptr<Recordset> Open(std::shared_ptr<Connection> connection, RecordsetSource source, int type);
     ~Recordset();
     Recordset(const Recordset&) = delete;
     Recordset& operator=(const Recordset&) = delete;
@@ -104,13 +105,13 @@ private:
     void FetchAll();
     void RequireCurrent() const;
     automation::Variant ValueOf(int col, int kind, qint64 i, double d, const char* text, int len) const;
-    static QString ComposeSql(const RecordsetSource& source);
+    QString ComposeSql(const RecordsetSource& source) const;
 
-    std::shared_ptr<SqliteConnection> conn_;
+    std::shared_ptr<Connection> conn_;
     RecordsetSource source_;
     QString sql_;
     int type_ = dbOpenSnapshot;
-    sqlite3_stmt* stmt_ = nullptr;
+    std::unique_ptr<Statement> stmt_;
     int columnCount_ = 0;
     int fieldCount_ = 0;
     bool hasRowId_ = false;
@@ -139,7 +140,7 @@ private:
     QString filter_;
     QString sort_;
 
-    sqlite3_stmt* updateStmt_ = nullptr;  // the last UPDATE, kept for the next record
+    std::unique_ptr<Statement> updateStmt_;  // the last UPDATE, kept for the next record
     QString updateSql_;
     bool editing_ = false;
     std::vector<std::pair<int, automation::Variant>> edits_;

@@ -4,6 +4,7 @@
 
 #include "../automation/ole_date.h"
 #include "../automation/runtime_error.h"
+#include "../host/clock.h"
 
 namespace BrevView::data {
 namespace {
@@ -24,8 +25,14 @@ QString Quote(const QString& name)
     return QLatin1Char('"') + q + QLatin1Char('"');
 }
 
-// #m/d/yyyy# with an optional time "h:mm[:ss] [AM|PM]".
-QString DateLiteral(const QString& body, const QString& sql)
+QString TimestampLiteral(const automation::Date& d, Dialect dialect)
+{
+    const QString text = QLatin1Char('\'') + d.ToCanonicalText() + QLatin1Char('\'');
+    return dialect == Dialect::PostgreSQL ? QStringLiteral("TIMESTAMP ") + text : text;
+}
+
+// #m/d/yyyy# with an optional time "h:mm[:ss] [AM|PM]", as the engine's literal.
+QString DateLiteral(const QString& body, const QString& sql, Dialect dialect)
 {
     static const QRegularExpression re(QStringLiteral(
         R"(^\s*(\d{1,2})/(\d{1,2})/(\d{1,4})(?:\s+(\d{1,2}):(\d{2})(?::(\d{2}))?\s*(AM|PM|am|pm)?)?\s*$)"));
@@ -48,7 +55,7 @@ QString DateLiteral(const QString& body, const QString& sql)
     if (!QDate(year, month, day).isValid() || year < 100 || hour > 23 || minute > 59 || second > 59)
         Fail(QStringLiteral("date literal #%1# is not a date").arg(body), sql);
     const automation::Date d = automation::Date::FromParts(year, month, day, hour, minute, second);
-    return QLatin1Char('\'') + d.ToCanonicalText() + QLatin1Char('\'');
+    return TimestampLiteral(d, dialect);
 }
 
 // Reads one name at `i`: a bare word or a [bracketed] name. Returns false at anything else.
@@ -75,6 +82,94 @@ bool ReadName(const QString& s, qsizetype& i, QString* name, bool* bracketed)
     return false;
 }
 
+// A name for PostgreSQL: bare (folded to lower case, as the tables were made) when it is a
+// plain word, else quoted in lower case.
+QString PgName(const QString& name)
+{
+    bool plain = !name.isEmpty() && IsIdentStart(name[0]);
+    for (QChar c : name)
+        plain = plain && IsIdentChar(c) && c.unicode() < 128;
+    return plain ? name : Quote(name.toLower());
+}
+
+bool IsWord(const QString& s, qsizetype at, QLatin1String word)
+{
+    if (at < 0 || at + word.size() > s.size() || QStringView(s).mid(at, word.size()).compare(word, Qt::CaseInsensitive) != 0)
+        return false;
+    const bool before = at == 0 || !IsIdentChar(s[at - 1]);
+    const bool after = at + word.size() == s.size() || !IsIdentChar(s[at + word.size()]);
+    return before && after;
+}
+
+// Adds NULLS FIRST to each ascending term and NULLS LAST to each descending one of an
+// ORDER BY list (translated text), up to a LIMIT or OFFSET at the same depth.
+QString WithNullOrder(const QString& list)
+{
+    QString out;
+    QString term;
+    int depth = 0;
+    bool inString = false;
+    qsizetype i = 0;
+    auto flush = [&] {
+        const QString t = term.trimmed();
+        if (!t.isEmpty()) {
+            const bool desc = t.size() >= 4 && IsWord(t, t.size() - 4, QLatin1String("DESC"));
+            out += t + (desc ? QStringLiteral(" NULLS LAST") : QStringLiteral(" NULLS FIRST"));
+        }
+        term.clear();
+    };
+    for (; i < list.size(); ++i) {
+        const QChar c = list[i];
+        if (c == QLatin1Char('\'') && !inString) {
+            inString = true;
+        } else if (c == QLatin1Char('\'') && inString) {
+            inString = false;
+        } else if (!inString && c == QLatin1Char('(')) {
+            ++depth;
+        } else if (!inString && c == QLatin1Char(')')) {
+            --depth;
+        } else if (!inString && depth == 0 && c == QLatin1Char(',')) {
+            flush();
+            out += QStringLiteral(", ");
+            continue;
+        } else if (!inString && depth == 0 && (IsWord(list, i, QLatin1String("LIMIT")) || IsWord(list, i, QLatin1String("OFFSET")))) {
+            break;
+        }
+        term += c;
+    }
+    flush();
+    if (i < list.size())
+        out += QLatin1Char(' ') + list.mid(i);
+    return out;
+}
+
+// Where the statement's own ORDER BY list starts (after the keywords), at the outermost
+// level; -1 when it has none.
+qsizetype OrderListStart(const QString& sql)
+{
+    int depth = 0;
+    bool inString = false;
+    for (qsizetype i = 0; i < sql.size(); ++i) {
+        const QChar c = sql[i];
+        if (c == QLatin1Char('\''))
+            inString = !inString;
+        else if (inString)
+            continue;
+        else if (c == QLatin1Char('('))
+            ++depth;
+        else if (c == QLatin1Char(')'))
+            --depth;
+        else if (depth == 0 && IsWord(sql, i, QLatin1String("ORDER"))) {
+            qsizetype k = i + 5;
+            while (k < sql.size() && sql[k].isSpace())
+                ++k;
+            if (IsWord(sql, k, QLatin1String("BY")))
+                return k + 2;
+        }
+    }
+    return -1;
+}
+
 QString FunctionName(const QString& word)
 {
     static const char* const kMap[][2] = {
@@ -91,8 +186,10 @@ QString FunctionName(const QString& word)
 
 }  // namespace
 
-QString TranslateJetSql(const QString& sql)
+TranslatedSql TranslateJetSql(const QString& sql, Dialect dialect)
 {
+    const bool pg = dialect == Dialect::PostgreSQL;
+    TranslatedSql result;
     QString out;
     out.reserve(sql.size() + 16);
     const qsizetype n = sql.size();
@@ -125,14 +222,25 @@ QString TranslateJetSql(const QString& sql)
             const qsizetype close = sql.indexOf(QLatin1Char('#'), i + 1);
             if (close < 0)
                 Fail(QStringLiteral("unclosed date literal"), sql);
-            out += DateLiteral(sql.mid(i + 1, close - i - 1), sql);
+            out += DateLiteral(sql.mid(i + 1, close - i - 1), sql, dialect);
             i = close + 1;
         } else if (c == QLatin1Char('@') || c == QLatin1Char(':') || c == QLatin1Char('$')) {
             // A named parameter: keep it whole so that its name is not translated.
-            out += c;
+            QString name = c;
             ++i;
             while (i < n && IsIdentChar(sql[i]))
-                out += sql[i++];
+                name += sql[i++];
+            if (pg) {
+                // PostgreSQL numbers its parameters; one name is one number.
+                qsizetype k = 0;
+                while (k < result.parameters.size() && result.parameters[k].compare(name, Qt::CaseInsensitive) != 0)
+                    ++k;
+                if (k == result.parameters.size())
+                    result.parameters.append(name);
+                out += QLatin1Char('$') + QString::number(k + 1);
+            } else {
+                out += name;
+            }
         } else if (c == QLatin1Char('[') || IsIdentStart(c)) {
             QString name;
             bool bracketed = false;
@@ -145,7 +253,7 @@ QString TranslateJetSql(const QString& sql)
                 ReadName(sql, i, &name, &bracketed);
             }
             if (bracketed) {
-                out += Quote(name);
+                out += pg ? PgName(name) : Quote(name);
                 continue;
             }
             qsizetype k = i;
@@ -153,12 +261,27 @@ QString TranslateJetSql(const QString& sql)
                 ++k;
             const bool call = k < n && sql[k] == QLatin1Char('(');
             const QString fn = call ? FunctionName(name) : QString();
-            if (!fn.isEmpty())
+            if (!fn.isEmpty() && pg) {
+                // date_part('year', x) for Year(x); Date() and Now() as the clock reads now.
+                const QString part = fn.mid(5);
+                i = k + 1;
+                if (part == QLatin1String("date") || part == QLatin1String("now")) {
+                    qsizetype close = i;
+                    while (close < n && sql[close].isSpace())
+                        ++close;
+                    if (close >= n || sql[close] != QLatin1Char(')'))
+                        Fail(QStringLiteral("%1() takes no argument").arg(name), sql);
+                    i = close + 1;
+                    out += TimestampLiteral(part == QLatin1String("date") ? host::Clock::Today() : host::Clock::Now(), dialect);
+                } else {
+                    out += QStringLiteral("date_part('%1', ").arg(part);
+                }
+            } else if (!fn.isEmpty())
                 out += fn;
             else if (name.compare(QLatin1String("True"), Qt::CaseInsensitive) == 0)
-                out += QLatin1Char('1');
+                out += pg ? QStringLiteral("true") : QStringLiteral("1");
             else if (name.compare(QLatin1String("False"), Qt::CaseInsensitive) == 0)
-                out += QLatin1Char('0');
+                out += pg ? QStringLiteral("false") : QStringLiteral("0");
             else if (name.compare(QLatin1String("Mod"), Qt::CaseInsensitive) == 0)
                 out += QLatin1Char('%');
             else
@@ -177,7 +300,24 @@ QString TranslateJetSql(const QString& sql)
     // A trailing ";" (and blanks) would stop the text being wrapped as a sub-query.
     while (!out.isEmpty() && (out.back().isSpace() || out.back() == QLatin1Char(';')))
         out.chop(1);
-    return out;
+    if (pg) {
+        const qsizetype order = OrderListStart(out);
+        if (order >= 0)
+            out = out.left(order) + QLatin1Char(' ') + WithNullOrder(out.mid(order));
+    }
+    result.text = out;
+    return result;
+}
+
+QString TranslateJetSql(const QString& sql)
+{
+    return TranslateJetSql(sql, Dialect::SQLite).text;
+}
+
+QString TranslateJetOrder(const QString& order, Dialect dialect)
+{
+    const QString text = TranslateJetSql(order, dialect).text;
+    return dialect == Dialect::PostgreSQL ? WithNullOrder(text) : text;
 }
 
 }  // namespace BrevView::data

@@ -4,8 +4,8 @@
 
 namespace BrevView::data {
 
-Workspace::Workspace(QString name, QString userName, int type)
-    : name_(std::move(name)), userName_(std::move(userName)), type_(type)
+Workspace::Workspace(QString name, QString userName, QString password, int type)
+    : name_(std::move(name)), userName_(std::move(userName)), password_(std::move(password)), type_(type)
 {
 }
 
@@ -13,7 +13,7 @@ std::shared_ptr<Database> Workspace::OpenDatabase(const QString& path, bool, boo
 {
     if (!open_)
         automation::Raise(3420, QStringLiteral("BrevView.Data"), QStringLiteral("Object invalid or no longer set."));
-    std::shared_ptr<Database> db = Database::Open(path, connect);
+    std::shared_ptr<Database> db = Database::Open(path, connect, userName_, password_);
     databases_.push_back(db);
     return db;
 }
@@ -34,10 +34,9 @@ std::shared_ptr<DBEngine> DBEngine::ForThisThread()
     return engine;
 }
 
-std::shared_ptr<Workspace> DBEngine::CreateWorkspace(const QString& name, const QString& userName, const QString&, int type)
+std::shared_ptr<Workspace> DBEngine::CreateWorkspace(const QString& name, const QString& userName, const QString& password, int type)
 {
-    // The password is deliberately not kept: SQLite has no use for it.
-    auto ws = std::make_shared<Workspace>(name, userName, type);
+    auto ws = std::make_shared<Workspace>(name, userName, password, type);
     workspaces_.push_back(ws);
     return ws;
 }

@@ -4,7 +4,7 @@
 #include <QStorageInfo>
 
 #include "data_fixture.h"
-#include "platform/data/sqlite_connection.h"
+#include "platform/data/sqlite/sqlite_connection.h"
 
 namespace BrevView::test {
 namespace {
@@ -39,7 +39,7 @@ TEST_F(DataTest, FilesAreReadThroughAMemoryMapOnlyOnLocalFileSystems)
     // The test database's own connection follows its file system's type.
     const bool local = data::SqliteConnection::MapsFilesOn(QStorageInfo(path_).fileSystemType());
     sqlite3_stmt* s = nullptr;
-    ASSERT_EQ(sqlite3_prepare_v2(db_->connection()->handle(), "PRAGMA mmap_size", -1, &s, nullptr), SQLITE_OK);
+    ASSERT_EQ(sqlite3_prepare_v2(static_cast<data::SqliteConnection&>(*db_->connection()).handle(), "PRAGMA mmap_size", -1, &s, nullptr), SQLITE_OK);
     ASSERT_EQ(sqlite3_step(s), SQLITE_ROW);
     EXPECT_EQ(sqlite3_column_int64(s, 0), local ? 1073741824 : 0) << QStorageInfo(path_).fileSystemType().constData();
     sqlite3_finalize(s);

@@ -1,7 +1,7 @@
 #include <sqlite3.h>
 
 #include "data_fixture.h"
-#include "platform/data/sqlite_connection.h"
+#include "platform/data/sqlite/sqlite_connection.h"
 
 namespace BrevView::test {
 namespace {
@@ -47,7 +47,7 @@ void CountingKey(sqlite3_context* ctx, int, sqlite3_value** argv)
 TEST_F(DataTest, SnapshotGoingToItsLastRecordFromTheFirstRunsTheStatementOnce)
 {
     int calls = 0;
-    sqlite3_create_function(db_->connection()->handle(), "counting_key", 1, SQLITE_UTF8, &calls, CountingKey, nullptr, nullptr);
+    sqlite3_create_function(static_cast<data::SqliteConnection&>(*db_->connection()).handle(), "counting_key", 1, SQLITE_UTF8, &calls, CountingKey, nullptr, nullptr);
     auto rs = db_->OpenRecordset(QStringLiteral("SELECT IboID FROM IboMain ORDER BY counting_key(IboNumber) DESC"), dbOpenSnapshot);
     EXPECT_EQ(rs->Field(0).longValue(), 5);
     rs->MoveLast();

@@ -1,22 +1,24 @@
 #pragma once
-// One open SQLite database file, shared by the database object and every
-// recordset read from it, so that a recordset outlives a closed database safely.
+// One open SQLite database file, shared by the database object and every recordset read
+// from it, so that a recordset outlives a closed database safely.
 
 #include <memory>
 
 #include <QString>
+
+#include "../engine.h"
 
 struct sqlite3;
 struct sqlite3_stmt;
 
 namespace BrevView::data {
 
-class SqliteConnection {
+class SqliteConnection final : public Connection {
 public:
     // Error 3024 for a missing file, 3343 for a file that is not a database, 3051 when
     // the file cannot be opened.
     static std::shared_ptr<SqliteConnection> Open(const QString& path);
-    ~SqliteConnection();
+    ~SqliteConnection() override;
     SqliteConnection(const SqliteConnection&) = delete;
     SqliteConnection& operator=(const SqliteConnection&) = delete;
 
@@ -28,10 +30,22 @@ public:
     sqlite3* handle() const { return db_; }
     const QString& path() const { return path_; }
 
+    Dialect dialect() const override { return Dialect::SQLite; }
+    QString DisplayName() const override { return path_; }
+    std::unique_ptr<Statement> Prepare(const QString& sql, const QStringList& parameterNames = {}) override;
+    void Execute(const QString& sql) override;
+    // A write transaction from its start (BEGIN IMMEDIATE): a second writer waits for the
+    // lock here, not halfway through the writes.
+    void Begin() override { Execute(QStringLiteral("BEGIN IMMEDIATE")); }
+    void Commit() override { Execute(QStringLiteral("COMMIT")); }
+    void Rollback() override { Execute(QStringLiteral("ROLLBACK")); }
+    qint64 Changes() const override;
+    QString RowKeyColumn(const QString&) override { return QStringLiteral("rowid"); }
+    bool LookUpQuery(const QString& name, QString* sql) override;
+    void SaveQuery(const QString& name, const QString& sql) override;
+
     // Prepares `sql` (already in SQLite's dialect); error 3129 and the engine's reason on failure.
-    sqlite3_stmt* Prepare(const QString& sql);
-    // Runs a statement without rows.
-    void Execute(const QString& sql);
+    sqlite3_stmt* PrepareRaw(const QString& sql);
     // Raises the numbered error that matches SQLite result `rc` for `what`.
     [[noreturn]] void RaiseFor(int rc, const QString& what) const;
 

@@ -5,9 +5,9 @@
 #include <QFileInfo>
 #include <QStorageInfo>
 
-#include "../automation/ole_date.h"
-#include "../automation/runtime_error.h"
-#include "../host/clock.h"
+#include "../../automation/ole_date.h"
+#include "../../automation/runtime_error.h"
+#include "../../host/clock.h"
 
 namespace BrevView::data {
 namespace {
@@ -93,6 +93,83 @@ void RegisterFunctions(sqlite3* db)
     sqlite3_create_function(db, "brev_month", 1, flags | SQLITE_DETERMINISTIC, nullptr, FnDatePart<1>, nullptr, nullptr);
     sqlite3_create_function(db, "brev_day", 1, flags | SQLITE_DETERMINISTIC, nullptr, FnDatePart<2>, nullptr, nullptr);
 }
+
+// A prepared SQLite statement: every call goes straight to SQLite.
+class SqliteStatement final : public Statement {
+public:
+    SqliteStatement(SqliteConnection& conn, sqlite3_stmt* stmt) : conn_(conn), stmt_(stmt) {}
+    ~SqliteStatement() override { sqlite3_finalize(stmt_); }
+
+    int ParameterCount() const override { return sqlite3_bind_parameter_count(stmt_); }
+    QString ParameterName(int index) const override
+    {
+        const char* raw = sqlite3_bind_parameter_name(stmt_, index);
+        return raw ? QString::fromUtf8(raw) : QString();
+    }
+    void BindNull(int index) override { Check(sqlite3_bind_null(stmt_, index), index); }
+    void BindInt(int index, qint64 value) override { Check(sqlite3_bind_int64(stmt_, index, value), index); }
+    void BindReal(int index, double value) override { Check(sqlite3_bind_double(stmt_, index, value), index); }
+    void BindText(int index, const QByteArray& utf8) override
+    {
+        Check(sqlite3_bind_text(stmt_, index, utf8.constData(), int(utf8.size()), SQLITE_TRANSIENT), index);
+    }
+
+    bool Step() override
+    {
+        const int rc = sqlite3_step(stmt_);
+        if (rc == SQLITE_ROW)
+            return true;
+        sqlite3_reset(stmt_);
+        if (rc != SQLITE_DONE)
+            conn_.RaiseFor(rc, QStringLiteral("Reading \"%1\"").arg(QString::fromUtf8(sqlite3_sql(stmt_)).left(200)));
+        return false;
+    }
+    void Reset() override { sqlite3_reset(stmt_); }
+
+    int ColumnCount() const override { return sqlite3_column_count(stmt_); }
+    QString ColumnName(int column) const override { return QString::fromUtf8(sqlite3_column_name(stmt_, column)); }
+    ColumnKind Kind(int column) const override
+    {
+        const char* decl = sqlite3_column_decltype(stmt_, column);
+        if (!decl)
+            return ColumnKind::Plain;
+        const QByteArray upper = QByteArray(decl).toUpper();
+        if (upper.contains("DATE") || upper.contains("TIME"))
+            return ColumnKind::Date;
+        if (upper.contains("BOOL") || upper.contains("BIT") || upper.contains("YESNO"))
+            return ColumnKind::Bool;
+        return ColumnKind::Plain;
+    }
+
+    CellType Type(int column) override
+    {
+        switch (sqlite3_column_type(stmt_, column)) {
+        case SQLITE_NULL: return CellType::Null;
+        case SQLITE_INTEGER: return CellType::Int;
+        case SQLITE_FLOAT: return CellType::Real;
+        default: return CellType::Text;
+        }
+    }
+    qint64 Int(int column) override { return sqlite3_column_int64(stmt_, column); }
+    double Real(int column) override { return sqlite3_column_double(stmt_, column); }
+    const char* Text(int column, int* length) override
+    {
+        const char* text = reinterpret_cast<const char*>(sqlite3_column_text(stmt_, column));
+        *length = sqlite3_column_bytes(stmt_, column);
+        return text ? text : "";
+    }
+
+private:
+    void Check(int rc, int index)
+    {
+        if (rc != SQLITE_OK)
+            conn_.RaiseFor(rc, QStringLiteral("Binding parameter %1").arg(index));
+    }
+    SqliteConnection& conn_;
+    sqlite3_stmt* stmt_;
+};
+
+const char* const kCatalogue = "BrevQueryDefs";
 
 }  // namespace
 
@@ -183,7 +260,7 @@ void SqliteConnection::RaiseFor(int rc, const QString& what) const
     }
 }
 
-sqlite3_stmt* SqliteConnection::Prepare(const QString& sql)
+sqlite3_stmt* SqliteConnection::PrepareRaw(const QString& sql)
 {
     sqlite3_stmt* stmt = nullptr;
     const QByteArray utf8 = sql.toUtf8();
@@ -196,15 +273,63 @@ sqlite3_stmt* SqliteConnection::Prepare(const QString& sql)
     return stmt;
 }
 
+std::unique_ptr<Statement> SqliteConnection::Prepare(const QString& sql, const QStringList&)
+{
+    return std::make_unique<SqliteStatement>(*this, PrepareRaw(sql));
+}
+
 void SqliteConnection::Execute(const QString& sql)
 {
-    sqlite3_stmt* stmt = Prepare(sql);
+    sqlite3_stmt* stmt = PrepareRaw(sql);
     int rc = SQLITE_ROW;
     while (rc == SQLITE_ROW)
         rc = sqlite3_step(stmt);
     sqlite3_finalize(stmt);
     if (rc != SQLITE_DONE)
         RaiseFor(rc, QStringLiteral("Running \"%1\"").arg(sql.left(200)));
+}
+
+qint64 SqliteConnection::Changes() const
+{
+    return sqlite3_changes64(db_);
+}
+
+bool SqliteConnection::LookUpQuery(const QString& name, QString* sql)
+{
+    sqlite3_stmt* stmt = nullptr;
+    const QByteArray text = QStringLiteral("SELECT SQL FROM %1 WHERE Name = ?1 COLLATE NOCASE").arg(QLatin1String(kCatalogue)).toUtf8();
+    int rc = sqlite3_prepare_v2(db_, text.constData(), int(text.size()), &stmt, nullptr);
+    if (rc != SQLITE_OK) {
+        // No catalogue yet: no stored query at all.
+        sqlite3_finalize(stmt);
+        return false;
+    }
+    const QByteArray n = name.toUtf8();
+    sqlite3_bind_text(stmt, 1, n.constData(), int(n.size()), SQLITE_TRANSIENT);
+    rc = sqlite3_step(stmt);
+    if (rc == SQLITE_ROW)
+        *sql = QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(stmt, 0)), sqlite3_column_bytes(stmt, 0));
+    sqlite3_finalize(stmt);
+    if (rc != SQLITE_ROW && rc != SQLITE_DONE)
+        RaiseFor(rc, QStringLiteral("Looking up query '%1'").arg(name));
+    return rc == SQLITE_ROW;
+}
+
+void SqliteConnection::SaveQuery(const QString& name, const QString& sql)
+{
+    Execute(QStringLiteral("CREATE TABLE IF NOT EXISTS %1 (Name TEXT PRIMARY KEY COLLATE NOCASE, SQL TEXT NOT NULL)")
+                .arg(QLatin1String(kCatalogue)));
+    sqlite3_stmt* stmt = PrepareRaw(QStringLiteral("INSERT INTO %1 (Name, SQL) VALUES (?1, ?2)").arg(QLatin1String(kCatalogue)));
+    const QByteArray n = name.toUtf8();
+    const QByteArray s = sql.toUtf8();
+    sqlite3_bind_text(stmt, 1, n.constData(), int(n.size()), SQLITE_TRANSIENT);
+    sqlite3_bind_text(stmt, 2, s.constData(), int(s.size()), SQLITE_TRANSIENT);
+    const int rc = sqlite3_step(stmt);
+    sqlite3_finalize(stmt);
+    if (rc == SQLITE_CONSTRAINT)
+        Raise(automation::ErrObjectExists, kSource, QStringLiteral("Object '%1' already exists.").arg(name));
+    if (rc != SQLITE_DONE)
+        RaiseFor(rc, QStringLiteral("Saving query '%1'").arg(name));
 }
 
 void SqliteConnection::SetVfs(const QByteArray& name)

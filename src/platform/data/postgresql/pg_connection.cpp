@@ -1,0 +1,556 @@
+#include "pg_connection.h"
+
+#include <libpq-fe.h>
+
+#include <charconv>
+#include <cmath>
+#include <deque>
+
+#include "../../automation/runtime_error.h"
+
+namespace BrevView::data {
+namespace {
+
+using automation::Raise;
+
+const QString kSource = QStringLiteral("BrevView.Data");
+
+// Type oids of the built-in types the IBO tables use (pg_type.h).
+constexpr Oid kBool = 16, kInt8 = 20, kInt2 = 21, kInt4 = 23, kOid = 26, kFloat4 = 700, kFloat8 = 701,
+              kDate = 1082, kTime = 1083, kTimestamp = 1114, kTimestampTz = 1184, kNumeric = 1700;
+
+QString Utf8(const char* text)
+{
+    return QString::fromUtf8(text ? text : "").trimmed();
+}
+
+// One result, freed with its owner.
+struct Result {
+    PGresult* r = nullptr;
+    explicit Result(PGresult* res = nullptr) : r(res) {}
+    ~Result() { PQclear(r); }
+    Result(const Result&) = delete;
+    Result& operator=(const Result&) = delete;
+};
+
+}  // namespace
+
+// A statement prepared on the server under its own name, run with its parameters as text
+// and read back as text, one row per result (single-row mode).
+class PgStatement final : public Statement {
+public:
+    PgStatement(PgConnection& conn, QByteArray sql, QStringList parameterNames)
+        : conn_(conn), sql_(std::move(sql)), names_(std::move(parameterNames))
+    {
+        PrepareOnServer();
+    }
+    ~PgStatement() override
+    {
+        Abandon();
+        PQclear(row_);
+        for (PGresult* r : kept_)
+            PQclear(r);
+        conn_.Forget(this, name_, generation_);
+    }
+
+    int ParameterCount() const override { return int(values_.size()); }
+    QString ParameterName(int index) const override { return index - 1 < names_.size() ? names_[index - 1] : QString(); }
+    void BindNull(int index) override { Bind(index, QByteArray()); }
+    void BindInt(int index, qint64 value) override { Bind(index, QByteArray::number(value)); }
+    void BindReal(int index, double value) override
+    {
+        char buf[32];
+        const auto end = std::to_chars(buf, buf + sizeof buf, value).ptr;
+        Bind(index, QByteArray(buf, int(end - buf)));
+    }
+    void BindText(int index, const QByteArray& utf8) override { Bind(index, utf8.isNull() ? QByteArray("") : utf8); }
+
+    bool Step() override
+    {
+        PQclear(row_);
+        row_ = nullptr;
+        if (finished_)
+            return false;
+        if (!running_)
+            Run();
+        PGresult* next = Next();
+        if (!next) {
+            finished_ = true;
+            return false;
+        }
+        row_ = next;
+        return true;
+    }
+
+    void Reset() override
+    {
+        Abandon();
+        PQclear(row_);
+        row_ = nullptr;
+        running_ = false;
+        finished_ = false;
+    }
+
+    int ColumnCount() const override { return int(types_.size()); }
+    QString ColumnName(int column) const override { return columnNames_.value(column); }
+    ColumnKind Kind(int column) const override
+    {
+        switch (types_[size_t(column)]) {
+        case kDate:
+        case kTime:
+        case kTimestamp:
+        case kTimestampTz: return ColumnKind::Date;
+        case kBool: return ColumnKind::Bool;
+        default: return ColumnKind::Plain;
+        }
+    }
+
+    CellType Type(int column) override
+    {
+        if (PQgetisnull(row_, 0, column))
+            return CellType::Null;
+        switch (types_[size_t(column)]) {
+        case kBool:
+        case kInt2:
+        case kInt4:
+        case kInt8:
+        case kOid: return CellType::Int;
+        case kFloat4:
+        case kFloat8: return CellType::Real;
+        case kNumeric: {
+            // As a numeric column of SQLite keeps it: a whole number is an integer.
+            const double d = Real(column);
+            return std::isfinite(d) && d == std::trunc(d) && std::fabs(d) < 9.0e15 ? CellType::Int : CellType::Real;
+        }
+        default: return CellType::Text;
+        }
+    }
+    qint64 Int(int column) override
+    {
+        const char* text = PQgetvalue(row_, 0, column);
+        if (types_[size_t(column)] == kBool)
+            return text[0] == 't' ? 1 : 0;
+        if (types_[size_t(column)] == kNumeric)
+            return qint64(Real(column));
+        qint64 v = 0;
+        std::from_chars(text, text + PQgetlength(row_, 0, column), v);
+        return v;
+    }
+    double Real(int column) override
+    {
+        // Read in the C form whatever the process locale: the server writes a point.
+        const char* text = PQgetvalue(row_, 0, column);
+        double v = 0;
+        std::from_chars(text, text + PQgetlength(row_, 0, column), v);
+        return v;
+    }
+    const char* Text(int column, int* length) override
+    {
+        *length = PQgetlength(row_, 0, column);
+        return PQgetvalue(row_, 0, column);
+    }
+
+    // Another statement needs the session: read what is left of this one's rows and keep them.
+    void Keep()
+    {
+        while (PGresult* r = Receive())
+            kept_.push_back(r);
+        reading_ = false;
+    }
+
+private:
+    void PrepareOnServer()
+    {
+        generation_ = conn_.Ready(nullptr);
+        name_ = conn_.NextStatementName();
+        Result prepared(PQprepare(conn_.handle(), name_.constData(), sql_.constData(), 0, nullptr));
+        if (PQresultStatus(prepared.r) != PGRES_COMMAND_OK) {
+            const QString what = QStringLiteral("Preparing \"%1\"").arg(QString::fromUtf8(sql_.left(200)));
+            name_.clear();
+            conn_.RaiseFor(prepared.r, what);
+        }
+        Result described(PQdescribePrepared(conn_.handle(), name_.constData()));
+        if (PQresultStatus(described.r) != PGRES_COMMAND_OK)
+            conn_.RaiseFor(described.r, QStringLiteral("Describing \"%1\"").arg(QString::fromUtf8(sql_.left(200))));
+        values_.assign(size_t(PQnparams(described.r)), QByteArray());
+        const int fields = PQnfields(described.r);
+        types_.resize(size_t(fields));
+        columnNames_.clear();
+        for (int c = 0; c < fields; ++c) {
+            types_[size_t(c)] = PQftype(described.r, c);
+            columnNames_.append(QString::fromUtf8(PQfname(described.r, c)));
+        }
+    }
+
+    void Bind(int index, const QByteArray& value)
+    {
+        if (index < 1 || index > int(values_.size()))
+            Raise(automation::ErrInvalidSql, kSource, QStringLiteral("Binding parameter %1: the statement has %2").arg(index).arg(values_.size()));
+        values_[size_t(index - 1)] = value;
+    }
+
+    void Run()
+    {
+        const quint64 generation = conn_.Ready(this);
+        if (generation != generation_) {
+            // The session was opened again: what it had prepared is gone.
+            name_.clear();
+            PrepareOnServer();
+            conn_.Ready(this);
+        }
+        std::vector<const char*> values(values_.size());
+        for (size_t p = 0; p < values_.size(); ++p)
+            values[p] = values_[p].isNull() ? nullptr : values_[p].constData();
+        running_ = true;
+        if (!PQsendQueryPrepared(conn_.handle(), name_.constData(), int(values.size()), values.data(), nullptr, nullptr, 0)) {
+            finished_ = true;
+            conn_.Finished(this);
+            conn_.RaiseFor(nullptr, What());
+        }
+        PQsetSingleRowMode(conn_.handle());
+        reading_ = true;
+    }
+
+    QString What() const { return QStringLiteral("Reading \"%1\"").arg(QString::fromUtf8(sql_.left(200))); }
+
+    // The next row's result, or null after the last; a failure raises.
+    PGresult* Next()
+    {
+        if (!kept_.empty()) {
+            PGresult* r = kept_.front();
+            kept_.pop_front();
+            return Check(r);
+        }
+        if (!reading_)
+            return nullptr;
+        PGresult* r = Receive();
+        if (!r) {
+            reading_ = false;
+            conn_.Finished(this);
+        }
+        return Check(r);
+    }
+
+    // Reads the session's next result for this statement; null at the end.
+    PGresult* Receive()
+    {
+        for (;;) {
+            PGresult* r = PQgetResult(conn_.handle());
+            if (!r)
+                return nullptr;
+            const ExecStatusType status = PQresultStatus(r);
+            if (status == PGRES_TUPLES_OK || status == PGRES_COMMAND_OK) {
+                // The end of the rows (an empty result) or a statement without rows.
+                if (status == PGRES_COMMAND_OK) {
+                    const char* changed = PQcmdTuples(r);
+                    conn_.SetChanges(changed && *changed ? QByteArray(changed).toLongLong() : 0);
+                }
+                PQclear(r);
+                continue;
+            }
+            return r;
+        }
+    }
+
+    PGresult* Check(PGresult* r)
+    {
+        if (!r || PQresultStatus(r) == PGRES_SINGLE_TUPLE)
+            return r;
+        Result failed(r);
+        // Read to the end so that the session is free for the next statement.
+        Abandon();
+        finished_ = true;
+        conn_.RaiseFor(failed.r, What());
+    }
+
+    // Drops whatever this statement still has coming.
+    void Abandon()
+    {
+        if (reading_) {
+            while (PGresult* r = PQgetResult(conn_.handle()))
+                PQclear(r);
+            reading_ = false;
+            conn_.Finished(this);
+        }
+        for (PGresult* r : kept_)
+            PQclear(r);
+        kept_.clear();
+    }
+
+    PgConnection& conn_;
+    QByteArray sql_;
+    QStringList names_;
+    QByteArray name_;
+    quint64 generation_ = 0;
+    std::vector<QByteArray> values_;
+    std::vector<Oid> types_;
+    QStringList columnNames_;
+    PGresult* row_ = nullptr;
+    std::deque<PGresult*> kept_;
+    bool running_ = false;   // sent since the last Reset
+    bool reading_ = false;   // rows still to come from the session
+    bool finished_ = false;
+};
+
+std::shared_ptr<PgConnection> PgConnection::Open(const QString& uri, const QString& userName, const QString& password)
+{
+    std::shared_ptr<PgConnection> c(new PgConnection);
+    c->display_ = DisplayPath(uri);
+    const QByteArray uriUtf8 = uri.toUtf8();
+    const QByteArray user = userName.toUtf8();
+    const QByteArray pass = password.toUtf8();
+    // Keywords before "dbname" are defaults that the URI may set otherwise; those after it
+    // take the URI's place.
+    std::vector<const char*> keys{"connect_timeout", "application_name", "dbname", "client_encoding"};
+    std::vector<const char*> values{"10", "BrevView", uriUtf8.constData(), "UTF8"};
+    if (!user.isEmpty()) {
+        keys.push_back("user");
+        values.push_back(user.constData());
+    }
+    if (!pass.isEmpty()) {
+        keys.push_back("password");
+        values.push_back(pass.constData());
+    }
+    keys.push_back(nullptr);
+    values.push_back(nullptr);
+    c->conn_ = PQconnectdbParams(keys.data(), values.data(), 1);
+    if (!c->conn_)
+        Raise(automation::ErrOutOfMemory, kSource, QStringLiteral("Out of memory connecting to %1").arg(c->display_));
+    if (PQstatus(c->conn_) != CONNECTION_OK)
+        c->RaiseOpenFailure();
+    c->Configure();
+    return c;
+}
+
+PgConnection::~PgConnection()
+{
+    if (conn_)
+        PQfinish(conn_);
+}
+
+void PgConnection::Configure()
+{
+    // What the data objects read and write relies on: dates as 'yyyy-mm-dd hh:mm:ss', and a
+    // bounded wait for a row another session holds (error 3260 after it, never a hang).
+    Result r(Run("SET DateStyle = 'ISO, MDY'; SET lock_timeout = '5s'; SET extra_float_digits = 1",
+                 QStringLiteral("Configuring the session")));
+}
+
+void PgConnection::RaiseOpenFailure() const
+{
+    // A failed session has no SQLSTATE: libpq's message tells what refused it.
+    const QString why = Utf8(PQerrorMessage(conn_));
+    const QString what = QStringLiteral("Connecting to %1 failed: %2").arg(display_, why);
+    if (why.contains(QLatin1String("authentication failed")) || why.contains(QLatin1String("no password supplied")) ||
+        why.contains(QLatin1String("password")) ||
+        (why.contains(QLatin1String("role \"")) && why.contains(QLatin1String("does not exist"))))
+        Raise(automation::ErrBadAccount, kSource, QStringLiteral("Not a valid account name or password. ") + what);
+    if (why.contains(QLatin1String("database \"")) && why.contains(QLatin1String("does not exist")))
+        Raise(automation::ErrFileNotFoundDb, kSource, QStringLiteral("Could not find the database. ") + what);
+    if (why.contains(QLatin1String("permission denied")))
+        Raise(automation::ErrNoPermission, kSource, QStringLiteral("You do not have the necessary permissions. ") + what);
+    Raise(automation::ErrConnectionFailed, kSource, QStringLiteral("ODBC--connection failed. ") + what);
+}
+
+void PgConnection::RaiseFor(const pg_result* result, const QString& what) const
+{
+    const QByteArray state = result ? QByteArray(PQresultErrorField(result, PG_DIAG_SQLSTATE)) : QByteArray();
+    QString why = result ? Utf8(PQresultErrorMessage(result)) : QString();
+    if (why.isEmpty())
+        why = Utf8(PQerrorMessage(conn_));
+    const QString text = QStringLiteral("%1 failed on %2: %3").arg(what, display_, why);
+    if (PQstatus(conn_) == CONNECTION_BAD || state.startsWith("08") || state.startsWith("57P"))
+        Raise(automation::ErrDiskIo, kSource, QStringLiteral("Disk or network error: the connection to the server was lost. ") + text);
+    if (state == "55P03" || state == "40P01" || state == "40001")
+        Raise(automation::ErrLocked, kSource, QStringLiteral("Couldn't update; currently locked. ") + text);
+    if (state == "42501")
+        Raise(automation::ErrNoPermission, kSource, QStringLiteral("You do not have the necessary permissions. ") + text);
+    if (state == "25006")
+        Raise(automation::ErrCantUpdate, kSource, QStringLiteral("Cannot update. Database or object is read-only. ") + text);
+    if (state == "53200")
+        Raise(automation::ErrOutOfMemory, kSource, text);
+    if (state.startsWith("53") || state.startsWith("58"))
+        Raise(automation::ErrDiskIo, kSource, QStringLiteral("Disk or network error. ") + text);
+    Raise(automation::ErrInvalidSql, kSource, text);
+}
+
+quint64 PgConnection::Ready(PgStatement* next)
+{
+    if (active_ && active_ != next) {
+        PgStatement* streaming = active_;
+        active_ = nullptr;
+        streaming->Keep();
+    }
+    if (PQstatus(conn_) == CONNECTION_BAD) {
+        if (inTransaction_)
+            RaiseFor(nullptr, QStringLiteral("Continuing the transaction"));
+        // Outside a transaction nothing is lost: open the session again.
+        PQreset(conn_);
+        if (PQstatus(conn_) != CONNECTION_OK)
+            RaiseOpenFailure();
+        ++generation_;
+        stale_.clear();
+        keys_.clear();
+        catalogueKnown_ = false;
+        Configure();
+    }
+    if (!stale_.empty() && PQtransactionStatus(conn_) != PQTRANS_INERROR) {
+        QByteArray sql;
+        for (const QByteArray& name : stale_)
+            sql += "DEALLOCATE " + name + ";";
+        stale_.clear();
+        PQclear(PQexec(conn_, sql.constData()));
+    }
+    if (next)
+        active_ = next;
+    return generation_;
+}
+
+void PgConnection::Finished(PgStatement* statement)
+{
+    if (active_ == statement)
+        active_ = nullptr;
+}
+
+void PgConnection::Forget(PgStatement* statement, const QByteArray& name, quint64 generation)
+{
+    Finished(statement);
+    if (!name.isEmpty() && generation == generation_)
+        stale_.push_back(name);
+}
+
+QByteArray PgConnection::NextStatementName()
+{
+    return "brev_" + QByteArray::number(++nextName_);
+}
+
+int PgConnection::BackendPid() const
+{
+    return PQbackendPID(conn_);
+}
+
+pg_result* PgConnection::Run(const QByteArray& sql, const QString& what)
+{
+    if (active_) {
+        PgStatement* streaming = active_;
+        active_ = nullptr;
+        streaming->Keep();
+    }
+    PGresult* r = PQexec(conn_, sql.constData());
+    const ExecStatusType status = PQresultStatus(r);
+    if (status != PGRES_COMMAND_OK && status != PGRES_TUPLES_OK) {
+        Result failed(r);
+        RaiseFor(failed.r, what);
+    }
+    const char* changed = PQcmdTuples(r);
+    if (status == PGRES_COMMAND_OK && changed && *changed)
+        changes_ = QByteArray(changed).toLongLong();
+    return r;
+}
+
+pg_result* PgConnection::RunParams(const QByteArray& sql, const std::vector<QByteArray>& values, const QString& what)
+{
+    Ready(nullptr);
+    std::vector<const char*> raw;
+    for (const QByteArray& v : values)
+        raw.push_back(v.constData());
+    PGresult* r = PQexecParams(conn_, sql.constData(), int(raw.size()), nullptr, raw.data(), nullptr, nullptr, 0);
+    const ExecStatusType status = PQresultStatus(r);
+    if (status != PGRES_COMMAND_OK && status != PGRES_TUPLES_OK) {
+        Result failed(r);
+        RaiseFor(failed.r, what);
+    }
+    return r;
+}
+
+std::unique_ptr<Statement> PgConnection::Prepare(const QString& sql, const QStringList& parameterNames)
+{
+    return std::make_unique<PgStatement>(*this, sql.toUtf8(), parameterNames);
+}
+
+void PgConnection::Execute(const QString& sql)
+{
+    Ready(nullptr);
+    Result r(Run(sql.toUtf8(), QStringLiteral("Running \"%1\"").arg(sql.left(200))));
+}
+
+void PgConnection::Begin()
+{
+    Ready(nullptr);
+    Result r(Run("BEGIN", QStringLiteral("Starting a transaction")));
+    inTransaction_ = true;
+}
+
+void PgConnection::Commit()
+{
+    // A transaction that failed on the server ends in a rollback, whatever COMMIT says.
+    Result r(Run("COMMIT", QStringLiteral("Committing")));
+    inTransaction_ = false;
+}
+
+void PgConnection::Rollback()
+{
+    inTransaction_ = false;
+    if (PQstatus(conn_) == CONNECTION_BAD)
+        return;  // the server rolled it back when the session ended
+    Result r(Run("ROLLBACK", QStringLiteral("Rolling back")));
+}
+
+QString PgConnection::RowKeyColumn(const QString& table)
+{
+    const auto known = keys_.find(table.toLower());
+    if (known != keys_.end())
+        return known->second;
+    // The one column of the table's primary key, else of a unique index without a condition.
+    Result r(RunParams(
+        "SELECT a.attname FROM pg_index i JOIN pg_attribute a ON a.attrelid = i.indrelid AND a.attnum = i.indkey[0] "
+        "WHERE i.indrelid = to_regclass($1) AND (i.indisprimary OR i.indisunique) AND i.indnkeyatts = 1 "
+        "AND i.indpred IS NULL AND i.indexprs IS NULL ORDER BY i.indisprimary DESC LIMIT 1",
+        {table.toUtf8()}, QStringLiteral("Looking up the key of %1").arg(table)));
+    const QString key = PQntuples(r.r) > 0 ? QString::fromUtf8(PQgetvalue(r.r, 0, 0)) : QString();
+    keys_[table.toLower()] = key;
+    return key;
+}
+
+bool PgConnection::LookUpQuery(const QString& name, QString* sql)
+{
+    if (!catalogueKnown_) {
+        // No catalogue yet: no stored query at all (and no failed statement to spoil a transaction).
+        Result exists(RunParams("SELECT to_regclass('brevquerydefs') IS NOT NULL", {}, QStringLiteral("Looking up the stored queries")));
+        if (QByteArray(PQgetvalue(exists.r, 0, 0)) != "t")
+            return false;
+        catalogueKnown_ = true;
+    }
+    Result r(RunParams("SELECT sql FROM brevquerydefs WHERE lower(name) = lower($1)", {name.toUtf8()},
+                       QStringLiteral("Looking up query '%1'").arg(name)));
+    if (PQntuples(r.r) == 0)
+        return false;
+    *sql = QString::fromUtf8(PQgetvalue(r.r, 0, 0), PQgetlength(r.r, 0, 0));
+    return true;
+}
+
+void PgConnection::SaveQuery(const QString& name, const QString& sql)
+{
+    if (!catalogueKnown_) {
+        Result exists(RunParams("SELECT to_regclass('brevquerydefs') IS NOT NULL", {}, QStringLiteral("Looking up the stored queries")));
+        if (QByteArray(PQgetvalue(exists.r, 0, 0)) != "t") {
+            // One name once, whatever its case, as the file's catalogue keeps it.
+            Result made(Run("CREATE TABLE IF NOT EXISTS brevquerydefs (name text NOT NULL, sql text NOT NULL); "
+                            "CREATE UNIQUE INDEX IF NOT EXISTS brevquerydefs_name ON brevquerydefs (lower(name))",
+                            QStringLiteral("Creating the stored-query catalogue")));
+        }
+        catalogueKnown_ = true;
+    }
+    Ready(nullptr);
+    const QByteArray n = name.toUtf8();
+    const QByteArray s = sql.toUtf8();
+    const char* values[] = {n.constData(), s.constData()};
+    Result r(PQexecParams(conn_, "INSERT INTO brevquerydefs (name, sql) VALUES ($1, $2)", 2, nullptr, values, nullptr, nullptr, 0));
+    if (PQresultStatus(r.r) == PGRES_COMMAND_OK)
+        return;
+    if (QByteArray(PQresultErrorField(r.r, PG_DIAG_SQLSTATE)) == "23505")
+        Raise(automation::ErrObjectExists, kSource, QStringLiteral("Object '%1' already exists.").arg(name));
+    RaiseFor(r.r, QStringLiteral("Saving query '%1'").arg(name));
+}
+
+}  // namespace BrevView::data

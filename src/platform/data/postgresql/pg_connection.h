@@ -1,0 +1,87 @@
+#pragma once
+// One session with a PostgreSQL server, through libpq, shared by the database object and
+// every recordset read from it.
+//
+// Rows stream: a statement runs in libpq's single-row mode, so that a forward-only read
+// never holds the whole result in this process. One session runs one statement at a time;
+// when another is run while a read is still streaming, the streaming one first keeps its
+// remaining rows (the only time rows are held), and the new one runs.
+//
+// A session lost to the server (restarted, the network gone) is opened again at the next
+// statement outside a transaction, with the same parameters; inside a transaction the
+// statement fails with error 3043 and the transaction is lost.
+
+#include <map>
+#include <memory>
+#include <vector>
+
+#include <QString>
+
+#include "../engine.h"
+
+struct pg_conn;
+struct pg_result;
+
+namespace BrevView::data {
+
+class PgStatement;
+
+class PgConnection final : public Connection {
+public:
+    // `uri` is a libpq connection URI; a non-empty `userName` or `password` takes the place
+    // of the URI's own. Errors: 3029 authentication refused, 3024 no such database, 3151
+    // server unreachable or refused (TLS included).
+    static std::shared_ptr<PgConnection> Open(const QString& uri, const QString& userName, const QString& password);
+    ~PgConnection() override;
+    PgConnection(const PgConnection&) = delete;
+    PgConnection& operator=(const PgConnection&) = delete;
+
+    Dialect dialect() const override { return Dialect::PostgreSQL; }
+    QString DisplayName() const override { return display_; }
+    std::unique_ptr<Statement> Prepare(const QString& sql, const QStringList& parameterNames = {}) override;
+    void Execute(const QString& sql) override;
+    void Begin() override;
+    void Commit() override;
+    void Rollback() override;
+    qint64 Changes() const override { return changes_; }
+    QString RowKeyColumn(const QString& table) override;
+    bool LookUpQuery(const QString& name, QString* sql) override;
+    void SaveQuery(const QString& name, const QString& sql) override;
+
+    // The server's process id for this session (tests end it from another session).
+    int BackendPid() const;
+
+    // Called by the statements.
+    pg_conn* handle() const { return conn_; }
+    // Makes the session ready for a new statement: opens it again when it was lost (outside
+    // a transaction), lets a statement still streaming keep its remaining rows, and drops
+    // statements no longer used. Returns the session's generation (it grows at each reopen).
+    quint64 Ready(PgStatement* next);
+    void Finished(PgStatement* statement);
+    void Forget(PgStatement* statement, const QByteArray& name, quint64 generation);
+    QByteArray NextStatementName();
+    void SetChanges(qint64 changes) { changes_ = changes; }
+    // Raises the numbered error for a failed result (or, when `result` is null, for the
+    // session's last error), naming `what`.
+    [[noreturn]] void RaiseFor(const pg_result* result, const QString& what) const;
+
+private:
+    PgConnection() = default;
+    void Configure();
+    pg_result* Run(const QByteArray& sql, const QString& what);
+    pg_result* RunParams(const QByteArray& sql, const std::vector<QByteArray>& values, const QString& what);
+    [[noreturn]] void RaiseOpenFailure() const;
+
+    pg_conn* conn_ = nullptr;
+    QString display_;
+    PgStatement* active_ = nullptr;
+    std::vector<QByteArray> stale_;  // prepared statements to deallocate
+    quint64 generation_ = 0;
+    quint64 nextName_ = 0;
+    qint64 changes_ = 0;
+    bool inTransaction_ = false;
+    bool catalogueKnown_ = false;
+    std::map<QString, QString> keys_;
+};
+
+}  // namespace BrevView::data
