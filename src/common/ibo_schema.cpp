@@ -4,9 +4,10 @@
 
 namespace BrevView::detail {
 
-QString IboSchemaSql()
+QString IboSchemaSql(data::Dialect dialect)
 {
-    QFile f(QStringLiteral(":/brevview/ibo_tables.sql"));
+    QFile f(dialect == data::Dialect::PostgreSQL ? QStringLiteral(":/brevview/ibo_tables_pg.sql")
+                                                 : QStringLiteral(":/brevview/ibo_tables.sql"));
     if (!f.open(QIODevice::ReadOnly))
         return QString();
     return QString::fromUtf8(f.readAll());

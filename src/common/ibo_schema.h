@@ -1,11 +1,13 @@
 #pragma once
 // The SQL that creates the IBO tables (IboMain, IboArchive), for the sample
-// database, the benchmark databases and the tests.
+// database, the benchmark databases and the tests: one script per engine.
 
 #include <QString>
 
+#include "platform/data/engine.h"
+
 namespace BrevView::detail {
 
-QString IboSchemaSql();
+QString IboSchemaSql(data::Dialect dialect = data::Dialect::SQLite);
 
 }  // namespace BrevView::detail

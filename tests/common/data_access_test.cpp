@@ -48,6 +48,8 @@ protected:
 TEST_F(DataAccessTest, SetupReadsTheSettingsInOrderAndOpensTheDatabase)
 {
     RecordingTrace& t = UseRecordingTrace();
+    // On a server the account is real: ann signs in with her password.
+    GrantRole(QStringLiteral("ann"), QStringLiteral("pw"), RoleRights::ReadAndWrite);
     DataAccessState s = StateFor(path_, QStringLiteral("ann"), QStringLiteral("pw"));
     detail::SetupDataAccess(s, kFlat);
     EXPECT_EQ(reads_, (QStringList{QStringLiteral("AuxiliaryInfo"), QStringLiteral("DatabasePath"), QStringLiteral("UserName"),
@@ -83,7 +85,7 @@ TEST_F(DataAccessTest, SecondSetupOfAReadyViewOpensNoSecondWorkspace)
     detail::CleanupDataAccess(s, kFlat);
 }
 
-TEST_F(DataAccessTest, MissingFileFailsWithItsErrorAndLeavesTheViewNotReady)
+TEST_F(DataAccessTest, MissingSQLiteFileFailsWithItsErrorAndLeavesTheViewNotReady)
 {
     RecordingTrace& t = UseRecordingTrace();
     DataAccessState s = StateFor(TempPath(QStringLiteral("missing.db")));
@@ -179,9 +181,9 @@ TEST_F(DataAccessTest, FlatMainQueryListsLiveRowsByDateAndArchiveListsEveryRow)
 {
     UseRecordingTrace();
     Exec(path_, QStringLiteral("INSERT INTO IboMain (IboID, DateWWIH, RecStatusArchive, RecStatusDelete) VALUES "
-                               "(1, '2024-05-03 00:00:00', 0, 0), (2, '2024-05-01 00:00:00', 0, 0), (3, '2024-05-02 00:00:00', 1, 0),"
-                               "(4, '2024-04-30 00:00:00', 0, 1);"
-                               "INSERT INTO IboArchive (IboID, RecStatusArchive, RecStatusDelete) VALUES (7, 1, 1), (8, 0, 0)"));
+                               "(1, '2024-05-03 00:00:00', '0', '0'), (2, '2024-05-01 00:00:00', '0', '0'), (3, '2024-05-02 00:00:00', '1', '0'),"
+                               "(4, '2024-04-30 00:00:00', '0', '1');"
+                               "INSERT INTO IboArchive (IboID, RecStatusArchive, RecStatusDelete) VALUES (7, '1', '1'), (8, '0', '0')"));
     DataAccessState s = StateFor(path_);
     detail::SetupDataAccess(s, kFlat);
     auto main = detail::OpenQuery(detail::GetStoredQuery(s.database.get(), QString::fromLatin1(detail::kFlatViewFromMainName),

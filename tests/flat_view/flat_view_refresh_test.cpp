@@ -144,6 +144,9 @@ TEST_F(FlatViewTest, NullInARequiredFieldStopsWithError94AndKeepsTheRowsSoFar)
 TEST_F(FlatViewTest, NullInEachRequiredFieldIsError94)
 {
     for (const char* field : {"IboID", "ConLastName", "ConFirstName", "ConCompany", "Product", "IboValueNumeric", "IboValueDecimal", "Note"}) {
+        // A server's IboMain keys its rows by IboID: it holds no row without one.
+        if (OnPostgreSQL() && qstrcmp(field, "IboID") == 0)
+            continue;
         Exec(db_, QStringLiteral("DELETE FROM IboMain"));
         Add(Ibo::Open(1, QStringLiteral("2026-03-01 00:00:00")).Set(QString::fromLatin1(field), QStringLiteral("NULL")));
         EXPECT_RUNTIME_ERROR(View().Refresh(), 94);
@@ -169,7 +172,7 @@ TEST_F(FlatViewTest, OutOfRangeCodesShowErrAndTheRefreshGoesOn)
     EXPECT_EQ(Grid().Rows(), 1);
 }
 
-TEST_F(FlatViewTest, MissingDatabaseFailsAndTheNextRefreshTriesAgain)
+TEST_F(FlatViewTest, MissingSQLiteFileFailsAndTheNextRefreshTriesAgain)
 {
     const QString elsewhere = TempPath(QStringLiteral("later.db"));
     qputenv("BREV_DATABASE", elsewhere.toLocal8Bit());

@@ -109,7 +109,7 @@ TEST_F(PriorityViewTest, AddOutlineTotalThroughTheControl)
     EXPECT_EQ(result.ToText(), QStringLiteral("1.25"));
 }
 
-TEST_F(PriorityViewTest, InitialisationOpensTheDatabaseAndAMissingFileIsReportedNotThrown)
+TEST_F(PriorityViewTest, InitialisationOpensTheDatabaseAndAMissingSQLiteFileIsReportedNotThrown)
 {
     const QString gone = TempPath(QStringLiteral("gone.db"));
     qputenv("BREV_DATABASE", gone.toLocal8Bit());

@@ -1,5 +1,7 @@
 #include "ibo_builder.h"
 
+#include <QRegularExpression>
+
 namespace BrevView::test {
 
 Ibo Ibo::Open(int id, const QString& dateWWIH)
@@ -28,8 +30,14 @@ Ibo Ibo::Open(int id, const QString& dateWWIH)
 
 QString Ibo::InsertSql(const QString& table) const
 {
+    // Numbers go in quotes: both engines read '1' into a number column as the number, and
+    // PostgreSQL reads '0' and '1' into a boolean column, where it refuses a bare 0 or 1.
+    static const QRegularExpression number(QStringLiteral("^-?[0-9]+(\\.[0-9]+)?$"));
+    QStringList values;
+    for (const QString& v : fields)
+        values.append(number.match(v).hasMatch() ? QLatin1Char('\'') + v + QLatin1Char('\'') : v);
     return QStringLiteral("INSERT INTO %1 (%2) VALUES (%3);")
-        .arg(table, QStringList(fields.keys()).join(QStringLiteral(", ")), QStringList(fields.values()).join(QStringLiteral(", ")));
+        .arg(table, QStringList(fields.keys()).join(QStringLiteral(", ")), values.join(QStringLiteral(", ")));
 }
 
 }  // namespace BrevView::test

@@ -2,7 +2,11 @@
 
 #include <sqlite3.h>
 
+#include <QCoreApplication>
+
 #include "common/ibo_schema.h"
+#include "platform/data/engine.h"
+#include "support/pg_test_server.h"
 #include "common/mod_init.h"
 #include "platform/host/clock.h"
 #include "platform/host/locale_info.h"
@@ -24,6 +28,14 @@ void TestEnv::SetUp()
     qunsetenv("BREV_DATABASE");
     qunsetenv("BREV_USER");
     qunsetenv("BREV_PASSWORD");
+    if (OnPostgreSQL()) {
+        // The library opens the test server with libpq's own sources of credentials.
+        const PgTestServer server = PgTestServer::FromEnvironment();
+        ASSERT_TRUE(server.valid()) << "BREV_TEST_PG_INFO names no running test server";
+        qputenv("PGUSER", server.user.toUtf8());
+        qputenv("PGPASSFILE", server.passFile.toUtf8());
+        qunsetenv("PGPASSWORD");
+    }
     host::ObjectFactory::RestoreDefaults();
     modInit::ResetForTesting();
     host::SetLocaleOverride(QLocale(QLocale::English, QLocale::UnitedStates));
@@ -41,6 +53,31 @@ void TestEnv::TearDown()
     host::SetMessageBoxHandler({});
     host::ObjectFactory::RestoreDefaults();
     modInit::ResetForTesting();
+    const PgTestServer server = PgTestServer::FromEnvironment();
+    for (const QString& schema : std::as_const(schemas_))
+        PgExec(server.uri, QStringLiteral("SET lock_timeout = '10s'; DROP SCHEMA %1 CASCADE").arg(schema));
+    schemas_.clear();
+}
+
+void TestEnv::GrantRole(const QString& role, const QString& password, RoleRights rights)
+{
+    if (!OnPostgreSQL() || schemas_.isEmpty())
+        return;
+    const QString& s = schemas_.last();
+    QString sql = QStringLiteral(
+                      "DO $$BEGIN CREATE ROLE %1 LOGIN; EXCEPTION WHEN duplicate_object THEN NULL; END$$;"
+                      "ALTER ROLE %1 LOGIN PASSWORD '%2';"
+                      "GRANT USAGE ON SCHEMA %3 TO %1;"
+                      "GRANT SELECT ON ALL TABLES IN SCHEMA %3 TO %1;")
+                      .arg(role, password, s);
+    if (rights == RoleRights::ReadAndWrite)
+        sql += QStringLiteral("GRANT UPDATE (DateWWIH) ON %1.IboMain TO %2; GRANT INSERT ON %1.BrevQueryDefs TO %2;").arg(s, role);
+    Exec(PgTestServer::FromEnvironment().uri, sql);
+}
+
+bool TestEnv::OnPostgreSQL()
+{
+    return qEnvironmentVariable("BREV_TEST_ENGINE") == QLatin1String("postgresql");
 }
 
 RecordingTrace& TestEnv::UseRecordingTrace()
@@ -60,6 +97,17 @@ void TestEnv::PinToday(int year, int month, int day)
 
 QString TestEnv::CreateIboDatabase(const QString& name)
 {
+    if (OnPostgreSQL()) {
+        static int made = 0;
+        const QString schema = QStringLiteral("t_%1_%2").arg(QCoreApplication::applicationPid()).arg(++made);
+        const PgTestServer server = PgTestServer::FromEnvironment();
+        const QString error = PgExec(server.uri, QStringLiteral("CREATE SCHEMA %1").arg(schema));
+        EXPECT_TRUE(error.isEmpty()) << error.toStdString();
+        schemas_.append(schema);
+        const QString uri = PgSchemaUri(server, schema);
+        Exec(uri, detail::IboSchemaSql(data::Dialect::PostgreSQL));
+        return uri;
+    }
     const QString path = name.startsWith(QLatin1Char('/')) ? name : dir_.filePath(name);
     Exec(path, detail::IboSchemaSql());
     return path;
@@ -67,6 +115,11 @@ QString TestEnv::CreateIboDatabase(const QString& name)
 
 void TestEnv::Exec(const QString& path, const QString& sql)
 {
+    if (data::IsServerUri(path)) {
+        const QString error = PgExec(path, sql);
+        EXPECT_TRUE(error.isEmpty()) << error.toStdString() << " in " << sql.toStdString();
+        return;
+    }
     sqlite3* db = nullptr;
     ASSERT_EQ(sqlite3_open(path.toUtf8().constData(), &db), SQLITE_OK);
     char* err = nullptr;
@@ -78,6 +131,8 @@ void TestEnv::Exec(const QString& path, const QString& sql)
 
 QString TestEnv::QueryText(const QString& path, const QString& sql)
 {
+    if (data::IsServerUri(path))
+        return PgQueryText(path, sql);
     sqlite3* db = nullptr;
     QString out;
     if (sqlite3_open(path.toUtf8().constData(), &db) != SQLITE_OK)

@@ -58,15 +58,28 @@ protected:
     // 10:00 on the given day becomes "now".
     static void PinToday(int year, int month, int day);
 
-    // Creates an SQLite file with the IBO tables at `path` (in the temporary folder
-    // when relative) and returns its full path.
+    // The engine the test run is for: the suite runs once on SQLite files and once more
+    // (the tests that concern the data) on the PostgreSQL test server.
+    static bool OnPostgreSQL();
+    // Creates an IBO database and returns what DatabasePath names it by: on SQLite, a file
+    // at `name` (in the temporary folder when relative); on PostgreSQL, a schema of its own
+    // in the test server's database, named by a connection URI.
     QString CreateIboDatabase(const QString& name = QStringLiteral("ibo.db"));
-    // Runs SQL directly on a database file, outside the library.
+    // Runs SQL directly on a database (a file or a server URI), outside the library. The
+    // texts a test writes here are plain SQL that both engines read alike.
     static void Exec(const QString& path, const QString& sql);
+    // On PostgreSQL, a login role with `password` and the rights a salesperson's role has on
+    // the last database made by CreateIboDatabase: reading the tables, and with ReadAndWrite
+    // also writing DateWWIH and adding stored queries. Nothing on SQLite, which has no users.
+    enum class RoleRights { ReadOnly, ReadAndWrite };
+    void GrantRole(const QString& role, const QString& password, RoleRights rights);
     static QString QueryText(const QString& path, const QString& sql);
 
     QTemporaryDir dir_;
     std::shared_ptr<RecordingTrace> trace_;
+
+private:
+    QStringList schemas_;  // made on the test server, dropped at the end of the test
 };
 
 // Expects `statement` to raise a RuntimeError with `number`.

@@ -7,6 +7,15 @@ int main(int argc, char** argv)
 {
     qputenv("QT_QPA_PLATFORM", qgetenv("QT_QPA_PLATFORM").isEmpty() ? QByteArray("offscreen") : qgetenv("QT_QPA_PLATFORM"));
     ::testing::InitGoogleTest(&argc, argv);
+    // --engine=postgresql --pg-info=FILE: the run on the PostgreSQL test server (the same as
+    // $BREV_TEST_ENGINE and $BREV_TEST_PG_INFO).
+    for (int i = 1; i < argc; ++i) {
+        const QByteArray arg(argv[i]);
+        if (arg.startsWith("--engine="))
+            qputenv("BREV_TEST_ENGINE", arg.mid(9));
+        else if (arg.startsWith("--pg-info="))
+            qputenv("BREV_TEST_PG_INFO", arg.mid(10));
+    }
     QApplication app(argc, argv);
     return RUN_ALL_TESTS();
 }

@@ -84,6 +84,7 @@ std::shared_ptr<Recordset> QueryDef::OpenRecordset(int type)
     RecordsetSource source;
     source.baseSql = translated_.text;
     source.parameterNames = translated_.parameters;
+    source.spellings = translated_.names;
     if (type == dbOpenDynaset || type == dbOpenTable) {
         Connection* conn = conn_.get();
         QString* key = &source.keyColumn;

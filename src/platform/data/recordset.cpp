@@ -70,6 +70,17 @@ std::shared_ptr<Recordset> Recordset::Open(std::shared_ptr<Connection> connectio
     rs->columnCount_ = rs->stmt_->ColumnCount();
     for (int c = 0; c < rs->columnCount_; ++c) {
         rs->names_.append(rs->stmt_->ColumnName(c));
+        // A server that folds unquoted names to lower case gives "ibonumber" for IboNumber:
+        // the field keeps the spelling of the query's text.
+        rs->shown_.append(rs->names_.back());
+        if (rs->names_.back() == rs->names_.back().toLower()) {
+            for (const QString& spelled : std::as_const(rs->source_.spellings)) {
+                if (spelled.compare(rs->names_.back(), Qt::CaseInsensitive) == 0) {
+                    rs->shown_.back() = spelled;
+                    break;
+                }
+            }
+        }
         const ColumnKind kind = rs->stmt_->Kind(c);
         rs->isDate_.push_back(kind == ColumnKind::Date);
         rs->isBool_.push_back(kind == ColumnKind::Bool);
@@ -109,9 +120,8 @@ QString Recordset::ComposeSql(const RecordsetSource& source) const
 {
     if (source.where.isEmpty() && source.order.isEmpty())
         return source.baseSql;
-    // PostgreSQL wants a name for a sub-query in FROM.
-    QString sql = QStringLiteral("SELECT * FROM (") + source.baseSql +
-                  (conn_->dialect() == Dialect::PostgreSQL ? QStringLiteral(") AS brev_q") : QStringLiteral(")"));
+    // PostgreSQL wants a name for a sub-query in FROM; SQLite takes one as well.
+    QString sql = QStringLiteral("SELECT * FROM (") + source.baseSql + QStringLiteral(") AS brev_q");
     if (!source.where.isEmpty())
         sql += QStringLiteral(" WHERE (") + source.where.join(QStringLiteral(") AND (")) + QLatin1Char(')');
     if (!source.order.isEmpty())
@@ -314,7 +324,7 @@ QString Recordset::FieldName(int index) const
     if (index < 0 || index >= fieldCount_)
         Raise(automation::ErrItemNotFound, kSource,
               QStringLiteral("Item not found in this collection: field %1 of %2.").arg(index).arg(fieldCount_));
-    return names_[index];
+    return shown_[index];
 }
 
 int Recordset::FieldIndex(const QString& name) const
@@ -399,7 +409,7 @@ std::shared_ptr<Recordset> Recordset::OpenRecordset(int type)
         QStringList cols;
         for (int c = 0; c < fieldCount_; ++c)
             cols.append(QLatin1Char('"') + QString(names_[c]).replace(QLatin1Char('"'), QStringLiteral("\"\"")) + QLatin1Char('"'));
-        next.baseSql = QStringLiteral("SELECT ") + cols.join(QStringLiteral(", ")) + QStringLiteral(" FROM (") + ComposeSql(next) + QLatin1Char(')');
+        next.baseSql = QStringLiteral("SELECT ") + cols.join(QStringLiteral(", ")) + QStringLiteral(" FROM (") + ComposeSql(next) + QStringLiteral(") AS brev_f");
         next.where.clear();
         next.order.clear();
     }

@@ -37,6 +37,7 @@ struct RecordsetSource {
     QString order;
     QString updateTable;  // dynasets over one table: the table that Update writes to
     QString keyColumn;    // the column of updateTable that Update finds a row by
+    QStringList spellings;  // the names as the query's text spells them (a server may fold them)
 };
 
 class Recordset : public std::enable_shared_from_this<Recordset> {
@@ -115,7 +116,8 @@ private:
     int columnCount_ = 0;
     int fieldCount_ = 0;
     bool hasRowId_ = false;
-    QStringList names_;
+    QStringList names_;   // as the engine names the columns, for the statements built here
+    QStringList shown_;   // as the query spells them, for FieldName
     std::vector<bool> isDate_;
     std::vector<bool> isBool_;
 

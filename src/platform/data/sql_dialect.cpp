@@ -252,6 +252,8 @@ TranslatedSql TranslateJetSql(const QString& sql, Dialect dialect)
                 ++i;
                 ReadName(sql, i, &name, &bracketed);
             }
+            if (pg && !result.names.contains(name))
+                result.names.append(name);
             if (bracketed) {
                 out += pg ? PgName(name) : Quote(name);
                 continue;
@@ -262,7 +264,8 @@ TranslatedSql TranslateJetSql(const QString& sql, Dialect dialect)
             const bool call = k < n && sql[k] == QLatin1Char('(');
             const QString fn = call ? FunctionName(name) : QString();
             if (!fn.isEmpty() && pg) {
-                // date_part('year', x) for Year(x); Date() and Now() as the clock reads now.
+                // extract(year from x) for Year(x) (a whole number, as Jet's Year() gives);
+                // Date() and Now() as the clock reads now.
                 const QString part = fn.mid(5);
                 i = k + 1;
                 if (part == QLatin1String("date") || part == QLatin1String("now")) {
@@ -274,7 +277,7 @@ TranslatedSql TranslateJetSql(const QString& sql, Dialect dialect)
                     i = close + 1;
                     out += TimestampLiteral(part == QLatin1String("date") ? host::Clock::Today() : host::Clock::Now(), dialect);
                 } else {
-                    out += QStringLiteral("date_part('%1', ").arg(part);
+                    out += QStringLiteral("extract(%1 from ").arg(part);
                 }
             } else if (!fn.isEmpty())
                 out += fn;

@@ -20,7 +20,7 @@
 //   True / False                         -> true / false
 //   Date(), Now()                        -> the library clock's day or time, as a TIMESTAMP
 //                                           literal (a statement is translated when it is run)
-//   Year(x), Month(x), Day(x)            -> date_part('year', x), ...
+//   Year(x), Month(x), Day(x)            -> extract(year from x), ...
 //   @Priority                            -> $1 (the names in TranslatedSql::parameters)
 //   ORDER BY a, b DESC                   -> ORDER BY a NULLS FIRST, b DESC NULLS LAST
 // so that Null sorts before every value, as in Jet and in SQLite.
@@ -36,6 +36,9 @@ struct TranslatedSql {
     QString text;
     // The names of $1, $2, ... (PostgreSQL); empty for SQLite, whose statements keep them.
     QStringList parameters;
+    // The names the text uses, as it spells them (PostgreSQL): the server folds them to lower
+    // case, and a column read back takes its spelling from here again.
+    QStringList names;
 };
 
 // Error 3129 (with the reason) for a text the translator cannot read: an unclosed

@@ -44,7 +44,7 @@ void CountingKey(sqlite3_context* ctx, int, sqlite3_value** argv)
     sqlite3_result_value(ctx, argv[0]);
 }
 
-TEST_F(DataTest, SnapshotGoingToItsLastRecordFromTheFirstRunsTheStatementOnce)
+TEST_F(DataTest, SnapshotGoingToItsLastRecordFromTheFirstRunsTheStatementOnceCountedByAnSQLiteFunction)
 {
     int calls = 0;
     sqlite3_create_function(static_cast<data::SqliteConnection&>(*db_->connection()).handle(), "counting_key", 1, SQLITE_UTF8, &calls, CountingKey, nullptr, nullptr);

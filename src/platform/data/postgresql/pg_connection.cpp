@@ -330,6 +330,9 @@ PgConnection::~PgConnection()
 
 void PgConnection::Configure()
 {
+    // The server's notices (a dropped object's cascade, a deprecation) are not the host's
+    // business: libpq would print them on standard error.
+    PQsetNoticeProcessor(conn_, [](void*, const char*) {}, nullptr);
     // What the data objects read and write relies on: dates as 'yyyy-mm-dd hh:mm:ss', and a
     // bounded wait for a row another session holds (error 3260 after it, never a hang).
     Result r(Run("SET DateStyle = 'ISO, MDY'; SET lock_timeout = '5s'; SET extra_float_digits = 1",
