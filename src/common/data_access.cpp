@@ -74,7 +74,17 @@ void CleanupDataAccess(DataAccessState& state, const DataAccessTraits& traits)
 std::shared_ptr<data::QueryDef> GetStoredQuery(data::Database* database, const QString& name, const QString& sql)
 {
     std::shared_ptr<data::QueryDef> query;
-    IgnoringErrors([&] { query = database->QueryDefs(name); });
+    // A server session that cannot be opened again (the server down or refusing) is not a
+    // missing query: that error reaches the caller instead of "Object variable not set".
+    // An embedded database never raises it.
+    try {
+        query = database->QueryDefs(name);
+    } catch (const RuntimeError& e) {
+        if (e.number() == automation::ErrConnectionFailed)
+            throw;
+    } catch (const std::exception&) {
+        // skipped, as an "ignore errors" procedure does
+    }
     if (!query)
         IgnoringErrors([&] { query = database->CreateQueryDef(name, sql); });
     // A look-up that met a lock held by another process found nothing although the query

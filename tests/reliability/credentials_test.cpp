@@ -32,6 +32,8 @@ TEST_F(CredentialsTest, APasswordAppearsInNoTraceLogSettingsSnapshotOrStandardEr
 {
     const QByteArray secret = "Zq9-brev-PW-7f3c1e";
     const QString db = CreateIboDatabase();
+    // On a server the account is real: ann signs in with the password.
+    GrantRole(QStringLiteral("ann"), QString::fromLatin1(secret), RoleRights::ReadAndWrite);
     Exec(db, Ibo::Open(1, QStringLiteral("2026-06-01 00:00:00")).InsertSql());
     qputenv("BREV_DATABASE", db.toLocal8Bit());
     qputenv("BREV_USER", "ann");

@@ -135,6 +135,19 @@ void Recordset::CheckOpen() const
         Raise(3420, kSource, QStringLiteral("Object invalid or no longer set."));
 }
 
+namespace {
+std::function<void()>& RowHook()
+{
+    static std::function<void()> hook;
+    return hook;
+}
+}  // namespace
+
+void SetRowHookForTesting(std::function<void()> hook)
+{
+    RowHook() = std::move(hook);
+}
+
 bool Recordset::Step()
 {
     if (done_ || !stmt_)
@@ -148,6 +161,8 @@ bool Recordset::Step()
     }
     if (!row)
         done_ = true;
+    else if (RowHook()) [[unlikely]]
+        RowHook()();
     return row;
 }
 

@@ -5,6 +5,7 @@
 // statement: a forward-only recordset keeps nothing, the others keep each fetched
 // row once in a flat cell array (no object per cell).
 
+#include <functional>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -39,6 +40,10 @@ struct RecordsetSource {
     QString keyColumn;    // the column of updateTable that Update finds a row by
     QStringList spellings;  // the names as the query's text spells them (a server may fold them)
 };
+
+// Called after every row a recordset reads from its statement, when set: the tests' way of
+// making something happen between two rows (a server stopped in the middle of a read).
+void SetRowHookForTesting(std::function<void()> hook);
 
 class Recordset : public std::enable_shared_from_this<Recordset> {
 public:

@@ -384,6 +384,12 @@ quint64 PgConnection::Ready(PgStatement* next)
         active_ = nullptr;
         streaming->Keep();
     }
+    // A server restarted since the last statement has closed this session: reading what the
+    // socket holds finds that out now, before a statement is lost to it.
+    if (!active_ && !inTransaction_ && PQstatus(conn_) == CONNECTION_OK && PQtransactionStatus(conn_) == PQTRANS_IDLE) {
+        for (int i = 0; i < 2 && PQconsumeInput(conn_); ++i) {
+        }
+    }
     if (PQstatus(conn_) == CONNECTION_BAD) {
         if (inTransaction_)
             RaiseFor(nullptr, QStringLiteral("Continuing the transaction"));
