@@ -1,8 +1,12 @@
 #include "ibo_store.h"
 
+#include <libpq-fe.h>
 #include <sqlite3.h>
 
 #include <cmath>
+#include <vector>
+
+#include <QList>
 
 namespace {
 
@@ -18,10 +22,100 @@ QString Text(sqlite3_stmt* s, int c)
     return t ? QString::fromUtf8(reinterpret_cast<const char*>(t)) : QString();
 }
 
+// A session on the server for one call, as the SQLite side opens the file for one call.
+struct ServerDb {
+    PGconn* conn = nullptr;
+    explicit ServerDb(const QString& uri) : conn(PQconnectdb(uri.toUtf8().constData()))
+    {
+        PQsetNoticeProcessor(conn, [](void*, const char*) {}, nullptr);
+    }
+    ~ServerDb() { PQfinish(conn); }
+    QString Error() const { return QString::fromUtf8(PQerrorMessage(conn)).trimmed(); }
+};
+
+QString Cell(PGresult* r, int c)
+{
+    return PQgetisnull(r, 0, c) ? QString() : QString::fromUtf8(PQgetvalue(r, 0, c));
+}
+
 }  // namespace
+
+std::optional<IboRecord> IboStore::LoadFromServer(qint32 id, QString* error) const
+{
+    ServerDb d(path_);
+    const char* sql =
+        "SELECT IboID, IboNumber, ConFirstName, ConLastName, ConCompany, Product, Note, to_char(DateWWIH, 'YYYY-MM-DD'), "
+        "DescriptorStatus, DescriptorPriority, DescriptorUwih, DescriptorUwwgi, IboValueNumeric, IboValueDecimal "
+        "FROM IboMain WHERE IboID = $1 UNION ALL SELECT IboID, IboNumber, ConFirstName, ConLastName, ConCompany, Product, Note, "
+        "to_char(DateWWIH, 'YYYY-MM-DD'), DescriptorStatus, DescriptorPriority, DescriptorUwih, DescriptorUwwgi, IboValueNumeric, "
+        "IboValueDecimal FROM IboArchive WHERE IboID = $1";
+    const QByteArray idText = QByteArray::number(id);
+    const char* values[] = {idText.constData()};
+    PGresult* r = PQexecParams(d.conn, sql, 1, nullptr, values, nullptr, nullptr, 0);
+    std::optional<IboRecord> out;
+    if (PQresultStatus(r) != PGRES_TUPLES_OK) {
+        *error = PQstatus(d.conn) == CONNECTION_OK ? QString::fromUtf8(PQresultErrorMessage(r)).trimmed() : d.Error();
+    } else if (PQntuples(r) == 0) {
+        *error = QStringLiteral("IBO %1 is not in the database").arg(id);
+    } else {
+        IboRecord rec;
+        rec.id = Cell(r, 0).toInt();
+        rec.number = Cell(r, 1);
+        rec.firstName = Cell(r, 2);
+        rec.lastName = Cell(r, 3);
+        rec.company = Cell(r, 4);
+        rec.product = Cell(r, 5);
+        rec.note = Cell(r, 6);
+        rec.dateWWIH = Cell(r, 7);
+        rec.status = Cell(r, 8).toInt();
+        rec.priority = Cell(r, 9).toInt();
+        rec.uwih = Cell(r, 10).toInt();
+        rec.uwwgi = Cell(r, 11).toInt();
+        rec.value = Cell(r, 12).toDouble() + Cell(r, 13).toDouble() / 100.0;
+        out = rec;
+    }
+    PQclear(r);
+    return out;
+}
+
+bool IboStore::SaveOnServer(const IboRecord& rec, QString* error) const
+{
+    ServerDb d(path_);
+    const char* sql =
+        "UPDATE IboMain SET IboNumber = $2, ConFirstName = $3, ConLastName = $4, ConCompany = $5, Product = $6, Note = $7, "
+        "DateWWIH = $8::date + coalesce(DateWWIH::time, time '00:00'), DescriptorStatus = $9, DescriptorPriority = $10, "
+        "DescriptorUwih = $11, DescriptorUwwgi = $12, IboValueNumeric = $13, IboValueDecimal = $14 WHERE IboID = $1";
+    const double whole = std::floor(rec.value);
+    const QList<QByteArray> texts = {QByteArray::number(rec.id), rec.number.toUtf8(), rec.firstName.toUtf8(), rec.lastName.toUtf8(),
+                                     rec.company.toUtf8(), rec.product.toUtf8(), rec.note.toUtf8(), rec.dateWWIH.toUtf8(),
+                                     QByteArray::number(rec.status), QByteArray::number(rec.priority), QByteArray::number(rec.uwih),
+                                     QByteArray::number(rec.uwwgi), QByteArray::number(qint64(whole)),
+                                     QByteArray::number(int(std::lround((rec.value - whole) * 100)) % 100)};
+    std::vector<const char*> values;
+    for (const QByteArray& t : texts)
+        values.push_back(t.constData());
+    PGresult* r = PQexecParams(d.conn, sql, int(values.size()), nullptr, values.data(), nullptr, nullptr, 0);
+    const bool ok = PQresultStatus(r) == PGRES_COMMAND_OK;
+    if (!ok)
+        *error = PQstatus(d.conn) == CONNECTION_OK ? QString::fromUtf8(PQresultErrorMessage(r)).trimmed() : d.Error();
+    PQclear(r);
+    return ok;
+}
+
+QString IboStore::ServerText(const char* sql, const QByteArray& parameter) const
+{
+    ServerDb d(path_);
+    const char* values[] = {parameter.constData()};
+    PGresult* r = PQexecParams(d.conn, sql, 1, nullptr, values, nullptr, nullptr, 0);
+    const QString out = PQresultStatus(r) == PGRES_TUPLES_OK && PQntuples(r) > 0 ? Cell(r, 0) : QString();
+    PQclear(r);
+    return out;
+}
 
 std::optional<IboRecord> IboStore::Load(qint32 id, QString* error) const
 {
+    if (IsServerUri(path_))
+        return LoadFromServer(id, error);
     Db d(path_);
     sqlite3_stmt* s = nullptr;
     const char* sql =
@@ -61,6 +155,8 @@ std::optional<IboRecord> IboStore::Load(qint32 id, QString* error) const
 
 bool IboStore::Save(const IboRecord& r, QString* error) const
 {
+    if (IsServerUri(path_))
+        return SaveOnServer(r, error);
     Db d(path_);
     sqlite3_stmt* s = nullptr;
     const char* sql =
@@ -99,6 +195,9 @@ bool IboStore::Save(const IboRecord& r, QString* error) const
 
 QString IboStore::NumberOfId(qint32 id) const
 {
+    if (IsServerUri(path_))
+        return ServerText("SELECT IboNumber FROM IboMain WHERE IboID = $1 UNION ALL SELECT IboNumber FROM IboArchive WHERE IboID = $1",
+                          QByteArray::number(id));
     Db d(path_);
     sqlite3_stmt* s = nullptr;
     QString number;
@@ -114,6 +213,10 @@ QString IboStore::NumberOfId(qint32 id) const
 
 qint32 IboStore::IdOfNumber(const QString& number) const
 {
+    if (IsServerUri(path_))
+        return ServerText("SELECT IboID FROM IboMain WHERE IboNumber = $1 UNION ALL SELECT IboID FROM IboArchive WHERE IboNumber = $1",
+                          number.toUtf8())
+            .toInt();
     Db d(path_);
     sqlite3_stmt* s = nullptr;
     qint32 id = 0;

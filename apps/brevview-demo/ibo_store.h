@@ -24,7 +24,17 @@ public:
     // The number of the IBO with this id, or "".
     QString NumberOfId(qint32 id) const;
     const QString& path() const { return path_; }
+    // A database on a PostgreSQL server rather than an SQLite file.
+    static bool IsServerUri(const QString& path)
+    {
+        return path.startsWith(QLatin1String("postgresql://"), Qt::CaseInsensitive) ||
+               path.startsWith(QLatin1String("postgres://"), Qt::CaseInsensitive);
+    }
 
 private:
+    std::optional<IboRecord> LoadFromServer(qint32 id, QString* error) const;
+    bool SaveOnServer(const IboRecord& ibo, QString* error) const;
+    QString ServerText(const char* sql, const QByteArray& parameter) const;
+
     QString path_;
 };

@@ -1,5 +1,5 @@
 // brevview-demo: a host application with the three BrevView controls on a database.
-// Usage: brevview-demo [--database PATH] [--screenshot DIR]
+// Usage: brevview-demo [--database PATH|postgresql://...] [--screenshot DIR]
 
 #include <cstdio>
 
@@ -11,6 +11,7 @@
 
 #include <brevview/version.h>
 
+#include "ibo_store.h"
 #include "main_window.h"
 
 int main(int argc, char** argv)
@@ -33,8 +34,12 @@ int main(int argc, char** argv)
     parser.addOption(database);
     parser.addOption(screenshot);
     parser.process(app);
-    const QString path = QDir(parser.value(database)).absolutePath();
-    if (!QFile::exists(path)) {
+    // A postgresql:// URI names a database on a server (the user and the password come from
+    // libpq's own sources: PGUSER, ~/.pgpass, PGPASSFILE); anything else is an SQLite file.
+    const QString value = parser.value(database);
+    const bool onServer = IboStore::IsServerUri(value);
+    const QString path = onServer ? value : QDir(value).absolutePath();
+    if (!onServer && !QFile::exists(path)) {
         std::fprintf(stderr, "brevview-demo: no database at %s (make one with brevview-sampledb)\n", qPrintable(path));
         return 1;
     }

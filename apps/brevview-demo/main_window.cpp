@@ -1,5 +1,7 @@
 #include "main_window.h"
 
+#include <cstdio>
+
 #include <QAbstractScrollArea>
 #include <QAction>
 #include <QApplication>
@@ -59,7 +61,9 @@ public:
     explicit DemoDatabase(QString path) : path_(std::move(path)) {}
     QString DatabasePath() override { return path_; }
     QString AuxiliaryInfo() override { return QString(); }
-    QString UserName() override { return QStringLiteral("demo"); }
+    // On a server the account is the one libpq finds itself (the URI's user, PGUSER,
+    // ~/.pgpass), as for the demo's own edits; a file has no accounts.
+    QString UserName() override { return IboStore::IsServerUri(path_) ? QString() : QStringLiteral("demo"); }
     QString Password() override { return QString(); }
 
 private:
@@ -285,6 +289,8 @@ void MainWindow::ReportError(const BrevView::RuntimeError& e, const QString& wha
     statusBar()->showMessage(tr("Error %1 while %2: %3").arg(e.number()).arg(what, e.description()));
     if (qEnvironmentVariableIsEmpty("BREV_DEMO_QUIET"))
         QMessageBox::warning(this, tr("BrevView"), tr("Error %1 while %2:\n%3").arg(e.number()).arg(what, e.description()));
+    else
+        std::fprintf(stderr, "brevview-demo: error %d while %s: %s\n", e.number(), qPrintable(what), qPrintable(e.description()));
 }
 
 void MainWindow::RefreshAll()

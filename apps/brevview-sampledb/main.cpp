@@ -1,5 +1,5 @@
 // brevview-sampledb: writes a sample database of IBOs.
-// Usage: brevview-sampledb [--count N] [--seed S] [--today yyyy-MM-dd] FILE
+// Usage: brevview-sampledb [--count N] [--seed S] [--today yyyy-MM-dd] [--replace] FILE|postgresql://...
 
 #include <cstdio>
 
@@ -9,6 +9,7 @@
 
 #include <brevview/version.h>
 
+#include "platform/data/engine.h"
 #include "sample_generator.h"
 
 int main(int argc, char** argv)
@@ -29,10 +30,13 @@ int main(int argc, char** argv)
     const QCommandLineOption today(QStringLiteral("today"),
                                    QStringLiteral("The day the dates are spread around (default: the real today)."),
                                    QStringLiteral("yyyy-MM-dd"));
+    const QCommandLineOption replace(QStringLiteral("replace"),
+                                     QStringLiteral("On a PostgreSQL server: empty IboMain and IboArchive when they already hold IBOs."));
     parser.addOption(count);
+    parser.addOption(replace);
     parser.addOption(seed);
     parser.addOption(today);
-    parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("The SQLite database file to write."));
+    parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("The SQLite database file to write, or a postgresql:// URI of a database on a server."));
     parser.process(app);
 
     bool ok = true;
@@ -44,6 +48,7 @@ int main(int argc, char** argv)
         options.today = QDate::fromString(parser.value(today), QStringLiteral("yyyy-MM-dd"));
         ok = options.today.isValid();
     }
+    options.replace = parser.isSet(replace);
     const QStringList files = parser.positionalArguments();
     if (!ok || files.size() != 1 || options.count < 0) {
         std::fprintf(stderr, "%s\n", qPrintable(parser.helpText()));
@@ -54,6 +59,6 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "brevview-sampledb: %s\n", qPrintable(error));
         return 1;
     }
-    std::printf("wrote %d IBOs to %s\n", options.count, qPrintable(files.front()));
+    std::printf("wrote %d IBOs to %s\n", options.count, qPrintable(BrevView::data::DisplayPath(files.front())));
     return 0;
 }
