@@ -19,6 +19,7 @@
 
 #include <brevview/brevview.h>
 
+#include "refresh_loop.h"
 #include "sample_generator.h"
 
 namespace {
@@ -109,28 +110,10 @@ int Reader(const QString& uri, int seconds)
     BrevView::FlatView flat;
     BrevView::PriorityView priority;
     BrevView::ForecastView forecast;
-    QElapsedTimer t;
-    t.start();
-    int rounds = 0, locked = 0, other = 0;
-    while (t.elapsed() < seconds * 1000) {
-        for (QWidget* view : {static_cast<QWidget*>(&flat), static_cast<QWidget*>(&priority), static_cast<QWidget*>(&forecast)}) {
-            try {
-                QMetaObject::invokeMethod(view, "Refresh");
-            } catch (const BrevView::RuntimeError& e) {
-                if (e.number() == 3260) {
-                    ++locked;
-                } else {
-                    ++other;
-                    std::printf("reader: unexpected error %d: %s\n", e.number(), qPrintable(e.description()));
-                }
-            }
-        }
-        ++rounds;
-        QCoreApplication::processEvents();
-    }
-    std::printf("reader: rounds %d, locked %d, other %d\n", rounds, locked, other);
+    const BrevView::reliability::RefreshCounts counts = BrevView::reliability::RefreshForSeconds(flat, priority, forecast, seconds);
+    std::printf("reader: rounds %d, locked %d, other %d\n", counts.rounds, counts.locked, counts.other);
     std::fflush(stdout);
-    return other == 0 ? 0 : 1;
+    return counts.other == 0 ? 0 : 1;
 }
 
 }  // namespace

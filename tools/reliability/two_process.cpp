@@ -16,6 +16,7 @@
 
 #include <brevview/brevview.h>
 
+#include "refresh_loop.h"
 #include "sample_generator.h"
 
 namespace {
@@ -102,25 +103,8 @@ int main(int argc, char** argv)
     writer.start(app.applicationFilePath(), {QStringLiteral("--seconds"), QString::number(seconds), QStringLiteral("--writer"), db});
     if (!writer.waitForStarted())
         return 2;
-    QElapsedTimer t;
-    t.start();
-    int rounds = 0, busy = 0, other = 0;
-    while (t.elapsed() < seconds * 1000) {
-        for (QWidget* view : {static_cast<QWidget*>(&flat), static_cast<QWidget*>(&priority), static_cast<QWidget*>(&forecast)}) {
-            try {
-                QMetaObject::invokeMethod(view, "Refresh");
-            } catch (const BrevView::RuntimeError& e) {
-                if (e.number() == 3260) {
-                    ++busy;
-                } else {
-                    ++other;
-                    std::printf("unexpected error %d: %s\n", e.number(), qPrintable(e.description()));
-                }
-            }
-        }
-        ++rounds;
-        QCoreApplication::processEvents();
-    }
+    const BrevView::reliability::RefreshCounts counts = BrevView::reliability::RefreshForSeconds(flat, priority, forecast, seconds);
+    const int rounds = counts.rounds, busy = counts.locked, other = counts.other;
     writer.waitForFinished(seconds * 1000 + 10000);
     sqlite3* check = nullptr;
     sqlite3_open(db.toUtf8().constData(), &check);
