@@ -473,25 +473,31 @@ void Recordset::Update()
     RequireCurrent();
     if (!edits_.empty()) {
         const Cell& idCell = cells_[size_t(pos_ * columnCount_ + fieldCount_)];
-        // Positional parameters written $1, $2, ...: both engines read them so.
-        QStringList sets;
-        int p = 1;
-        for (const auto& e : edits_)
-            sets.append(QLatin1Char('"') + names_[e.first] + QStringLiteral("\" = $") + QString::number(p++));
-        // PostgreSQL's tables have folded names: the table is named as the query named it.
-        const QString table = conn_->dialect() == Dialect::PostgreSQL ? source_.updateTable
-                                                                      : QLatin1Char('"') + source_.updateTable + QLatin1Char('"');
-        const QString sql = QStringLiteral("UPDATE %1 SET %2 WHERE %3 = $%4")
-                                .arg(table, sets.join(QStringLiteral(", ")), source_.keyColumn)
-                                .arg(p);
-        if (!updateStmt_ || sql != updateSql_) {
+        // One statement per set of edited fields, made when that set changes: a refresh that
+        // writes a date into many rows prepares it once.
+        bool same = updateStmt_ && updateColumns_.size() == edits_.size();
+        for (size_t i = 0; same && i < edits_.size(); ++i)
+            same = updateColumns_[i] == edits_[i].first;
+        if (!same) {
+            // Positional parameters written $1, $2, ...: both engines read them so.
+            QStringList sets;
+            int n = 1;
+            updateColumns_.clear();
+            for (const auto& e : edits_) {
+                sets.append(QLatin1Char('"') + names_[e.first] + QStringLiteral("\" = $") + QString::number(n++));
+                updateColumns_.push_back(e.first);
+            }
+            // PostgreSQL's tables have folded names: the table is named as the query named it.
+            const QString table = conn_->dialect() == Dialect::PostgreSQL ? source_.updateTable
+                                                                          : QLatin1Char('"') + source_.updateTable + QLatin1Char('"');
             updateStmt_.reset();
-            updateStmt_ = conn_->Prepare(sql);
-            updateSql_ = sql;
+            updateStmt_ = conn_->Prepare(QStringLiteral("UPDATE %1 SET %2 WHERE %3 = $%4")
+                                             .arg(table, sets.join(QStringLiteral(", ")), source_.keyColumn)
+                                             .arg(n));
         }
         Statement& stmt = *updateStmt_;
         stmt.Reset();
-        p = 1;
+        int p = 1;
         for (const auto& e : edits_)
             Bind(stmt, p++, e.second);
         switch (idCell.kind) {

@@ -148,7 +148,7 @@ private:
     QString sort_;
 
     std::unique_ptr<Statement> updateStmt_;  // the last UPDATE, kept for the next record
-    QString updateSql_;
+    std::vector<int> updateColumns_;  // the fields updateStmt_ sets, in order
     bool editing_ = false;
     std::vector<std::pair<int, automation::Variant>> edits_;
 };
