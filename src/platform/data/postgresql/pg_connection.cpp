@@ -73,6 +73,8 @@ public:
             return false;
         if (!running_)
             Run();
+        if (finished_)
+            return false;
         PGresult* next = Next();
         if (!next) {
             finished_ = true;
@@ -191,6 +193,15 @@ private:
 
     void Run()
     {
+        if (types_.empty() && conn_.Deferring() && generation_ == conn_.Generation()) {
+            std::vector<const char*> values(values_.size());
+            for (size_t p = 0; p < values_.size(); ++p)
+                values[p] = values_[p].isNull() ? nullptr : values_[p].constData();
+            running_ = true;
+            finished_ = true;
+            conn_.SendDeferred(name_, values, What());
+            return;
+        }
         const quint64 generation = conn_.Ready(this);
         if (generation != generation_) {
             // The session was opened again: what it had prepared is gone.
@@ -377,8 +388,58 @@ void PgConnection::RaiseFor(const pg_result* result, const QString& what) const
     Raise(automation::ErrInvalidSql, kSource, text);
 }
 
+void PgConnection::SendDeferred(const QByteArray& name, const std::vector<const char*>& values, const QString& what)
+{
+    if (active_) {
+        PgStatement* streaming = active_;
+        active_ = nullptr;
+        streaming->Keep();
+    }
+    if (PQpipelineStatus(conn_) == PQ_PIPELINE_OFF && !PQenterPipelineMode(conn_))
+        RaiseFor(nullptr, what);
+    if (!PQsendQueryPrepared(conn_, name.constData(), int(values.size()), values.data(), nullptr, nullptr, 0)) {
+        Drain(false);
+        RaiseFor(nullptr, what);
+    }
+    // Bounded, so that neither side's buffers fill while the other waits.
+    if (++deferred_ >= 1000)
+        Drain(true);
+}
+
+void PgConnection::Drain(bool raise)
+{
+    if (PQpipelineStatus(conn_) == PQ_PIPELINE_OFF)
+        return;
+    deferred_ = 0;
+    PQpipelineSync(conn_);
+    PGresult* failed = nullptr;
+    for (;;) {
+        PGresult* r = PQgetResult(conn_);
+        if (!r) {
+            // A null ends each statement's answers; on a lost session nothing more comes.
+            if (PQstatus(conn_) == CONNECTION_BAD)
+                break;
+            continue;
+        }
+        const ExecStatusType status = PQresultStatus(r);
+        if (status == PGRES_PIPELINE_SYNC) {
+            PQclear(r);
+            break;
+        }
+        if (status == PGRES_FATAL_ERROR && !failed)
+            failed = r;
+        else
+            PQclear(r);
+    }
+    PQexitPipelineMode(conn_);
+    Result first(failed);
+    if (raise && (failed || PQstatus(conn_) == CONNECTION_BAD))
+        RaiseFor(failed, QStringLiteral("Writing the changes"));
+}
+
 quint64 PgConnection::Ready(PgStatement* next)
 {
+    Drain(true);
     if (active_ && active_ != next) {
         PgStatement* streaming = active_;
         active_ = nullptr;
@@ -440,6 +501,7 @@ int PgConnection::BackendPid() const
 
 pg_result* PgConnection::Run(const QByteArray& sql, const QString& what)
 {
+    Drain(true);
     if (active_) {
         PgStatement* streaming = active_;
         active_ = nullptr;
@@ -500,6 +562,7 @@ void PgConnection::Commit()
 void PgConnection::Rollback()
 {
     inTransaction_ = false;
+    Drain(false);
     if (PQstatus(conn_) == CONNECTION_BAD)
         return;  // the server rolled it back when the session ended
     Result r(Run("ROLLBACK", QStringLiteral("Rolling back")));

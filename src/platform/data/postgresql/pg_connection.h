@@ -60,7 +60,14 @@ public:
     void Finished(PgStatement* statement);
     void Forget(PgStatement* statement, const QByteArray& name, quint64 generation);
     QByteArray NextStatementName();
+    quint64 Generation() const { return generation_; }
     void SetChanges(qint64 changes) { changes_ = changes; }
+    // Inside a transaction a statement without rows (the won-date UPDATEs) is sent without
+    // waiting for its answer: the answers are read in one go before the next other statement
+    // or the commit, and the first failure is raised then (the transaction is lost with it, as
+    // it would have been). A round trip per written row is what made a refresh slow.
+    bool Deferring() const { return inTransaction_; }
+    void SendDeferred(const QByteArray& name, const std::vector<const char*>& values, const QString& what);
     // Raises the numbered error for a failed result (or, when `result` is null, for the
     // session's last error), naming `what`.
     [[noreturn]] void RaiseFor(const pg_result* result, const QString& what) const;
@@ -71,6 +78,8 @@ private:
     pg_result* Run(const QByteArray& sql, const QString& what);
     pg_result* RunParams(const QByteArray& sql, const std::vector<QByteArray>& values, const QString& what);
     [[noreturn]] void RaiseOpenFailure() const;
+    // Reads the answers of the deferred statements; raises the first failure when `raise`.
+    void Drain(bool raise);
 
     pg_conn* conn_ = nullptr;
     QString display_;
@@ -80,6 +89,7 @@ private:
     quint64 nextName_ = 0;
     qint64 changes_ = 0;
     bool inTransaction_ = false;
+    int deferred_ = 0;  // statements sent and not yet answered
     bool catalogueKnown_ = false;
     std::map<QString, QString> keys_;
 };
