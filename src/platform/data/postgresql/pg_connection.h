@@ -65,7 +65,8 @@ public:
     // Inside a transaction a statement without rows (the won-date UPDATEs) is sent without
     // waiting for its answer: the answers are read in one go before the next other statement
     // or the commit, and the first failure is raised then (the transaction is lost with it, as
-    // it would have been). A round trip per written row is what made a refresh slow.
+    // it would have been). A round trip per written row is what made a refresh slow. Changes()
+    // does not count such statements.
     bool Deferring() const { return inTransaction_; }
     void SendDeferred(const QByteArray& name, const std::vector<const char*>& values, const QString& what);
     // Raises the numbered error for a failed result (or, when `result` is null, for the
