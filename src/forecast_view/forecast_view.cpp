@@ -344,9 +344,14 @@ void ForecastViewPrivate::GetAllOpenWon()
                         automation::Raise(automation::ErrInvalidUseOfNull, QStringLiteral("BrevView.ForecastView::GetAllOpenWon"),
                                           QStringLiteral("Invalid use of Null: won IBO %1 has no DateWonLostCancel")
                                               .arg(ToText(rs.Field(fi.IboID))));
-                    rs.Edit();
-                    rs.SetField(QStringLiteral("DateWWIH"), won);
-                    rs.Update();
+                    // A won IBO whose DateWWIH already holds its won date is left alone:
+                    // the table ends up the same, and an unchanged row wakes no colleague's
+                    // ChangeWatcher, so open forecast views do not keep refreshing each other.
+                    if (!(rs.Field(fi.DateWWIH) == won)) {
+                        rs.Edit();
+                        rs.SetField(QStringLiteral("DateWWIH"), won);
+                        rs.Update();
+                    }
                 }
                 rs.MoveNext();
             }

@@ -252,6 +252,34 @@ TEST_F(ForecastViewTest, WonDateWritesAreAllOrNothing)
     EXPECT_EQ(QueryText(db_, QStringLiteral("SELECT count(*) FROM IboMain WHERE DateWWIH = '2030-01-01 00:00:00'")), QStringLiteral("0"));
 }
 
+TEST_F(ForecastViewTest, AWonIboThatAlreadyHoldsItsWonDateIsNotWrittenAgain)
+{
+    // IBO 1 already holds its won date, IBO 2 does not. Any write to IBO 1 fails, so the
+    // refresh succeeds only if it leaves that row alone.
+    Add(Won(1, QStringLiteral("2024-04-03 00:00:00")).Text(QStringLiteral("DateWWIH"), QStringLiteral("2024-04-03 00:00:00")));
+    Add(Won(2, QStringLiteral("2024-04-09 00:00:00")));
+    if (OnPostgreSQL()) {
+        Exec(db_, QStringLiteral("CREATE FUNCTION no_write() RETURNS trigger LANGUAGE plpgsql AS "
+                                 "$$BEGIN RAISE EXCEPTION 'IBO 1 was written'; END$$;"
+                                 "CREATE TRIGGER no_write BEFORE UPDATE ON IboMain FOR EACH ROW "
+                                 "WHEN (NEW.IboID = 1) EXECUTE FUNCTION no_write();"));
+    } else {
+        Exec(db_, QStringLiteral("CREATE TRIGGER no_write BEFORE UPDATE ON IboMain WHEN NEW.IboID = 1 "
+                                 "BEGIN SELECT RAISE(ABORT, 'IBO 1 was written'); END;"));
+    }
+    View().setShowWonIBOs(true);
+    View().Refresh();
+    EXPECT_EQ(QueryText(db_, QStringLiteral("SELECT DateWWIH FROM IboMain ORDER BY IboID")),
+              QStringLiteral("2024-04-03 00:00:00\n2024-04-09 00:00:00"));
+    // The second refresh finds both dates in place and writes nothing at all.
+    Exec(db_, OnPostgreSQL() ? QStringLiteral("DROP TRIGGER no_write ON IboMain;"
+                                              "CREATE TRIGGER no_write BEFORE UPDATE ON IboMain FOR EACH ROW EXECUTE FUNCTION no_write();")
+                             : QStringLiteral("DROP TRIGGER no_write; CREATE TRIGGER no_write BEFORE UPDATE ON IboMain "
+                                              "BEGIN SELECT RAISE(ABORT, 'an IBO was written'); END;"));
+    View().Refresh();
+    EXPECT_GT(Grid().GetNode(QStringLiteral("N202404")), 0);
+}
+
 TEST_F(ForecastViewTest, WonIboWithoutAWonDateFailsAndWritesNothing)
 {
     Add(Won(1, QStringLiteral("2024-04-03 00:00:00")));

@@ -63,3 +63,44 @@ CREATE TABLE IF NOT EXISTS BrevQueryDefs (
     SQL  text NOT NULL
 );
 CREATE UNIQUE INDEX IF NOT EXISTS BrevQueryDefs_Name ON BrevQueryDefs (lower(Name));
+
+-- Open views learn of a colleague's change through a notification on the channel
+-- "brev_ibos_changed", whose payload is the schema of the changed table. Statement-level
+-- triggers keep a bulk load or a refresh's batch of writes to one notification, and the
+-- server sends one per channel and payload per transaction whatever the count. An UPDATE
+-- notifies only when some row really differs (compared as text, so that any column type
+-- will do): a write that stores what was already there wakes no one.
+CREATE OR REPLACE FUNCTION brev_notify_ibos_changed() RETURNS trigger LANGUAGE plpgsql AS $$
+DECLARE
+    changed boolean := true;
+BEGIN
+    -- One branch per kind: each trigger names only the transition tables it has.
+    IF TG_OP = 'INSERT' THEN
+        changed := EXISTS (SELECT 1 FROM brev_new);
+    ELSIF TG_OP = 'DELETE' THEN
+        changed := EXISTS (SELECT 1 FROM brev_old);
+    ELSIF TG_OP = 'UPDATE' THEN
+        changed := EXISTS (SELECT n::text FROM brev_new n EXCEPT ALL SELECT o::text FROM brev_old o);
+    END IF;
+    IF changed THEN
+        PERFORM pg_notify('brev_ibos_changed', TG_TABLE_SCHEMA);
+    END IF;
+    RETURN NULL;
+END
+$$;
+CREATE OR REPLACE TRIGGER IboMain_Inserted AFTER INSERT ON IboMain REFERENCING NEW TABLE AS brev_new
+    FOR EACH STATEMENT EXECUTE FUNCTION brev_notify_ibos_changed();
+CREATE OR REPLACE TRIGGER IboMain_Updated AFTER UPDATE ON IboMain REFERENCING OLD TABLE AS brev_old NEW TABLE AS brev_new
+    FOR EACH STATEMENT EXECUTE FUNCTION brev_notify_ibos_changed();
+CREATE OR REPLACE TRIGGER IboMain_Deleted AFTER DELETE ON IboMain REFERENCING OLD TABLE AS brev_old
+    FOR EACH STATEMENT EXECUTE FUNCTION brev_notify_ibos_changed();
+CREATE OR REPLACE TRIGGER IboMain_Truncated AFTER TRUNCATE ON IboMain
+    FOR EACH STATEMENT EXECUTE FUNCTION brev_notify_ibos_changed();
+CREATE OR REPLACE TRIGGER IboArchive_Inserted AFTER INSERT ON IboArchive REFERENCING NEW TABLE AS brev_new
+    FOR EACH STATEMENT EXECUTE FUNCTION brev_notify_ibos_changed();
+CREATE OR REPLACE TRIGGER IboArchive_Updated AFTER UPDATE ON IboArchive REFERENCING OLD TABLE AS brev_old NEW TABLE AS brev_new
+    FOR EACH STATEMENT EXECUTE FUNCTION brev_notify_ibos_changed();
+CREATE OR REPLACE TRIGGER IboArchive_Deleted AFTER DELETE ON IboArchive REFERENCING OLD TABLE AS brev_old
+    FOR EACH STATEMENT EXECUTE FUNCTION brev_notify_ibos_changed();
+CREATE OR REPLACE TRIGGER IboArchive_Truncated AFTER TRUNCATE ON IboArchive
+    FOR EACH STATEMENT EXECUTE FUNCTION brev_notify_ibos_changed();
