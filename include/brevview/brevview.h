@@ -6,6 +6,7 @@
 #include <QString>
 #include <QWidget>
 
+#include "change_watcher.h"
 #include "enums.h"
 #include "export.h"
 #include "flat_view.h"

@@ -8,6 +8,8 @@
 #include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QProcess>
+#include <QSignalSpy>
+#include <QTest>
 
 #include <brevview/brevview.h>
 
@@ -273,6 +275,42 @@ TEST_F(PostgreSQLServerDown, ServerStoppedInTheMiddleOfARefreshIsError3043AndKee
     ASSERT_TRUE(RunServerScript(QStringLiteral("resume"), info_));
     view.Refresh();
     EXPECT_EQ(GridOf(view).Rows(), 30001);
+}
+
+TEST_F(PostgreSQLServerDown, AWatcherReconnectsAfterARestartAndReportsWhatChangedMeanwhile)
+{
+    AddOpenIbos(3);
+    ChangeWatcher watcher;
+    QSignalSpy active(&watcher, &ChangeWatcher::activeChanged);
+    QSignalSpy changed(&watcher, &ChangeWatcher::IbosChanged);
+    QSignalSpy errors(&watcher, &ChangeWatcher::ErrorRaised);
+    ASSERT_TRUE(watcher.start());
+    ASSERT_TRUE(active.wait(10000));
+    ASSERT_TRUE(watcher.isActive());
+
+    ASSERT_TRUE(RunServerScript(QStringLiteral("halt"), info_));
+    // The closed session is noticed from its socket, not by asking.
+    if (watcher.isActive()) {
+        ASSERT_TRUE(active.wait(10000));
+    }
+    EXPECT_FALSE(watcher.isActive());
+    ASSERT_GE(errors.count(), 1);
+    EXPECT_EQ(errors.first().at(0).toInt(), 3043);
+    ASSERT_TRUE(RunServerScript(QStringLiteral("resume"), info_));
+    // A colleague is quicker than the watcher's next attempt.
+    Exec(db_, QStringLiteral("UPDATE IboMain SET IboValueNumeric = 5 WHERE IboID = 1"));
+    QElapsedTimer clock;
+    clock.start();
+    while (!watcher.isActive() && clock.elapsed() < 20000)
+        QTest::qWait(50);
+    ASSERT_TRUE(watcher.isActive());
+    // The change made while it was away is reported ...
+    EXPECT_TRUE(changed.count() >= 1 || changed.wait(3000));
+    // ... and it listens again.
+    QTest::qWait(1100);
+    changed.clear();
+    Exec(db_, QStringLiteral("UPDATE IboMain SET IboValueNumeric = 6 WHERE IboID = 1"));
+    EXPECT_TRUE(changed.wait(2000));
 }
 
 }  // namespace

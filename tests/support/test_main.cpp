@@ -3,6 +3,8 @@
 #include <QApplication>
 #include <gtest/gtest.h>
 
+#include "support/child_process.h"
+
 int main(int argc, char** argv)
 {
     qputenv("QT_QPA_PLATFORM", qgetenv("QT_QPA_PLATFORM").isEmpty() ? QByteArray("offscreen") : qgetenv("QT_QPA_PLATFORM"));
@@ -17,5 +19,8 @@ int main(int argc, char** argv)
             qputenv("BREV_TEST_PG_INFO", arg.mid(10));
     }
     QApplication app(argc, argv);
+    // --child=NAME: another process of a test (see child_process.h), not the test run.
+    if (const int code = BrevView::test::RunChildModeIfAsked(argc, argv); code >= 0)
+        return code;
     return RUN_ALL_TESTS();
 }

@@ -1,6 +1,9 @@
 #include "engine.h"
 
+#include "change_feed.h"
+#include "postgresql/pg_change_feed.h"
 #include "postgresql/pg_connection.h"
+#include "sqlite/sqlite_change_feed.h"
 #include "sqlite/sqlite_connection.h"
 
 namespace BrevView::data {
@@ -34,6 +37,14 @@ std::shared_ptr<Connection> OpenConnection(const QString& path, const QString& u
         return PgConnection::Open(path, userName, password);
     // SQLite has no users: the user name and password are not used.
     return SqliteConnection::Open(path);
+}
+
+std::unique_ptr<ChangeFeed> ChangeFeed::Create(const QString& path, const QString& userName, const QString& password,
+                                               const QString& channel, const QStringList& tables, Callbacks callbacks)
+{
+    if (IsServerUri(path))
+        return std::make_unique<PgChangeFeed>(path, userName, password, channel, tables, std::move(callbacks));
+    return std::make_unique<SqliteChangeFeed>(path, std::move(callbacks));
 }
 
 }  // namespace BrevView::data

@@ -303,28 +303,38 @@ private:
     bool finished_ = false;
 };
 
+PgConnectParams::PgConnectParams(const QString& uri, const QString& userName, const QString& password,
+                                 std::initializer_list<std::pair<const char*, const char*>> defaults)
+    : uri_(uri.toUtf8()), user_(userName.toUtf8()), password_(password.toUtf8())
+{
+    // Keywords before "dbname" are defaults that the URI may set otherwise; those after it
+    // take the URI's place.
+    keys_ = {"connect_timeout", "application_name"};
+    values_ = {"10", "BrevView"};
+    for (const auto& [key, value] : defaults) {
+        keys_.push_back(key);
+        values_.push_back(value);
+    }
+    keys_.insert(keys_.end(), {"dbname", "client_encoding"});
+    values_.insert(values_.end(), {uri_.constData(), "UTF8"});
+    if (!user_.isEmpty()) {
+        keys_.push_back("user");
+        values_.push_back(user_.constData());
+    }
+    if (!password_.isEmpty()) {
+        keys_.push_back("password");
+        values_.push_back(password_.constData());
+    }
+    keys_.push_back(nullptr);
+    values_.push_back(nullptr);
+}
+
 std::shared_ptr<PgConnection> PgConnection::Open(const QString& uri, const QString& userName, const QString& password)
 {
     std::shared_ptr<PgConnection> c(new PgConnection);
     c->display_ = DisplayPath(uri);
-    const QByteArray uriUtf8 = uri.toUtf8();
-    const QByteArray user = userName.toUtf8();
-    const QByteArray pass = password.toUtf8();
-    // Keywords before "dbname" are defaults that the URI may set otherwise; those after it
-    // take the URI's place.
-    std::vector<const char*> keys{"connect_timeout", "application_name", "dbname", "client_encoding"};
-    std::vector<const char*> values{"10", "BrevView", uriUtf8.constData(), "UTF8"};
-    if (!user.isEmpty()) {
-        keys.push_back("user");
-        values.push_back(user.constData());
-    }
-    if (!pass.isEmpty()) {
-        keys.push_back("password");
-        values.push_back(pass.constData());
-    }
-    keys.push_back(nullptr);
-    values.push_back(nullptr);
-    c->conn_ = PQconnectdbParams(keys.data(), values.data(), 1);
+    const PgConnectParams params(uri, userName, password);
+    c->conn_ = PQconnectdbParams(params.keys(), params.values(), 1);
     if (!c->conn_)
         Raise(automation::ErrOutOfMemory, kSource, QStringLiteral("Out of memory connecting to %1").arg(c->display_));
     if (PQstatus(c->conn_) != CONNECTION_OK)
@@ -350,11 +360,11 @@ void PgConnection::Configure()
                  QStringLiteral("Configuring the session")));
 }
 
-void PgConnection::RaiseOpenFailure() const
+void RaisePgOpenFailure(pg_conn* conn, const QString& display)
 {
     // A failed session has no SQLSTATE: libpq's message tells what refused it.
-    const QString why = Utf8(PQerrorMessage(conn_));
-    const QString what = QStringLiteral("Connecting to %1 failed: %2").arg(display_, why);
+    const QString why = Utf8(PQerrorMessage(conn));
+    const QString what = QStringLiteral("Connecting to %1 failed: %2").arg(display, why);
     if (why.contains(QLatin1String("authentication failed")) || why.contains(QLatin1String("no password supplied")) ||
         why.contains(QLatin1String("password")) ||
         (why.contains(QLatin1String("role \"")) && why.contains(QLatin1String("does not exist"))))
@@ -364,6 +374,11 @@ void PgConnection::RaiseOpenFailure() const
     if (why.contains(QLatin1String("permission denied")))
         Raise(automation::ErrNoPermission, kSource, QStringLiteral("You do not have the necessary permissions. ") + what);
     Raise(automation::ErrConnectionFailed, kSource, QStringLiteral("ODBC--connection failed. ") + what);
+}
+
+void PgConnection::RaiseOpenFailure() const
+{
+    RaisePgOpenFailure(conn_, display_);
 }
 
 void PgConnection::RaiseFor(const pg_result* result, const QString& what) const

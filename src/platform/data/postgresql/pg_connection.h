@@ -11,10 +11,13 @@
 // statement outside a transaction, with the same parameters; inside a transaction the
 // statement fails with error 3043 and the transaction is lost.
 
+#include <initializer_list>
 #include <map>
+#include <utility>
 #include <memory>
 #include <vector>
 
+#include <QByteArray>
 #include <QString>
 
 #include "../engine.h"
@@ -25,6 +28,28 @@ struct pg_result;
 namespace BrevView::data {
 
 class PgStatement;
+
+// The keywords and values a session is opened with: the URI, the user name and password that
+// take the place of the URI's own when given, and defaults the URI may set otherwise. Holds
+// the password only as long as it lives; it is never written anywhere.
+class PgConnectParams {
+public:
+    PgConnectParams(const QString& uri, const QString& userName, const QString& password,
+                    std::initializer_list<std::pair<const char*, const char*>> defaults = {});
+    PgConnectParams(const PgConnectParams&) = delete;
+    PgConnectParams& operator=(const PgConnectParams&) = delete;
+    // Null-terminated, for PQconnectdbParams and PQconnectStartParams with expand_dbname 1.
+    const char* const* keys() const { return keys_.data(); }
+    const char* const* values() const { return values_.data(); }
+
+private:
+    QByteArray uri_, user_, password_;
+    std::vector<const char*> keys_, values_;
+};
+
+// Raises the numbered error for a session that did not open: 3029 authentication refused,
+// 3024 no such database, 3033 no permission, 3151 server unreachable or refused (TLS included).
+[[noreturn]] void RaisePgOpenFailure(pg_conn* conn, const QString& display);
 
 class PgConnection final : public Connection {
 public:

@@ -173,7 +173,7 @@ const char* const kCatalogue = "BrevQueryDefs";
 
 }  // namespace
 
-std::shared_ptr<SqliteConnection> SqliteConnection::Open(const QString& path)
+std::shared_ptr<SqliteConnection> SqliteConnection::Open(const QString& path, bool readOnly)
 {
     const QFileInfo info(path);
     if (path.isEmpty() || !info.exists() || info.isDir())
@@ -182,7 +182,7 @@ std::shared_ptr<SqliteConnection> SqliteConnection::Open(const QString& path)
     c->path_ = path;
     // Never SQLITE_OPEN_CREATE: a missing file is an error, not a new empty database.
     // One connection per control and thread: SQLite's own per-call locking is not needed.
-    const int rc = sqlite3_open_v2(path.toUtf8().constData(), &c->db_, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX,
+    const int rc = sqlite3_open_v2(path.toUtf8().constData(), &c->db_, (readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE) | SQLITE_OPEN_NOMUTEX,
                                    g_vfs.isEmpty() ? nullptr : g_vfs.constData());
     if (rc != SQLITE_OK) {
         const QString why = c->db_ ? QString::fromUtf8(sqlite3_errmsg(c->db_)) : QStringLiteral("out of memory");

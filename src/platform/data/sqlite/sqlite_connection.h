@@ -16,8 +16,8 @@ namespace BrevView::data {
 class SqliteConnection final : public Connection {
 public:
     // Error 3024 for a missing file, 3343 for a file that is not a database, 3051 when
-    // the file cannot be opened.
-    static std::shared_ptr<SqliteConnection> Open(const QString& path);
+    // the file cannot be opened. A `readOnly` connection never writes the file (a watcher's).
+    static std::shared_ptr<SqliteConnection> Open(const QString& path, bool readOnly = false);
     ~SqliteConnection() override;
     SqliteConnection(const SqliteConnection&) = delete;
     SqliteConnection& operator=(const SqliteConnection&) = delete;
