@@ -48,7 +48,7 @@ IboEditDialog::IboEditDialog(const IboRecord& ibo, QWidget* parent) : QDialog(pa
     form->addRow(tr("Priority"), priority_);
     form->addRow(tr("Will it happen?"), uwih_);
     form->addRow(tr("Will we get it?"), uwwgi_);
-    form->addRow(tr("Value"), value_);
+    form->addRow(tr("&Value"), value_);
     form->addRow(tr("Note"), note_);
     auto* buttons = new QDialogButtonBox(QDialogButtonBox::Save | QDialogButtonBox::Cancel);
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);

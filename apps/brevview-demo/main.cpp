@@ -1,5 +1,5 @@
 // brevview-demo: a host application with the three BrevView controls on a database.
-// Usage: brevview-demo [--database PATH|postgresql://...] [--screenshot DIR]
+// Usage: brevview-demo [--database PATH|postgresql://...] [--view priority|forecast|flat] [--screenshot DIR]
 
 #include <cstdio>
 
@@ -31,8 +31,11 @@ int main(int argc, char** argv)
     QCommandLineOption database(QStringLiteral("database"), QStringLiteral("The IBO database to show."), QStringLiteral("path"),
                                 QStringLiteral("sample/brevview-sample.db"));
     QCommandLineOption screenshot(QStringLiteral("screenshot"), QStringLiteral("Render each view to DIR and exit."), QStringLiteral("dir"));
+    QCommandLineOption view(QStringLiteral("view"), QStringLiteral("The tab shown first: priority, forecast or flat."),
+                            QStringLiteral("name"), QStringLiteral("priority"));
     parser.addOption(database);
     parser.addOption(screenshot);
+    parser.addOption(view);
     parser.process(app);
     // A postgresql:// URI names a database on a server (the user and the password come from
     // libpq's own sources: PGUSER, ~/.pgpass, PGPASSFILE); anything else is an SQLite file.
@@ -52,6 +55,7 @@ int main(int argc, char** argv)
                 std::printf("screenshot: %s\n", qPrintable(f));
             return 0;
         }
+        window.ShowView(parser.value(view));
         window.show();
         // The window is drawn, saying "Loading…", before the first refresh reads the IBOs.
         QTimer::singleShot(100, &window, [&window] { window.RefreshAll(); });

@@ -16,6 +16,8 @@
 #include <QPrinterInfo>
 #include <QProgressDialog>
 #include <QScreen>
+#include <QScrollBar>
+#include <QTime>
 #include <QSettings>
 #include <QStandardPaths>
 #include <QKeyEvent>
@@ -259,7 +261,19 @@ MainWindow::MainWindow(const QString& databasePath, QWidget* parent) : QMainWind
         }
         Refresh();
     });
+    // Live updates: the controls never refresh on their own; the watcher tells this window.
+    watcher_ = new BrevView::ChangeWatcher(this);
+    connect(watcher_, &BrevView::ChangeWatcher::IbosChanged, this, &MainWindow::OnIbosChanged);
+    connect(watcher_, &BrevView::ChangeWatcher::ErrorRaised, this, [this](qint32 number, const QString&, const QString& description) {
+        statusBar()->showMessage(tr("Live updates paused (error %1): %2").arg(number).arg(description), 10000);
+    });
+    connect(watcher_, &BrevView::ChangeWatcher::activeChanged, this, [this](bool active) {
+        Event(QStringLiteral("live %1").arg(active ? 1 : 0));
+    });
+    watcher_->start();
     connect(tabs_, &QTabWidget::currentChanged, this, [this] {
+        if (stale_.contains(CurrentView()))
+            RefreshLive(CurrentView());
         UpdateOptionBars();
         // After the tool bars have been laid out for the new tab.
         QTimer::singleShot(0, this, &MainWindow::WritePoints);
@@ -293,8 +307,66 @@ void MainWindow::ReportError(const BrevView::RuntimeError& e, const QString& wha
         std::fprintf(stderr, "brevview-demo: error %d while %s: %s\n", e.number(), qPrintable(what), qPrintable(e.description()));
 }
 
+void MainWindow::ShowView(const QString& name)
+{
+    if (name == QLatin1String("forecast"))
+        tabs_->setCurrentWidget(forecast_);
+    else if (name == QLatin1String("flat"))
+        tabs_->setCurrentWidget(flat_);
+    else
+        tabs_->setCurrentWidget(priority_);
+}
+
+void MainWindow::OnIbosChanged()
+{
+    // Never under a dialog the user is working in: the refresh waits until it closes.
+    if (QApplication::activeModalWidget() || QApplication::activePopupWidget()) {
+        if (!liveWaiting_) {
+            liveWaiting_ = true;
+            QTimer::singleShot(500, this, [this] {
+                liveWaiting_ = false;
+                OnIbosChanged();
+            });
+        }
+        return;
+    }
+    // The watcher also reports this window's own writes; those are refreshed without
+    // crediting a colleague.
+    const bool ours = ownWrite_.isValid() && ownWrite_.elapsed() < 2500;
+    stale_ = {priority_, forecast_, flat_};
+    RefreshLive(CurrentView());
+    if (!ours)
+        statusBar()->showMessage(tr("Updated: a colleague changed the pipeline (%1)")
+                                     .arg(QLocale().toString(QTime::currentTime(), QLocale::ShortFormat)));
+    Event(QStringLiteral("live-refresh %1").arg(tabs_->currentIndex()));
+}
+
+void MainWindow::RefreshLive(QWidget* view)
+{
+    stale_.remove(view);
+    const QList<qint32> selected = view->property("GetSelection").value<QList<qint32>>();
+    auto* grid = qobject_cast<QAbstractScrollArea*>(GridOf(view));
+    const int scroll = grid ? grid->verticalScrollBar()->value() : 0;
+    if (view == forecast_)
+        ownWrite_.start();  // its won-date writes come back through the watcher
+    try {
+        QMetaObject::invokeMethod(view, "Refresh");
+    } catch (const BrevView::RuntimeError& e) {
+        ReportError(e, tr("refreshing"));
+        return;
+    }
+    // Where the user was, then the current IBO into view if the rows moved under it.
+    if (grid)
+        grid->verticalScrollBar()->setValue(scroll);
+    if (!selected.isEmpty())
+        QMetaObject::invokeMethod(view, "GotoIBO", Q_ARG(qint32, selected.front()));
+    WritePoints();
+}
+
 void MainWindow::RefreshAll()
 {
+    ownWrite_.start();
+    stale_.clear();
     statusBar()->showMessage(tr("Loading…"));
     statusBar()->repaint();
     QApplication::setOverrideCursor(Qt::BusyCursor);
@@ -538,6 +610,7 @@ void MainWindow::EditIbo(qint32 id)
     IboEditDialog dialog(*ibo, this);
     if (dialog.exec() != QDialog::Accepted)
         return;
+    ownWrite_.start();
     if (!store_.Save(dialog.Result(), &error)) {
         QMessageBox::warning(this, tr("BrevView"), tr("Could not save IBO %1: %2").arg(id).arg(error));
         return;
@@ -623,7 +696,15 @@ void MainWindow::WritePoints()
         QVariant data;
         QMetaObject::invokeMethod(grid, "RowData", Q_RETURN_ARG(QVariant, data), Q_ARG(int, r));
         const QPoint p = grid->viewport()->mapToGlobal(cell.center());
-        s << "row " << r << ' ' << p.x() << ' ' << p.y() << ' ' << data.toString() << '\n';
+        // Then what the row says, cell by cell.
+        QStringList texts;
+        const int cols = grid->property("Cols").toInt();
+        for (int c = 0; c < cols; ++c) {
+            QString text;
+            QMetaObject::invokeMethod(grid, "TextMatrix", Q_RETURN_ARG(QString, text), Q_ARG(int, r), Q_ARG(int, c));
+            texts << text;
+        }
+        s << "row " << r << ' ' << p.x() << ' ' << p.y() << ' ' << data.toString() << ' ' << texts.join(QLatin1Char('|')) << '\n';
     }
     QFile f(file);
     if (f.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text))

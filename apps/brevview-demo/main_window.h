@@ -2,7 +2,9 @@
 // The demo host's window: the three BrevView controls in tabs, with a menu and tool
 // buttons for every public property and method.
 
+#include <QElapsedTimer>
 #include <QMainWindow>
+#include <QSet>
 
 #include <brevview/brevview.h>
 
@@ -22,6 +24,8 @@ public:
     explicit MainWindow(const QString& databasePath, QWidget* parent = nullptr);
 
     void RefreshAll();
+    // Shows the tab of "priority", "forecast" or "flat".
+    void ShowView(const QString& name);
     // Renders each view, refreshed and opened, to DIR/priority.png, forecast.png, flat.png.
     QStringList SaveScreenshots(const QString& dir);
 
@@ -43,6 +47,10 @@ private:
     void Find(bool again);
     // Refreshes the view on show, keeping the current IBO current and in view.
     void RefreshKeepingCurrent();
+    // A colleague (or this window) changed the IBOs: the view on screen is refreshed now,
+    // keeping its current IBO and its scroll position; the others when their tab is shown.
+    void OnIbosChanged();
+    void RefreshLive(QWidget* view);
     void Print();
     void PrintPreview();
     void EditIbo(qint32 id);
@@ -70,4 +78,8 @@ private:
     QComboBox* source_;
     QLineEdit* search_;
     QLineEdit* find_;
+    BrevView::ChangeWatcher* watcher_;
+    QSet<QWidget*> stale_;       // views to refresh when their tab is shown
+    bool liveWaiting_ = false;   // a change came during a dialog: refresh when it closes
+    QElapsedTimer ownWrite_;     // since this window last wrote IBOs (its edits, the forecast's won dates)
 };
