@@ -52,11 +52,16 @@ class BREVVIEW_EXPORT ChangeWatcher : public QObject {
     Q_PROPERTY(bool active READ isActive NOTIFY activeChanged)
 
 public:
+    /// A watcher that is not watching yet: call start().
     explicit ChangeWatcher(QObject* parent = nullptr);
+    /// Stops watching, without signals.
     ~ChangeWatcher() override;
 
+    /// The shortest time between two IbosChanged() signals, in milliseconds.
     int interval() const;
+    /// Sets the interval (a negative one counts as 0); takes effect with the next signal.
     void setInterval(int msec);
+    /// Whether the watcher is watching now.
     bool isActive() const;
     /// The last error reported through ErrorRaised(), if any since start().
     std::optional<RuntimeError> lastError() const;
@@ -73,7 +78,9 @@ public Q_SLOTS:
 Q_SIGNALS:
     /// Another connection has committed a change to the IBO tables.
     void IbosChanged();
+    /// The interval has changed.
     void intervalChanged(int msec);
+    /// The watcher has started or stopped watching (opened, lost, reopened, stopped).
     void activeChanged(bool active);
     /// A numbered error: the database could not be opened, or the connection was lost.
     void ErrorRaised(qint32 Number, const QString& Source, const QString& Description);

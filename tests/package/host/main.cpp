@@ -64,6 +64,18 @@ int main(int argc, char** argv)
         return 9;
     std::printf("model: %d rows, %d columns; accessible table: %d rows\n", model->rowCount(), model->columnCount(),
                 grid->tableInterface()->rowCount());
+    // A watcher on the same database: watching at once (a file), quiet while nothing changes.
+    BrevView::ChangeWatcher watcher;
+    int changes = 0;
+    QObject::connect(&watcher, &BrevView::ChangeWatcher::IbosChanged, [&] { ++changes; });
+    if (!watcher.start() || !watcher.isActive())
+        return 11;
+    QTimer::singleShot(300, &app, &QCoreApplication::quit);
+    app.exec();
+    if (changes != 0)
+        return 12;
+    watcher.stop();
+    std::printf("change watcher: active, quiet\n");
     std::printf("package host: ok\n");
     return 0;
 }
