@@ -20,14 +20,9 @@ fail() { echo "demo e2e: FAILED: $*"; echo "--- events"; cat "$work/events" 2>/d
 "$build_dir/apps/brevview-sampledb/brevview-sampledb" --count 80 "$work/sample.db" > /dev/null
 
 # A display of our own.
-for n in $(seq 90 120); do
-  if [ ! -e "/tmp/.X11-unix/X$n" ] && [ ! -e "/tmp/.X$n-lock" ]; then display=":$n"; break; fi
-done
-Xvfb "$display" -screen 0 1600x1000x24 -nolisten tcp > "$work/xvfb.log" 2>&1 &
-xvfb_pid=$!
-export DISPLAY=$display
-for _ in $(seq 1 50); do xdotool getdisplaygeometry > /dev/null 2>&1 && break; sleep 0.1; done
-xdotool getdisplaygeometry > /dev/null 2>&1 || fail "Xvfb did not start"
+# shellcheck source=xvfb.sh
+. "$(dirname "$0")/xvfb.sh"
+start_xvfb 1600x1000
 
 export XDG_CONFIG_HOME="$work/config" BREV_DEMO_EVENTS="$work/events" BREV_DEMO_POINTS="$work/points" \
        BREV_DEMO_EXPORT="$work/export.csv" BREV_PRINT_TO_PDF="$work/print.pdf" \

@@ -35,14 +35,9 @@ else
 fi
 "$build_dir/apps/brevview-sampledb/brevview-sampledb" --count 80 "$database" > /dev/null
 
-for n in $(seq 90 120); do
-  if [ ! -e "/tmp/.X11-unix/X$n" ] && [ ! -e "/tmp/.X$n-lock" ]; then display=":$n"; break; fi
-done
-Xvfb "$display" -screen 0 3000x900x24 -nolisten tcp > "$work/xvfb.log" 2>&1 &
-xvfb_pid=$!
-export DISPLAY=$display
-for _ in $(seq 1 50); do xdotool getdisplaygeometry > /dev/null 2>&1 && break; sleep 0.1; done
-xdotool getdisplaygeometry > /dev/null 2>&1 || fail "Xvfb did not start"
+# shellcheck source=xvfb.sh
+. "$(dirname "$0")/xvfb.sh"
+start_xvfb 3000x900
 
 export BREV_DEMO_QUIET=1 LANG=en_US.UTF-8 LC_ALL=en_US.UTF-8 QT_QPA_PLATFORM=xcb
 unset WAYLAND_DISPLAY
