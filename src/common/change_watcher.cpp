@@ -56,8 +56,9 @@ public:
         }
     }
 
-    void Lost(const RuntimeError& error)
+    void Lost(const RuntimeError& engineError)
     {
+        const RuntimeError error(engineError.number(), kSource, engineError.description());
         poll.stop();
         missed = true;
         // One report per outage (or when the reason changes), not one per attempt.
@@ -161,7 +162,7 @@ std::optional<RuntimeError> ChangeWatcher::lastError() const
 bool ChangeWatcher::start()
 {
     if (d->feed)
-        return true;
+        return d->active || !d->lastError;  // started already
     d->lastError.reset();
     d->reported.reset();
     d->missed = false;

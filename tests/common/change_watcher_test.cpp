@@ -2,6 +2,7 @@
 // a change to the IBO tables; on both engines. Times here are bounds a user would notice
 // (a colleague's edit seen within two seconds), not measurements.
 
+#include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QSignalSpy>
 #include <QTest>
@@ -243,6 +244,7 @@ TEST_F(ChangeWatcherTest, AMissingDatabaseIsANumberedErrorWithoutThePassword)
     ASSERT_GE(errors.count(), 1);
     const qint32 number = errors.first().at(0).toInt();
     EXPECT_EQ(number, OnPostgreSQL() ? 3151 : 3024);
+    EXPECT_EQ(errors.first().at(1).toString(), QStringLiteral("BrevView.ChangeWatcher"));
     ASSERT_TRUE(watcher.lastError().has_value());
     EXPECT_EQ(watcher.lastError()->number(), number);
     EXPECT_FALSE(watcher.lastError()->description().contains(QStringLiteral("Wh1sper-7391")));
@@ -287,6 +289,32 @@ TEST_F(PostgreSQLChangeWatcher, AnUpdateThatStoresWhatWasThereAlreadyWakesNoOne)
     EXPECT_EQ(changed.count(), 0);
     // A row that does differ, in the archive this time, is reported.
     Exec(db_, Ibo::Open(7, QStringLiteral("2026-04-01 00:00:00")).InsertSql(QStringLiteral("IboArchive")));
+    EXPECT_TRUE(changed.wait(2000));
+}
+
+TEST_F(PostgreSQLChangeWatcher, ASessionTheServerEndsIsOpenedAgainAndTheWatcherSaysSoOnce)
+{
+    // A name of its own for the watcher's session, so that the test ends that one alone.
+    const QString name = QStringLiteral("watch_%1").arg(QCoreApplication::applicationPid());
+    qputenv("BREV_DATABASE", (db_ + QStringLiteral("&application_name=") + name).toLocal8Bit());
+    ChangeWatcher watcher;
+    Start(watcher);
+    QSignalSpy active(&watcher, &ChangeWatcher::activeChanged);
+    QSignalSpy changed(&watcher, &ChangeWatcher::IbosChanged);
+    QSignalSpy errors(&watcher, &ChangeWatcher::ErrorRaised);
+    EXPECT_EQ(QueryText(db_, QStringLiteral("SELECT count(*) FROM pg_stat_activity WHERE application_name = '%1'").arg(name)),
+              QStringLiteral("1"));
+    Exec(db_, QStringLiteral("SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE application_name = '%1'").arg(name));
+    ASSERT_TRUE(active.wait(5000));
+    EXPECT_FALSE(active.first().at(0).toBool());
+    ASSERT_EQ(errors.count(), 1);
+    EXPECT_EQ(errors.first().at(0).toInt(), 3043);
+    // Opened again after the first pause, and one signal for what may have happened meanwhile.
+    ASSERT_TRUE(changed.wait(5000));
+    EXPECT_TRUE(watcher.isActive());
+    QTest::qWait(1200);
+    EXPECT_EQ(changed.count(), 1);
+    Edit();
     EXPECT_TRUE(changed.wait(2000));
 }
 

@@ -12,7 +12,7 @@
 namespace BrevView::data {
 namespace {
 
-const QString kSource = QStringLiteral("BrevView.ChangeWatcher");
+const QString kSource = QStringLiteral("BrevView.Data");
 
 // PQconnectPoll does not keep connect_timeout: the feed keeps its own.
 constexpr int kOpenTimeoutMs = 10000;
@@ -159,6 +159,12 @@ void PgChangeFeed::Readable()
         } else if (status == PGRES_FATAL_ERROR) {
             const QString why = QString::fromUtf8(PQresultErrorMessage(r)).trimmed();
             PQclear(r);
+            // While listening, an error is the server ending the session (shut down, the
+            // session terminated): the connection is lost.
+            if (state_ != State::Subscribing) {
+                FailLost();
+                return;
+            }
             Fail(RuntimeError(automation::ErrConnectionFailed, kSource,
                               QStringLiteral("Listening on %1 failed: %2").arg(display_, why)));
             return;
@@ -247,7 +253,7 @@ void PgChangeFeed::FailOpening()
     try {
         RaisePgOpenFailure(conn_, display_);
     } catch (const RuntimeError& e) {
-        Fail(RuntimeError(e.number(), kSource, e.description()));
+        Fail(e);
     }
 }
 
