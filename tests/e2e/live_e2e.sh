@@ -2,7 +2,8 @@
 # Two demo windows on one database, side by side in a real X display (Xvfb): an IBO's value
 # is edited in the first with real X input (xdotool); the second window, which gets no input
 # at all, must show the new value within 3 seconds (its watcher reports the change and it
-# refreshes itself). Usage: live_e2e.sh BUILD_DIR sqlite | postgresql PG_INFO_FILE
+# refreshes itself). Then, with an edit dialog open in the second window, a second change waits
+# for that dialog to close. Usage: live_e2e.sh BUILD_DIR sqlite | postgresql PG_INFO_FILE
 set -euo pipefail
 build_dir=$1
 engine=$2
@@ -54,6 +55,21 @@ wait_for() {  # file pattern [tenths]
   for _ in $(seq 1 "${3:-150}"); do grep -q "$2" "$1" 2>/dev/null && return 0; sleep 0.1; done
   fail "no '$2' in $(basename "$1")"
 }
+point() {  # window row -> "x y id" (the file is rewritten at each refresh: read it when whole)
+  local out=""
+  for _ in $(seq 1 30); do
+    out=$(awk -v r="$2" '$1 == "row" && $2 == r { print $3, $4, $5 }' "$work/points-$1")
+    [ -n "$out" ] && break
+    sleep 0.1
+  done
+  [ -n "$out" ] || fail "no row $2 in the points of window $1"
+  echo "$out"
+}
+cell() {  # window id column -> the text of that cell of the IBO's row (the row's cells follow its id, "|"-separated)
+  awk -v id="$2" -v col="$3" '$1 == "row" && $5 == id {
+    rest = $0; for (i = 0; i < 5; i++) rest = substr(rest, index(rest, " ") + 1)
+    split(rest, c, "|"); print c[col + 1] }' "$work/points-$1"
+}
 wait_for "$work/points-a" "^row 1 "
 wait_for "$work/points-b" "^row 1 "
 wait_for "$work/events-a" "^live 1"
@@ -61,9 +77,9 @@ wait_for "$work/events-b" "^live 1"
 # Whatever the first refreshes set off (the forecast's won dates) has settled.
 sleep 3
 
-read -r x y id < <(awk '$1 == "row" && $2 == 1 { print $3, $4, $5 }' "$work/points-a")
+read -r x y id < <(point a 1)
 [ "$x" -lt 1500 ] || fail "the first window is not where it was put (x=$x)"
-bx=$(awk '$1 == "row" && $2 == 1 { print $3 }' "$work/points-b")
+read -r bx _ < <(point b 1)
 [ "$bx" -ge 1500 ] || fail "the second window is not where it was put (x=$bx)"
 xwd -root -silent | /usr/bin/convert xwd:- -crop 1400x800+1500+0 "$work/before.png"
 
@@ -79,9 +95,8 @@ saved=$(date +%s%N)
 # The second window, untouched, shows it within 3 seconds.
 shown=""
 while [ $(( ($(date +%s%N) - saved) / 1000000 )) -lt 3000 ]; do
-  # The row's cells follow its id, "|"-separated; the flat list's eleventh is the value.
-  if awk -v id="$id" '$1 == "row" && $5 == id { sub(/^([^ ]+ ){5}/, ""); split($0, c, "|"); print c[11] }' "$work/points-b" \
-       | tr -d ',' | grep -Eq '^7654321(\.00)?$'; then
+  # The flat list's column 10 is the value.
+  if cell b "$id" 10 | tr -d ',' | grep -Eq '^7654321(\.00)?$'; then
     shown=$(( ($(date +%s%N) - saved) / 1000000 )); break
   fi
   sleep 0.05
@@ -94,4 +109,32 @@ changed=$(/usr/bin/compare -metric AE "$work/before.png" "$work/after.png" null:
 [ "${changed%% *}" -gt 0 ] 2>/dev/null || fail "the second window's picture did not change ($changed)"
 [ -n "${LIVE_E2E_SHOTS:-}" ] && cp "$work/before.png" "$work/after.png" "$LIVE_E2E_SHOTS/"
 echo "second window showed the new value after ${shown} ms; $changed pixels changed"
+
+# A user in the middle of an edit in the second window is not disturbed: a colleague's change
+# waits until the dialog closes.
+sleep 1.5
+read -r bx by bid < <(point b 2) || fail "cannot read row 2 of the second window"
+xdotool mousemove "$bx" "$by" click --repeat 2 --delay 60 1
+wait_for "$work/events-b" "^edit-dialog $bid\$"
+refreshes=$(grep -c "^live-refresh" "$work/events-b")
+sleep 0.5
+xdotool mousemove "$x" "$y" click --repeat 2 --delay 60 1
+wait_for "$work/events-a" "^edit-dialog $id\$" 
+sleep 0.5
+xdotool key --delay 30 alt+v ctrl+a
+xdotool type --delay 30 "1111111"
+xdotool key Return
+sleep 2.5
+[ "$(grep -c "^live-refresh" "$work/events-b")" -eq "$refreshes" ] || fail "the second window refreshed under its open dialog"
+number=$(cell b "$bid" 0)
+dialog=$(xdotool search --name "^IBO $number\$" | head -1 || true)
+[ -n "$dialog" ] || fail "no dialog window 'IBO $number' in the second window"
+xdotool windowfocus --sync "$dialog" key Escape
+for _ in $(seq 1 30); do
+  [ "$(grep -c "^live-refresh" "$work/events-b")" -gt "$refreshes" ] && break
+  sleep 0.1
+done
+[ "$(grep -c "^live-refresh" "$work/events-b")" -gt "$refreshes" ] || fail "the second window did not refresh after its dialog closed"
+cell b "$id" 10 | tr -d ',' | grep -Eq '^1111111(\.00)?$' || fail "the second window does not show the second value after its dialog closed"
+echo "a change during the second window's dialog was shown when the dialog closed"
 echo "live e2e ($engine): ok"
