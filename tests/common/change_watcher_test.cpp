@@ -318,6 +318,30 @@ TEST_F(PostgreSQLChangeWatcher, ASessionTheServerEndsIsOpenedAgainAndTheWatcherS
     EXPECT_TRUE(changed.wait(2000));
 }
 
+TEST_F(PostgreSQLChangeWatcher, TheAccountComesFromTheDatabaseSettingsAndItsPasswordIsNeverShown)
+{
+    GrantRole(QStringLiteral("watch_rep"), QStringLiteral("Qu1et-Harbour-58"), RoleRights::ReadOnly);
+    // Nothing from libpq's own sources: the settings object's user and password alone.
+    qunsetenv("PGUSER");
+    qunsetenv("PGPASSFILE");
+    qputenv("BREV_USER", "watch_rep");
+    qputenv("BREV_PASSWORD", "Qu1et-Harbour-58");
+    {
+        ChangeWatcher watcher;
+        Start(watcher);
+        EXPECT_FALSE(watcher.lastError().has_value());
+    }
+    qputenv("BREV_PASSWORD", "Wr0ng-Harbour-58");
+    ChangeWatcher refused;
+    QSignalSpy errors(&refused, &ChangeWatcher::ErrorRaised);
+    refused.start();
+    ASSERT_TRUE(errors.count() > 0 || errors.wait(10000));
+    EXPECT_EQ(errors.first().at(0).toInt(), 3029);
+    const QString description = errors.first().at(2).toString();
+    EXPECT_FALSE(description.contains(QStringLiteral("Wr0ng-Harbour-58"))) << description.toStdString();
+    EXPECT_FALSE(description.contains(QStringLiteral("Qu1et-Harbour-58")));
+}
+
 TEST_F(PostgreSQLChangeWatcher, AChangeToAnotherSchemasTablesIsAnotherPipeline)
 {
     ChangeWatcher watcher;
