@@ -33,6 +33,11 @@ void TraceHandle(const RuntimeError& error)
     Trace().HandleError(QString());
 }
 
+void ReportTrapped(const QString& source, const RuntimeError& error)
+{
+    TraceHandle(RuntimeError(error.number(), source, error.description()));
+}
+
 void TraceReraise()
 {
     const qint32 number = Trace().LastErrorNumber();

@@ -28,6 +28,10 @@ void TraceHandle(const RuntimeError& error);
 // Raises `description` under the number the trace object reports as the last error
 // (an error raised so by the views' own checks; 0 becomes 5, as raising 0 does).
 [[noreturn]] void RaiseWithLastErrorNumber(const QString& source, const QString& description);
+// The error handler of an untraced procedure that traps its errors: reports `error` under
+// `source` through HandleError(""), and raises nothing (the procedure goes on). An error of
+// the trace itself passes to the caller.
+void ReportTrapped(const QString& source, const RuntimeError& error);
 // Any other exception as a numbered run-time error.
 RuntimeError AsRuntimeError(const std::exception& e);
 

@@ -319,10 +319,13 @@ qint32 ForecastViewPrivate::CalcRowIDFromDate(const Date& d)
 
 Date ForecastViewPrivate::NormalizeDate(const Date& d)
 {
+    // Untraced: it runs for every IBO row. An error is still reported under its own source,
+    // and the zero date returned.
     try {
-        return Traced(QStringLiteral("BrevView.ForecastView::NormalizeDate"), [&] { return detail::NormalizeDate(d); });
-    } catch (const RuntimeError&) {
-        return Date();  // reported; the zero date
+        return detail::NormalizeDate(d);
+    } catch (const RuntimeError& e) {
+        detail::ReportTrapped(QStringLiteral("BrevView.ForecastView::NormalizeDate"), e);
+        return Date();
     }
 }
 
@@ -340,10 +343,18 @@ void ForecastViewPrivate::GetAllOpenWon()
             while (!rs.Eof()) {
                 if (ToLong(rs.Field(status)) == 2) {
                     const Variant won = rs.Field(wonDate);
-                    if (won.IsNull())
-                        automation::Raise(automation::ErrInvalidUseOfNull, QStringLiteral("BrevView.ForecastView::GetAllOpenWon"),
-                                          QStringLiteral("Invalid use of Null: won IBO %1 has no DateWonLostCancel")
-                                              .arg(ToText(rs.Field(fi.IboID))));
+                    if (won.IsNull()) {
+                        // Storing the Null would erase the only date the IBO still has, and
+                        // stopping here would keep the whole team's forecast from showing for
+                        // one bad record: that IBO alone is left as it is, and reported.
+                        detail::ReportTrapped(QStringLiteral("BrevView.ForecastView::GetAllOpenWon"),
+                                              RuntimeError(automation::ErrInvalidUseOfNull, {},
+                                                           QStringLiteral("Invalid use of Null: won IBO %1 has no DateWonLostCancel; "
+                                                                          "its DateWWIH is left as it is")
+                                                               .arg(ToText(rs.Field(fi.IboID)))));
+                        rs.MoveNext();
+                        continue;
+                    }
                     // A won IBO whose DateWWIH already holds its won date is left alone:
                     // the table ends up the same, and an unchanged row wakes no colleague's
                     // ChangeWatcher, so open forecast views do not keep refreshing each other.

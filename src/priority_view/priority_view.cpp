@@ -238,10 +238,13 @@ QString PriorityViewPrivate::GetSalesCycleTooltip(const Date& dtStart, const Dat
 
 Date PriorityViewPrivate::NormalizeDate(const Date& d)
 {
+    // Untraced: it runs for every IBO row. An error is still reported under its own source,
+    // and the zero date returned.
     try {
-        return Traced(QStringLiteral("BrevView.PriorityView::NormalizeDate"), [&] { return detail::NormalizeDate(d); });
-    } catch (const RuntimeError&) {
-        return Date();  // reported; the zero date
+        return detail::NormalizeDate(d);
+    } catch (const RuntimeError& e) {
+        detail::ReportTrapped(QStringLiteral("BrevView.PriorityView::NormalizeDate"), e);
+        return Date();
     }
 }
 

@@ -280,13 +280,26 @@ TEST_F(ForecastViewTest, AWonIboThatAlreadyHoldsItsWonDateIsNotWrittenAgain)
     EXPECT_GT(Grid().GetNode(QStringLiteral("N202404")), 0);
 }
 
-TEST_F(ForecastViewTest, WonIboWithoutAWonDateFailsAndWritesNothing)
+TEST_F(ForecastViewTest, AWonIboWithoutAWonDateIsLeftAsItIsAndReportedWhileTheOthersAreWritten)
 {
     Add(Won(1, QStringLiteral("2024-04-03 00:00:00")));
     Add(Won(2, QStringLiteral("x")).Set(QStringLiteral("DateWonLostCancel"), QStringLiteral("NULL")));
-    EXPECT_RUNTIME_ERROR(View().Refresh(), 94);
-    EXPECT_EQ(QueryText(db_, QStringLiteral("SELECT count(*) FROM IboMain WHERE DateWWIH = '2030-01-01 00:00:00'")), QStringLiteral("2"));
+    Add(Won(3, QStringLiteral("2024-04-09 00:00:00")));
+    View().setShowWonIBOs(true);
+    View().Refresh();
+    EXPECT_EQ(QueryText(db_, QStringLiteral("SELECT DateWWIH FROM IboMain ORDER BY IboID")),
+              QStringLiteral("2024-04-03 00:00:00\n2030-01-01 00:00:00\n2024-04-09 00:00:00"));
+    // Reported through the trace as invalid use of Null, under the procedure that met it.
+    const qsizetype handled = trace_->lines.indexOf(QStringLiteral("HANDLE 94"));
+    ASSERT_GE(handled, 0);
+    EXPECT_GT(handled, trace_->lines.indexOf(QStringLiteral("ENTER BrevView.ForecastView::GetAllOpenWon")));
+    EXPECT_LT(handled, trace_->lines.indexOf(QStringLiteral("EXIT BrevView.ForecastView::GetAllOpenWon")));
+    EXPECT_TRUE(trace_->lines.contains(QStringLiteral("EXIT BrevView.ForecastView::Refresh")));
     EXPECT_FALSE(Private().refreshing);
+    // The view shows every won IBO, the one without a won date in the month of its own date.
+    EXPECT_GT(RowOf(1), 0);
+    EXPECT_GT(RowOf(2), 0);
+    EXPECT_GT(RowOf(3), 0);
 }
 
 TEST_F(ForecastViewTest, AbsurdDateIsANumberedErrorAndTheNextRefreshWorks)
@@ -332,4 +345,17 @@ TEST_F(ForecastViewTest, GotoIboOpensEveryAncestor)
 }
 
 }  // namespace
+TEST_F(ForecastViewTest, NormalizeDateIsUntracedAndReportsAFailureUnderItsOwnSourceWithTheZeroDate)
+{
+    // It runs for every IBO row: no trace lines on its normal path.
+    Private();  // the control made, with its own trace lines
+    trace_->lines.clear();
+    EXPECT_EQ(Private().NormalizeDate(automation::Date::FromParts(2026, 3, 5, 17, 45)), automation::Date::FromParts(2026, 3, 5));
+    EXPECT_TRUE(trace_->lines.isEmpty()) << trace_->lines.join(QLatin1Char(',')).toStdString();
+    // A date past year 9999 cannot be rebuilt (overflow, 6): reported, and the zero date.
+    EXPECT_EQ(Private().NormalizeDate(automation::Date::FromSerial(1.0e7)), automation::Date());
+    EXPECT_EQ(trace_->lines, QStringList{QStringLiteral("HANDLE 6")});
+    EXPECT_EQ(automation::Err().source, QStringLiteral("BrevView.ForecastView::NormalizeDate"));
+}
+
 }  // namespace BrevView::test

@@ -180,4 +180,17 @@ TEST_F(PriorityViewTest, RefreshTraceShowsTheRefreshAndHeader)
 }
 
 }  // namespace
+TEST_F(PriorityViewTest, NormalizeDateIsUntracedAndReportsAFailureUnderItsOwnSourceWithTheZeroDate)
+{
+    // It runs for every IBO row: no trace lines on its normal path.
+    Private();  // the control made, with its own trace lines
+    trace_->lines.clear();
+    EXPECT_EQ(Private().NormalizeDate(automation::Date::FromParts(2026, 3, 5, 17, 45)), automation::Date::FromParts(2026, 3, 5));
+    EXPECT_TRUE(trace_->lines.isEmpty()) << trace_->lines.join(QLatin1Char(',')).toStdString();
+    // A date past year 9999 cannot be rebuilt (overflow, 6): reported, and the zero date.
+    EXPECT_EQ(Private().NormalizeDate(automation::Date::FromSerial(1.0e7)), automation::Date());
+    EXPECT_EQ(trace_->lines, QStringList{QStringLiteral("HANDLE 6")});
+    EXPECT_EQ(automation::Err().source, QStringLiteral("BrevView.PriorityView::NormalizeDate"));
+}
+
 }  // namespace BrevView::test
