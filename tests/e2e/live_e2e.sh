@@ -83,13 +83,16 @@ read -r bx _ < <(point b 1)
 [ "$bx" -ge 1500 ] || fail "the second window is not where it was put (x=$bx)"
 xwd -root -silent | /usr/bin/convert xwd:- -crop 1400x800+1500+0 "$work/before.png"
 
-# The first window: double-click the IBO, then its Value field (Alt+V), a new value, Save.
-xdotool mousemove "$x" "$y" click --repeat 2 --delay 60 1
-wait_for "$work/events-a" "^edit-dialog $id\$"
-sleep 0.5
-xdotool key --delay 30 alt+v ctrl+a
-xdotool type --delay 30 "7654321"
-xdotool key Return
+# In the first window: double-click the IBO, then its Value field (Alt+V), a new value, Save.
+edit_value() {  # value
+  xdotool mousemove "$x" "$y" click --repeat 2 --delay 60 1
+  wait_for "$work/events-a" "^edit-dialog $id\$"
+  sleep 0.5
+  xdotool key --delay 30 alt+v ctrl+a
+  xdotool type --delay 30 "$1"
+  xdotool key Return
+}
+edit_value 7654321
 saved=$(date +%s%N)
 
 # The second window, untouched, shows it within 3 seconds.
@@ -118,12 +121,7 @@ xdotool mousemove "$bx" "$by" click --repeat 2 --delay 60 1
 wait_for "$work/events-b" "^edit-dialog $bid\$"
 refreshes=$(grep -c "^live-refresh" "$work/events-b")
 sleep 0.5
-xdotool mousemove "$x" "$y" click --repeat 2 --delay 60 1
-wait_for "$work/events-a" "^edit-dialog $id\$" 
-sleep 0.5
-xdotool key --delay 30 alt+v ctrl+a
-xdotool type --delay 30 "1111111"
-xdotool key Return
+edit_value 1111111
 sleep 2.5
 [ "$(grep -c "^live-refresh" "$work/events-b")" -eq "$refreshes" ] || fail "the second window refreshed under its open dialog"
 number=$(cell b "$bid" 0)
