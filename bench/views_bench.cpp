@@ -448,9 +448,6 @@ int main(int argc, char** argv)
                         r.floorFlat / r.sqliteFloorFlat);
     }
     bool ok = true;
-    // The goals are taken at 100,000 IBOs; a run without that size (--short) prints its
-    // ratios at its first size for information, without checking them.
-    const bool atGoalSize = results.count(100000) > 0;
     auto check = [&](const QString& what, double value, double goal, bool atMost, bool checked) {
         const bool pass = atMost ? value <= goal : value >= goal;
         if (checked)
@@ -458,25 +455,47 @@ int main(int argc, char** argv)
         std::printf("%-60s %8.3f  goal %s %6.3f  %s\n", qPrintable(what), value, atMost ? "<=" : ">=", goal,
                     !checked ? "(not checked)" : pass ? "ok" : "MISSED");
     };
-    std::printf("\nGoals (those taken at 100000 IBOs are checked only on runs that include that size)\n");
-    const int mid = atGoalSize ? 100000 : sizes.front();
-    const Result& m = results[mid];
-    // On a server the goals are tighter: the floor itself is dearer (the rows cross a socket).
-    check(QStringLiteral("FlatView.Refresh / floor at %1").arg(mid), m.flat / m.floorFlat, onServer ? 1.5 : 2.0, true, atGoalSize);
-    check(QStringLiteral("PriorityView.Refresh / floor at %1").arg(mid), m.priority / m.floorPriority, onServer ? 2.0 : 2.5, true, atGoalSize);
-    check(QStringLiteral("ForecastView.Refresh / floor at %1").arg(mid), m.forecast / m.floorForecast, onServer ? 2.5 : 3.0, true, atGoalSize);
-    if (m.model > 0) {
-        check(QStringLiteral("QStandardItemModel fill / FlatView.Refresh at %1").arg(mid), m.model / m.flat, 3.0, false, atGoalSize);
-        check(QStringLiteral("FlatView memory / QStandardItemModel memory at %1").arg(mid), double(m.flatBytes) / double(m.modelBytes), 1.0 / 3.0, true, atGoalSize);
+    // The ratios to the floors are goals at 100,000 and at 1,000,000 IBOs, each engine against
+    // its own floor; a run with neither size (--short) prints its first size's ratios
+    // without checking them (at 10,000 the views' fixed costs weigh more).
+    std::vector<int> goalSizes;
+    for (int n : {100000, 1000000}) {
+        if (results.count(n))
+            goalSizes.push_back(n);
     }
-    check(QStringLiteral("ForecastMode switch / ForecastView.Refresh at %1").arg(mid), m.modeSwitch / m.forecast, 0.25, true, atGoalSize);
+    const bool atGoalSize = !goalSizes.empty();
+    if (!atGoalSize)
+        goalSizes.push_back(sizes.front());
+    std::printf("\nGoals (the ratios are checked at 100000 and 1000000 IBOs, on runs that include those sizes)\n");
+    for (int n : goalSizes) {
+        const Result& m = results[n];
+        check(QStringLiteral("FlatView.Refresh / floor at %1").arg(n), m.flat / m.floorFlat, 1.3, true, atGoalSize);
+        check(QStringLiteral("PriorityView.Refresh / floor at %1").arg(n), m.priority / m.floorPriority, 1.6, true, atGoalSize);
+        check(QStringLiteral("ForecastView.Refresh / floor at %1").arg(n), m.forecast / m.floorForecast, 2.0, true, atGoalSize);
+        check(QStringLiteral("ForecastMode switch / ForecastView.Refresh at %1").arg(n), m.modeSwitch / m.forecast, 0.25, true, atGoalSize);
+    }
+    // Beside the usual Qt way (only on SQLite, up to 100,000 IBOs).
+    for (const auto& [n, m] : results) {
+        if (m.model > 0 && (n == 100000 || !atGoalSize)) {
+            check(QStringLiteral("QStandardItemModel fill / FlatView.Refresh at %1").arg(n), m.model / m.flat, 3.0, false, atGoalSize);
+            check(QStringLiteral("FlatView memory / QStandardItemModel memory at %1").arg(n), double(m.flatBytes) / double(m.modelBytes),
+                  1.0 / 3.0, true, atGoalSize);
+        }
+    }
+    if (results.count(1000000)) {
+        const Result& l = results[1000000];
+        check(QStringLiteral("ForecastView memory at 1000000, MiB"), l.forecastBytes / 1048576.0, 400, true, true);
+        // Reading and filling on two cores would take the list below its single-threaded floor:
+        // printed for the record, not a goal that fails the run.
+        check(QStringLiteral("FlatView.Refresh / floor at 1000000 (stretch)"), l.flat / l.floorFlat, 1.0, true, false);
+    }
     if (results.count(10000) && results.count(1000000)) {
         const Result& s = results[10000];
         const Result& l = results[1000000];
         const double scale = double(s.rows) / double(l.rows);
-        check(QStringLiteral("FlatView time per IBO, 1M / 10k"), l.flat / s.flat * scale, 1.5, true, true);
-        check(QStringLiteral("PriorityView time per IBO, 1M / 10k"), l.priority / s.priority * scale, 1.5, true, true);
-        check(QStringLiteral("ForecastView time per IBO, 1M / 10k"), l.forecast / s.forecast * scale, 1.5, true, true);
+        check(QStringLiteral("FlatView time per IBO, 1M / 10k"), l.flat / s.flat * scale, 1.3, true, true);
+        check(QStringLiteral("PriorityView time per IBO, 1M / 10k"), l.priority / s.priority * scale, 1.3, true, true);
+        check(QStringLiteral("ForecastView time per IBO, 1M / 10k"), l.forecast / s.forecast * scale, 1.3, true, true);
         check(QStringLiteral("viewport paint, 1M / 10k rows"), l.paint / s.paint, 1.5, true, true);
     }
     return ok ? 0 : 1;

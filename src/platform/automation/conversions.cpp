@@ -57,6 +57,34 @@ QString DoubleToText(double value)
     // Whole numbers below 1e15 (most money amounts) print as integers.
     if (std::fabs(value) < 1e15 && value == std::trunc(value))
         return QString::number(qint64(value));
+    // Amounts with cents: when value is exactly the double nearest to cents / 100, that
+    // decimal (at most 15 digits) is the shortest text that reads back as value, so it is
+    // written directly instead of searching for the shortest digits.
+    if (std::fabs(value) < 1e13) {
+        const qint64 cents = std::llround(value * 100);
+        if (double(cents) / 100 == value) {
+            char out[24];
+            int n = 0;
+            qint64 a = cents < 0 ? -cents : cents;
+            const int fraction = int(a % 100);
+            a /= 100;
+            char whole[20];
+            int w = 0;
+            do {
+                whole[w++] = char('0' + a % 10);
+                a /= 10;
+            } while (a > 0);
+            if (cents < 0)
+                out[n++] = '-';
+            while (w > 0)
+                out[n++] = whole[--w];
+            out[n++] = '.';
+            out[n++] = char('0' + fraction / 10);
+            if (fraction % 10 != 0)
+                out[n++] = char('0' + fraction % 10);
+            return QString::fromLatin1(out, n);
+        }
+    }
     char buf[64];
     // Shortest round-trip digits in scientific form: d.dddde[+-]x
     const auto res = std::to_chars(buf, buf + sizeof buf, value, std::chars_format::scientific);

@@ -1,3 +1,6 @@
+#include <charconv>
+#include <cmath>
+#include <cstdint>
 #include <limits>
 
 #include "platform/automation/conversions.h"
@@ -81,6 +84,30 @@ TEST_F(ConversionsTest, DoubleToTextIsShortestDecimal)
     double back = 0;
     ASSERT_TRUE(automation::ParseNumber(automation::DoubleToText(1.0 / 3.0), &back));
     EXPECT_EQ(back, 1.0 / 3.0);
+}
+
+TEST_F(ConversionsTest, AmountsWithCentsPrintAsTheirShortestDecimal)
+{
+    EXPECT_EQ(automation::DoubleToText(0.05), QStringLiteral("0.05"));
+    EXPECT_EQ(automation::DoubleToText(-0.07), QStringLiteral("-0.07"));
+    EXPECT_EQ(automation::DoubleToText(12.1), QStringLiteral("12.1"));
+    EXPECT_EQ(automation::DoubleToText(99999999999.99), QStringLiteral("99999999999.99"));
+    EXPECT_EQ(automation::DoubleToText(1234567890123.45), QStringLiteral("1234567890123.45"));
+    // Near cents but not the double nearest to them: every digit is kept.
+    EXPECT_EQ(automation::DoubleToText(std::nextafter(0.3, 1.0)), QStringLiteral("0.30000000000000004"));
+    // Across magnitudes, the text is the shortest fixed-point text that reads back as the value.
+    std::uint64_t seed = 20261123;
+    for (int i = 0; i < 20000; ++i) {
+        seed = seed * 6364136223846793005ULL + 1442695040888963407ULL;
+        const int digits = 1 + int((seed >> 33) % 15);
+        qint64 cents = qint64((seed >> 11) % std::uint64_t(std::pow(10.0, digits)));
+        if (i % 3 == 0)
+            cents = -cents;
+        const double value = double(cents) / 100;
+        char expected[64];
+        const auto end = std::to_chars(expected, expected + sizeof expected, value, std::chars_format::fixed).ptr;
+        ASSERT_EQ(automation::DoubleToText(value), QString::fromLatin1(expected, end - expected)) << cents;
+    }
 }
 
 TEST_F(ConversionsTest, TextOfEachType)
