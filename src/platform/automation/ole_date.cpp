@@ -36,15 +36,35 @@ int Digits(const char* p, int n)
     return v;
 }
 
+// A day of the proleptic Gregorian calendar (as QDate counts it) as days after 1899-12-30,
+// the serials' day zero, without building a QDate: dates are read for every IBO row.
+bool IsCivilDay(int year, int month, int day)
+{
+    static const int kDays[12] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    if (month < 1 || month > 12 || day < 1)
+        return false;
+    const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+    return day <= kDays[month - 1] + (month == 2 && leap ? 1 : 0);
+}
+
+qint64 SerialDay(int year, int month, int day)
+{
+    const qint64 y = qint64(year) - (month <= 2 ? 1 : 0);
+    const qint64 era = (y >= 0 ? y : y - 399) / 400;
+    const qint64 yoe = y - era * 400;
+    const qint64 doy = (153 * (month + (month > 2 ? -3 : 9)) + 2) / 5 + day - 1;
+    const qint64 doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
+    return era * 146097 + doe - 719468 + 25569;  // days after 1970-01-01, then after 1899-12-30
+}
+
 }  // namespace
 
 Date Date::FromParts(int year, int month, int day, int hour, int minute, int second)
 {
-    const QDate d(year, month, day);
-    if (!d.isValid() || year < 100 || year > 9999)
+    if (!IsCivilDay(year, month, day) || year < 100 || year > 9999)
         Raise(ErrOverflow, {}, QStringLiteral("Overflow: %1-%2-%3 is not a date from year 100 to 9999")
                                    .arg(year).arg(month).arg(day));
-    const qint64 days = d.toJulianDay() - kEpochJulianDay;
+    const qint64 days = SerialDay(year, month, day);
     const double frac = (hour * 3600 + minute * 60 + second) / 86400.0;
     return FromSerial(days >= 0 ? double(days) + frac : double(days) - frac);
 }
@@ -78,7 +98,7 @@ bool Date::FromCanonicalUtf8(const char* p, int n, Date* out)
     }
     if (y < 100 || mo < 1 || d < 1 || h < 0 || h > 23 || mi < 0 || mi > 59 || s < 0 || s > 59)
         return false;
-    if (!QDate(y, mo, d).isValid())
+    if (!IsCivilDay(y, mo, d))
         return false;
     *out = FromParts(y, mo, d, h, mi, s);
     return true;

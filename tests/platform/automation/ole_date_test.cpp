@@ -17,6 +17,27 @@ TEST(OleDateTest, SerialCountsDaysFromTheZeroDate)
     EXPECT_EQ(Date::FromSerial(-1.25).ToQDateTime(), QDateTime(QDate(1899, 12, 29), QTime(6, 0)));
 }
 
+TEST(OleDateTest, EveryDayFromYear100To9999IsTheDayTheCalendarCounts)
+{
+    // Days are counted without QDate; this walks every one of them beside QDate.
+    QDate day(100, 1, 1);
+    const QDate last(9999, 12, 31);
+    const qint64 zero = QDate(1899, 12, 30).toJulianDay();
+    for (; day <= last; day = day.addDays(1)) {
+        const Date d = Date::FromParts(day.year(), day.month(), day.day());
+        ASSERT_EQ(d.serial(), double(day.toJulianDay() - zero)) << day.toString(Qt::ISODate).toStdString();
+        ASSERT_EQ(d.ToQDate(), day);
+    }
+    Date parsed;
+    EXPECT_TRUE(Date::FromCanonicalText(QStringLiteral("2000-02-29"), &parsed));
+    EXPECT_TRUE(Date::FromCanonicalText(QStringLiteral("2024-02-29 00:00:00"), &parsed));
+    EXPECT_FALSE(Date::FromCanonicalText(QStringLiteral("1900-02-29"), &parsed));
+    EXPECT_FALSE(Date::FromCanonicalText(QStringLiteral("2023-02-29"), &parsed));
+    EXPECT_FALSE(Date::FromCanonicalText(QStringLiteral("2024-04-31"), &parsed));
+    EXPECT_FALSE(Date::FromCanonicalText(QStringLiteral("2024-13-01"), &parsed));
+    EXPECT_RUNTIME_ERROR(Date::FromParts(1900, 2, 29), automation::ErrOverflow);
+}
+
 TEST(OleDateTest, DaysToCountsMidnightsCrossed)
 {
     const Date a = Date::FromParts(2026, 3, 5, 23, 59);
