@@ -70,6 +70,15 @@ public:
     virtual std::unique_ptr<Statement> Prepare(const QString& sql, const QStringList& parameterNames = {}) = 0;
     // Runs statements without rows.
     virtual void Execute(const QString& sql) = 0;
+    // The same statement prepared for reading on a thread of its own while this connection
+    // stays with its caller (see ReadAhead), or null when the engine cannot do that now:
+    // the default. The caller binds it as it binds the statement from Prepare.
+    virtual std::unique_ptr<Statement> PrepareToReadAhead(const QString& sql, const QStringList& parameterNames)
+    {
+        Q_UNUSED(sql);
+        Q_UNUSED(parameterNames);
+        return nullptr;
+    }
 
     virtual void Begin() = 0;
     virtual void Commit() = 0;

@@ -5,6 +5,7 @@
 
 #include "../automation/conversions.h"
 #include "../automation/runtime_error.h"
+#include "read_ahead.h"
 #include "sql_dialect.h"
 #include "engine.h"
 
@@ -31,6 +32,28 @@ void Bind(Statement& stmt, int index, const Variant& v)
     }
 }
 
+// Binds the parameters by name, as the query's parameter collection holds them; returns how
+// many the statement declares that have no value.
+int BindParameters(Statement& stmt, const RecordsetSource& source)
+{
+    const int count = stmt.ParameterCount();
+    int missing = 0;
+    for (int p = 1; p <= count; ++p) {
+        const QString name = stmt.ParameterName(p);
+        bool bound = false;
+        for (const auto& [pname, value] : source.parameters) {
+            if (pname.compare(name, Qt::CaseInsensitive) == 0) {
+                Bind(stmt, p, value);
+                bound = true;
+                break;
+            }
+        }
+        if (!bound)
+            ++missing;
+    }
+    return missing;
+}
+
 }  // namespace
 
 std::shared_ptr<Recordset> Recordset::Open(std::shared_ptr<Connection> connection, RecordsetSource source, int type)
@@ -46,22 +69,7 @@ std::shared_ptr<Recordset> Recordset::Open(std::shared_ptr<Connection> connectio
     rs->sql_ = rs->ComposeSql(rs->source_);
     rs->stmt_ = rs->conn_->Prepare(rs->sql_, rs->source_.parameterNames);
 
-    // Parameters by name, as the query's parameter collection holds them.
-    const int count = rs->stmt_->ParameterCount();
-    int missing = 0;
-    for (int p = 1; p <= count; ++p) {
-        const QString name = rs->stmt_->ParameterName(p);
-        bool bound = false;
-        for (const auto& [pname, value] : rs->source_.parameters) {
-            if (pname.compare(name, Qt::CaseInsensitive) == 0) {
-                Bind(*rs->stmt_, p, value);
-                bound = true;
-                break;
-            }
-        }
-        if (!bound)
-            ++missing;
-    }
+    const int missing = BindParameters(*rs->stmt_, rs->source_);
     if (missing > 0) {
         rs->Close();
         Raise(automation::ErrTooFewParameters, kSource, QStringLiteral("Too few parameters. Expected %1.").arg(missing));
@@ -92,7 +100,41 @@ std::shared_ptr<Recordset> Recordset::Open(std::shared_ptr<Connection> connectio
     return rs;
 }
 
-Recordset::~Recordset() = default;
+Recordset::~Recordset()
+{
+    ahead_.reset();  // its thread stops before anything it reads for goes
+}
+
+CellType Recordset::RowType(int column) const
+{
+    return ahead_ ? ahead_->Type(column) : stmt_->Type(column);
+}
+
+qint64 Recordset::RowInt(int column) const
+{
+    return ahead_ ? ahead_->Int(column) : stmt_->Int(column);
+}
+
+double Recordset::RowReal(int column) const
+{
+    return ahead_ ? ahead_->Real(column) : stmt_->Real(column);
+}
+
+const char* Recordset::RowText(int column, int* length) const
+{
+    return ahead_ ? ahead_->Text(column, length) : stmt_->Text(column, length);
+}
+
+void Recordset::StartReadAhead()
+{
+    try {
+        std::unique_ptr<Statement> reader = conn_->PrepareToReadAhead(sql_, source_.parameterNames);
+        if (reader && reader->ColumnCount() == columnCount_ && BindParameters(*reader, source_) == 0)
+            ahead_ = std::make_unique<ReadAhead>(std::move(reader), columnCount_);
+    } catch (const std::exception&) {
+        ahead_.reset();  // read on this thread, through stmt_, as without it
+    }
+}
 
 bool Recordset::FieldUtf8(int index, const char** text, int* length)
 {
@@ -103,9 +145,9 @@ bool Recordset::FieldUtf8(int index, const char** text, int* length)
     if (editing_)
         return false;
     if (type_ == dbOpenForwardOnly || streaming_) {
-        if (stmt_->Type(index) != CellType::Text)
+        if (RowType(index) != CellType::Text)
             return false;
-        *text = stmt_->Text(index, length);
+        *text = RowText(index, length);
         return true;
     }
     const Cell& cell = cells_[size_t(pos_ * columnCount_ + index)];
@@ -154,7 +196,7 @@ bool Recordset::Step()
         return false;
     bool row = false;
     try {
-        row = stmt_->Step();
+        row = ahead_ ? ahead_->Next() : stmt_->Step();
     } catch (...) {
         done_ = true;
         throw;
@@ -172,13 +214,13 @@ void Recordset::CacheCurrentRow()
         Cell cell;
         cell.i = 0;
         cell.len = 0;
-        switch (stmt_->Type(c)) {
+        switch (RowType(c)) {
         case CellType::Null: cell.kind = kNull; break;
-        case CellType::Int: cell.kind = kInt; cell.i = stmt_->Int(c); break;
-        case CellType::Real: cell.kind = kReal; cell.d = stmt_->Real(c); break;
+        case CellType::Int: cell.kind = kInt; cell.i = RowInt(c); break;
+        case CellType::Real: cell.kind = kReal; cell.d = RowReal(c); break;
         case CellType::Text: {
             int n = 0;
-            const char* t = stmt_->Text(c, &n);
+            const char* t = RowText(c, &n);
             cell.kind = kText;
             StoreText(cell, t, size_t(n));
             break;
@@ -214,6 +256,7 @@ void Recordset::Start()
         FetchAll();
     } else {
         streaming_ = type_ == dbOpenSnapshot;
+        StartReadAhead();
         if (Step())
             rows_ = 1;
     }
@@ -245,6 +288,7 @@ void Recordset::Materialize()
     }
     // Records were passed without being kept: read the statement again from its start,
     // keeping every row, and stay on the same record.
+    ahead_.reset();
     stmt_->Reset();
     done_ = false;
     const qint64 keep = pos_;
@@ -386,13 +430,13 @@ Variant Recordset::Field(int index)
         }
     }
     if (type_ == dbOpenForwardOnly || streaming_) {
-        switch (stmt_->Type(index)) {
+        switch (RowType(index)) {
         case CellType::Null: return ValueOf(index, kNull, 0, 0, nullptr, 0);
-        case CellType::Int: return ValueOf(index, kInt, stmt_->Int(index), 0, nullptr, 0);
-        case CellType::Real: return ValueOf(index, kReal, 0, stmt_->Real(index), nullptr, 0);
+        case CellType::Int: return ValueOf(index, kInt, RowInt(index), 0, nullptr, 0);
+        case CellType::Real: return ValueOf(index, kReal, 0, RowReal(index), nullptr, 0);
         case CellType::Text: {
             int length = 0;
-            const char* text = stmt_->Text(index, &length);
+            const char* text = RowText(index, &length);
             return ValueOf(index, kText, 0, 0, text, length);
         }
         }
@@ -536,6 +580,7 @@ void Recordset::Update()
 
 void Recordset::Close()
 {
+    ahead_.reset();
     stmt_.reset();
     updateStmt_.reset();
     closed_ = true;

@@ -15,11 +15,13 @@
 
 #include "../automation/variant.h"
 #include "../block_buffer.h"
+#include "engine.h"
 
 namespace BrevView::data {
 
 class Connection;
 class Statement;
+class ReadAhead;
 
 enum RecordsetTypeEnum : int {
     dbOpenTable = 1,
@@ -106,6 +108,7 @@ private:
     Recordset() = default;
     void CheckOpen() const;
     void Start();
+    void StartReadAhead();
     bool Step();           // steps the statement; false at the end
     void CacheCurrentRow();
     void FetchAll();
@@ -118,6 +121,14 @@ private:
     QString sql_;
     int type_ = dbOpenSnapshot;
     std::unique_ptr<Statement> stmt_;
+    // A snapshot or forward-only read of a local file steps through the rows on a thread of
+    // its own when the engine can (outside a transaction); then the current row is read
+    // from here rather than from stmt_, which stays unstepped for a read from the start.
+    std::unique_ptr<ReadAhead> ahead_;
+    CellType RowType(int column) const;
+    qint64 RowInt(int column) const;
+    double RowReal(int column) const;
+    const char* RowText(int column, int* length) const;
     int columnCount_ = 0;
     int fieldCount_ = 0;
     bool hasRowId_ = false;

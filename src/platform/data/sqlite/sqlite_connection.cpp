@@ -97,7 +97,10 @@ void RegisterFunctions(sqlite3* db)
 // A prepared SQLite statement: every call goes straight to SQLite.
 class SqliteStatement final : public Statement {
 public:
-    SqliteStatement(SqliteConnection& conn, sqlite3_stmt* stmt) : conn_(conn), stmt_(stmt) {}
+    SqliteStatement(SqliteConnection& conn, sqlite3_stmt* stmt, std::shared_ptr<void> lease = {})
+        : conn_(conn), stmt_(stmt), lease_(std::move(lease))
+    {
+    }
     ~SqliteStatement() override { sqlite3_finalize(stmt_); }
 
     int ParameterCount() const override { return sqlite3_bind_parameter_count(stmt_); }
@@ -167,6 +170,8 @@ private:
     }
     SqliteConnection& conn_;
     sqlite3_stmt* stmt_;
+    // A statement of the reading connection keeps it (and its claim on it) until finalized.
+    std::shared_ptr<void> lease_;
 };
 
 const char* const kCatalogue = "BrevQueryDefs";
@@ -276,6 +281,27 @@ sqlite3_stmt* SqliteConnection::PrepareRaw(const QString& sql)
 std::unique_ptr<Statement> SqliteConnection::Prepare(const QString& sql, const QStringList&)
 {
     return std::make_unique<SqliteStatement>(*this, PrepareRaw(sql));
+}
+
+std::unique_ptr<Statement> SqliteConnection::PrepareToReadAhead(const QString& sql, const QStringList&)
+{
+    if (!sqlite3_get_autocommit(db_) || *readerBusy_)
+        return nullptr;
+    try {
+        if (!reader_)
+            reader_ = Open(path_, true);
+    } catch (const std::exception&) {
+        return nullptr;  // this connection reads the rows itself, as it always could
+    }
+    sqlite3_stmt* stmt = nullptr;
+    const QByteArray utf8 = sql.toUtf8();
+    if (sqlite3_prepare_v2(reader_->db_, utf8.constData(), int(utf8.size()), &stmt, nullptr) != SQLITE_OK) {
+        sqlite3_finalize(stmt);
+        return nullptr;
+    }
+    *readerBusy_ = true;
+    std::shared_ptr<void> lease(nullptr, [busy = readerBusy_, keep = reader_](void*) { *busy = false; });
+    return std::make_unique<SqliteStatement>(*reader_, stmt, std::move(lease));
 }
 
 void SqliteConnection::Execute(const QString& sql)

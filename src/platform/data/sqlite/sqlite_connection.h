@@ -34,6 +34,10 @@ public:
     QString DisplayName() const override { return path_; }
     std::unique_ptr<Statement> Prepare(const QString& sql, const QStringList& parameterNames = {}) override;
     void Execute(const QString& sql) override;
+    // On a second, read-only connection to the same file, while this one is not inside a
+    // transaction (its own uncommitted writes must be read through it) and that connection
+    // is not reading for another recordset.
+    std::unique_ptr<Statement> PrepareToReadAhead(const QString& sql, const QStringList& parameterNames) override;
     // A write transaction from its start (BEGIN IMMEDIATE): a second writer waits for the
     // lock here, not halfway through the writes.
     void Begin() override { Execute(QStringLiteral("BEGIN IMMEDIATE")); }
@@ -61,6 +65,10 @@ private:
     SqliteConnection() = default;
     sqlite3* db_ = nullptr;
     QString path_;
+    // The connection that reads ahead, opened when first asked for; `readerBusy_` while one
+    // of its statements is alive.
+    std::shared_ptr<SqliteConnection> reader_;
+    std::shared_ptr<bool> readerBusy_ = std::make_shared<bool>(false);
 };
 
 }  // namespace BrevView::data

@@ -1,0 +1,135 @@
+#include "read_ahead.h"
+
+#include <cstring>
+
+namespace BrevView::data {
+namespace {
+
+// The first batch is small so that the caller starts on it at once; the later ones are
+// large enough that handing them over costs nothing next to reading them.
+constexpr int kFirstRows = 64;
+constexpr int kRows = 1024;
+// Batches read and not yet taken: how far the reader may run ahead of the caller.
+constexpr size_t kAhead = 8;
+
+}  // namespace
+
+ReadAhead::ReadAhead(std::unique_ptr<Statement> stmt, int columns) : stmt_(std::move(stmt)), columns_(columns)
+{
+    thread_ = std::thread([this] { Run(); });
+}
+
+ReadAhead::~ReadAhead()
+{
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        stop_ = true;
+    }
+    changed_.notify_all();
+    thread_.join();
+}
+
+std::unique_ptr<ReadAhead::Batch> ReadAhead::TakeSpare()
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (spare_.empty())
+        return std::make_unique<Batch>();
+    std::unique_ptr<Batch> b = std::move(spare_.back());
+    spare_.pop_back();
+    return b;
+}
+
+void ReadAhead::Run()
+{
+    int limit = kFirstRows;
+    for (;;) {
+        std::unique_ptr<Batch> batch = TakeSpare();
+        batch->cells.clear();
+        batch->text.clear();
+        batch->rows = 0;
+        batch->end = false;
+        batch->error = nullptr;
+        try {
+            while (batch->rows < limit) {
+                if (!stmt_->Step()) {
+                    batch->end = true;
+                    break;
+                }
+                for (int c = 0; c < columns_; ++c) {
+                    Cell cell;
+                    cell.i = 0;
+                    cell.len = 0;
+                    cell.type = stmt_->Type(c);
+                    switch (cell.type) {
+                    case CellType::Null: break;
+                    case CellType::Int: cell.i = stmt_->Int(c); break;
+                    case CellType::Real: cell.d = stmt_->Real(c); break;
+                    case CellType::Text: {
+                        int n = 0;
+                        const char* t = stmt_->Text(c, &n);
+                        cell.i = qint64(batch->text.size());
+                        cell.len = quint32(n);
+                        batch->text.insert(batch->text.end(), t, t + n);
+                        break;
+                    }
+                    }
+                    batch->cells.push_back(cell);
+                }
+                ++batch->rows;
+            }
+        } catch (...) {
+            batch->error = std::current_exception();
+        }
+        limit = kRows;
+        const bool last = batch->end || batch->error;
+        {
+            std::unique_lock<std::mutex> lock(mutex_);
+            changed_.wait(lock, [this] { return stop_ || ready_.size() < kAhead; });
+            if (stop_)
+                return;
+            ready_.push_back(std::move(batch));
+        }
+        changed_.notify_all();
+        if (last)
+            return;
+    }
+}
+
+bool ReadAhead::Next()
+{
+    if (current_ && row_ + 1 < current_->rows) {
+        ++row_;
+        return true;
+    }
+    for (;;) {
+        if (current_ && (current_->end || current_->error)) {
+            // The rows of the last batch are done: what ended it now comes due (once).
+            std::exception_ptr error = current_->error;
+            current_->error = nullptr;
+            current_->end = true;
+            current_->rows = 0;
+            row_ = -1;
+            if (error)
+                std::rethrow_exception(error);
+            return false;
+        }
+        std::unique_ptr<Batch> next;
+        {
+            std::unique_lock<std::mutex> lock(mutex_);
+            changed_.wait(lock, [this] { return !ready_.empty(); });
+            next = std::move(ready_.front());
+            ready_.pop_front();
+            if (current_)
+                spare_.push_back(std::move(current_));
+        }
+        changed_.notify_all();
+        current_ = std::move(next);
+        row_ = -1;
+        if (current_->rows > 0) {
+            row_ = 0;
+            return true;
+        }
+    }
+}
+
+}  // namespace BrevView::data

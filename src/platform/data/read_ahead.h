@@ -1,0 +1,83 @@
+#pragma once
+// The rows of one statement read on a thread of their own and handed over in batches, so
+// that the engine steps through the next rows while the caller fills a grid with the ones
+// before: a refresh then takes about as long as the slower of the two instead of both.
+// The rows arrive in the statement's order; an error the engine raises reaches the caller
+// at the row where it happened, after every row before it. Only a few batches are read
+// ahead, so a long result is never held whole.
+
+#include <condition_variable>
+#include <deque>
+#include <exception>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include <QtGlobal>
+
+#include "engine.h"
+
+namespace BrevView::data {
+
+class ReadAhead {
+public:
+    // Starts reading `stmt` (bound, not yet stepped), which nothing else may touch until this
+    // object is gone, nor its connection.
+    ReadAhead(std::unique_ptr<Statement> stmt, int columns);
+    // Stops the reading thread (after the row it is on) and waits for it.
+    ~ReadAhead();
+    ReadAhead(const ReadAhead&) = delete;
+    ReadAhead& operator=(const ReadAhead&) = delete;
+
+    // Moves to the next row: false after the last one; the engine's error, raised again
+    // here, at the row where it happened.
+    bool Next();
+
+    // The current row's cells.
+    CellType Type(int column) const { return CellAt(column).type; }
+    qint64 Int(int column) const { return CellAt(column).i; }
+    double Real(int column) const { return CellAt(column).d; }
+    const char* Text(int column, int* length) const
+    {
+        const Cell& c = CellAt(column);
+        *length = int(c.len);
+        return c.len == 0 ? "" : current_->text.data() + c.i;
+    }
+
+private:
+    struct Cell {
+        union {
+            qint64 i;
+            double d;
+        };
+        quint32 len;
+        CellType type;
+    };
+    struct Batch {
+        std::vector<Cell> cells;
+        std::vector<char> text;
+        int rows = 0;
+        bool end = false;              // the statement has no rows after these
+        std::exception_ptr error;      // raised after these rows
+    };
+
+    const Cell& CellAt(int column) const { return current_->cells[size_t(row_) * size_t(columns_) + size_t(column)]; }
+    void Run();
+    std::unique_ptr<Batch> TakeSpare();
+
+    std::unique_ptr<Statement> stmt_;
+    const int columns_;
+
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::deque<std::unique_ptr<Batch>> ready_;   // read, not yet handed over
+    std::vector<std::unique_ptr<Batch>> spare_;  // handed back, to be filled again
+    bool stop_ = false;
+
+    std::unique_ptr<Batch> current_;  // the caller's batch
+    int row_ = -1;
+    std::thread thread_;
+};
+
+}  // namespace BrevView::data
