@@ -12,11 +12,19 @@ constexpr int kRows = 1024;
 // Batches read and not yet taken: how far the reader may run ahead of the caller.
 constexpr size_t kAhead = 8;
 
+thread_local quint64 t_started = 0;
+
 }  // namespace
 
 ReadAhead::ReadAhead(std::unique_ptr<Statement> stmt, int columns) : stmt_(std::move(stmt)), columns_(columns)
 {
     thread_ = std::thread([this] { Run(); });
+    ++t_started;
+}
+
+quint64 ReadAhead::StartedOnThisThread()
+{
+    return t_started;
 }
 
 ReadAhead::~ReadAhead()

@@ -30,6 +30,9 @@ public:
     ReadAhead(const ReadAhead&) = delete;
     ReadAhead& operator=(const ReadAhead&) = delete;
 
+    // Reads started on this thread so far (for tests that show a read went ahead).
+    static quint64 StartedOnThisThread();
+
     // Moves to the next row: false after the last one; the engine's error, raised again
     // here, at the row where it happened.
     bool Next();

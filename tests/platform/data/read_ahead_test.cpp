@@ -1,0 +1,167 @@
+#include "data_fixture.h"
+#include "platform/automation/conversions.h"
+#include "platform/automation/runtime_error.h"
+#include "platform/data/read_ahead.h"
+
+namespace BrevView::test {
+namespace {
+
+using data::dbOpenForwardOnly;
+using data::dbOpenSnapshot;
+using data::ReadAhead;
+
+// Reading ahead on a thread of its own is what an SQLite file's connection does; a server's
+// connection reads its rows in batches already, so these tests are for SQLite files.
+class SqliteReadAheadTest : public DataTest {
+protected:
+    void SetUp() override
+    {
+        DataTest::SetUp();
+        if (OnPostgreSQL())
+            GTEST_SKIP() << "reading ahead on a thread is done for SQLite files";
+        // 20,000 IBOs more (ids 6 to 20005): many batches of rows.
+        Exec(path_, QStringLiteral("WITH RECURSIVE n(i) AS (SELECT 6 UNION ALL SELECT i + 1 FROM n WHERE i < 20005) "
+                                   "INSERT INTO IboMain (IboID, IboNumber, DateWWIH, ConLastName, DescriptorStatus, "
+                                   "IboValueNumeric, RecStatusArchive, RecStatusDelete) "
+                                   "SELECT i, 'B-' || i, '2025-01-01 00:00:00', 'Name ' || i, 1, i * 10, 0, 0 FROM n"));
+    }
+
+    static constexpr int kRows = 20005;
+};
+
+QString Text(data::Recordset& rs, int field)
+{
+    return automation::ToText(rs.Field(field));
+}
+
+TEST_F(SqliteReadAheadTest, ALongReadOutsideATransactionGoesAheadOnAThreadAndGivesEveryRowInOrder)
+{
+    for (const int type : {dbOpenForwardOnly, dbOpenSnapshot}) {
+        const quint64 before = ReadAhead::StartedOnThisThread();
+        auto rs = db_->OpenRecordset(QStringLiteral("SELECT IboID, IboNumber, ConLastName, IboValueNumeric FROM IboMain ORDER BY IboID"), type);
+        int expected = 1;
+        for (; !rs->Eof(); rs->MoveNext(), ++expected) {
+            ASSERT_EQ(rs->Field(0).longValue(), expected);
+            if (expected >= 6) {
+                const char* text = nullptr;
+                int length = 0;
+                ASSERT_TRUE(rs->FieldUtf8(1, &text, &length));
+                ASSERT_EQ(QString::fromUtf8(text, length), QStringLiteral("B-%1").arg(expected));
+                ASSERT_EQ(Text(*rs, 2), QStringLiteral("Name %1").arg(expected));
+                ASSERT_EQ(rs->Field(3).longValue(), expected * 10);
+            }
+        }
+        EXPECT_EQ(expected, kRows + 1);
+        EXPECT_EQ(ReadAhead::StartedOnThisThread(), before + 1);
+        EXPECT_RUNTIME_ERROR(rs->Field(0), 3021);
+    }
+}
+
+TEST_F(SqliteReadAheadTest, InsideATransactionTheReadSeesTheConnectionsOwnUncommittedWrite)
+{
+    const quint64 before = ReadAhead::StartedOnThisThread();
+    db_->BeginTrans();
+    db_->Execute(QStringLiteral("UPDATE IboMain SET ConLastName = 'Changed' WHERE IboID = 2"));
+    auto rs = db_->OpenRecordset(QStringLiteral("SELECT ConLastName FROM IboMain WHERE IboID = 2"), dbOpenSnapshot);
+    EXPECT_EQ(Text(*rs, 0), QStringLiteral("Changed"));
+    rs->Close();
+    db_->Rollback();
+    EXPECT_EQ(ReadAhead::StartedOnThisThread(), before);
+    auto after = db_->OpenRecordset(QStringLiteral("SELECT ConLastName FROM IboMain WHERE IboID = 2"), dbOpenSnapshot);
+    EXPECT_EQ(Text(*after, 0), QStringLiteral("Adams"));
+}
+
+TEST_F(SqliteReadAheadTest, AnErrorHalfwayComesAfterEveryRowBeforeItWithTheSameNumberAsWithoutReadingAhead)
+{
+    Exec(path_, QStringLiteral("CREATE TABLE Numbers (k INTEGER, v INTEGER)"));
+    Exec(path_, QStringLiteral("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 5000) "
+                               "INSERT INTO Numbers SELECT i, CASE WHEN i = 3000 THEN -9223372036854775807 - 1 ELSE i END FROM n"));
+    // abs() of the smallest integer overflows: SQLite fails the statement at that row (the
+    // table is read in the order its rows were written, without a sort that would meet it first).
+    const QString sql = QStringLiteral("SELECT k, abs(v) FROM Numbers");
+    auto readUntilTheError = [&](int* rows, qint32* number) {
+        auto rs = db_->OpenRecordset(sql, dbOpenForwardOnly);
+        *rows = 0;
+        try {
+            for (; !rs->Eof(); rs->MoveNext()) {
+                EXPECT_EQ(rs->Field(0).longValue(), *rows + 1);
+                ++*rows;
+            }
+        } catch (const RuntimeError& e) {
+            *number = e.number();
+        }
+    };
+    const quint64 before = ReadAhead::StartedOnThisThread();
+    int aheadRows = 0, ownRows = 0;
+    qint32 aheadError = 0, ownError = 0;
+    readUntilTheError(&aheadRows, &aheadError);
+    EXPECT_EQ(ReadAhead::StartedOnThisThread(), before + 1);
+    db_->BeginTrans();  // inside a transaction the caller's own connection reads
+    readUntilTheError(&ownRows, &ownError);
+    db_->Rollback();
+    EXPECT_EQ(ReadAhead::StartedOnThisThread(), before + 1);
+    EXPECT_EQ(aheadRows, 2999);
+    EXPECT_EQ(ownRows, 2999);
+    EXPECT_NE(aheadError, 0);
+    EXPECT_EQ(aheadError, ownError);
+}
+
+TEST_F(SqliteReadAheadTest, ARecordsetLetGoHalfwayStopsItsReaderAndTheNextReadGoesAheadAgain)
+{
+    const QString sql = QStringLiteral("SELECT IboID FROM IboMain ORDER BY IboID");
+    const quint64 before = ReadAhead::StartedOnThisThread();
+    {
+        auto closed = db_->OpenRecordset(sql, dbOpenForwardOnly);
+        for (int i = 0; i < 10; ++i)
+            closed->MoveNext();
+        EXPECT_EQ(closed->Field(0).longValue(), 11);
+        closed->Close();
+        auto dropped = db_->OpenRecordset(sql, dbOpenSnapshot);
+        dropped->MoveNext();
+        EXPECT_EQ(dropped->Field(0).longValue(), 2);
+    }  // dropped goes without Close, its reader still running ahead
+    auto whole = db_->OpenRecordset(sql, dbOpenForwardOnly);
+    int n = 0;
+    for (; !whole->Eof(); whole->MoveNext())
+        ++n;
+    EXPECT_EQ(n, kRows);
+    EXPECT_EQ(ReadAhead::StartedOnThisThread(), before + 3);
+}
+
+TEST_F(SqliteReadAheadTest, GoingBackInASnapshotReadsItAgainFromTheStartAndStaysOnTheSameRecord)
+{
+    auto rs = db_->OpenRecordset(QStringLiteral("SELECT IboID, IboNumber FROM IboMain ORDER BY IboID"), dbOpenSnapshot);
+    for (int i = 0; i < 5000; ++i)
+        rs->MoveNext();
+    EXPECT_EQ(rs->Field(0).longValue(), 5001);
+    rs->MovePrevious();
+    EXPECT_EQ(rs->Field(0).longValue(), 5000);
+    EXPECT_EQ(Text(*rs, 1), QStringLiteral("B-5000"));
+    rs->MoveLast();
+    EXPECT_EQ(rs->Field(0).longValue(), kRows);
+    EXPECT_EQ(rs->RecordCount(), kRows);
+    rs->MoveFirst();
+    EXPECT_EQ(Text(*rs, 1), QStringLiteral("A-1"));
+}
+
+TEST_F(SqliteReadAheadTest, TwoReadsAtOnceOnOneConnectionEachGiveTheirOwnRows)
+{
+    const quint64 before = ReadAhead::StartedOnThisThread();
+    auto up = db_->OpenRecordset(QStringLiteral("SELECT IboID FROM IboMain ORDER BY IboID"), dbOpenForwardOnly);
+    auto down = db_->OpenRecordset(QStringLiteral("SELECT IboID FROM IboMain ORDER BY IboID DESC"), dbOpenForwardOnly);
+    for (int i = 1; i <= kRows; ++i) {
+        ASSERT_FALSE(up->Eof());
+        ASSERT_FALSE(down->Eof());
+        ASSERT_EQ(up->Field(0).longValue(), i);
+        ASSERT_EQ(down->Field(0).longValue(), kRows + 1 - i);
+        up->MoveNext();
+        down->MoveNext();
+    }
+    EXPECT_TRUE(up->Eof());
+    EXPECT_TRUE(down->Eof());
+    // One reading connection per connection: the first read took it, the second read itself.
+    EXPECT_EQ(ReadAhead::StartedOnThisThread(), before + 1);
+}
+
+}  // namespace
+}  // namespace BrevView::test
