@@ -253,7 +253,9 @@ void Recordset::Start()
     if (type_ == dbOpenDynaset) {
         // A dynaset is read whole before the first record is shown, so that writes
         // through Update never meet a statement still walking the same table.
+        StartReadAhead();
         FetchAll();
+        ahead_.reset();
     } else {
         streaming_ = type_ == dbOpenSnapshot;
         StartReadAhead();

@@ -71,6 +71,28 @@ TEST_F(SqliteReadAheadTest, InsideATransactionTheReadSeesTheConnectionsOwnUncomm
     EXPECT_EQ(Text(*after, 0), QStringLiteral("Adams"));
 }
 
+TEST_F(SqliteReadAheadTest, ADynasetReadAtTheStartOfATransactionGoesAheadAndItsUpdatesCommit)
+{
+    const quint64 before = ReadAhead::StartedOnThisThread();
+    db_->BeginTrans();
+    auto rs = db_->OpenRecordset(QStringLiteral("SELECT IboID, ConLastName FROM IboMain WHERE IboID >= 20000 ORDER BY IboID"),
+                                 data::dbOpenDynaset);
+    EXPECT_EQ(rs->RecordCount(), kRows - 20000 + 1);
+    EXPECT_EQ(ReadAhead::StartedOnThisThread(), before + 1);
+    for (; !rs->Eof(); rs->MoveNext()) {
+        rs->Edit();
+        rs->SetField(1, automation::Variant(QStringLiteral("Won %1").arg(rs->Field(0).longValue())));
+        rs->Update();
+    }
+    // After a write, a read in the same transaction comes from this connection and sees it.
+    auto again = db_->OpenRecordset(QStringLiteral("SELECT ConLastName FROM IboMain WHERE IboID = 20005"), data::dbOpenDynaset);
+    EXPECT_EQ(Text(*again, 0), QStringLiteral("Won 20005"));
+    EXPECT_EQ(ReadAhead::StartedOnThisThread(), before + 1);
+    db_->CommitTrans();
+    EXPECT_EQ(QueryText(path_, QStringLiteral("SELECT ConLastName FROM IboMain WHERE IboID = 20003")), QStringLiteral("Won 20003"));
+    EXPECT_EQ(QueryText(path_, QStringLiteral("SELECT count(*) FROM IboMain WHERE ConLastName LIKE 'Won %'")), QStringLiteral("6"));
+}
+
 TEST_F(SqliteReadAheadTest, AnErrorHalfwayComesAfterEveryRowBeforeItWithTheSameNumberAsWithoutReadingAhead)
 {
     Exec(path_, QStringLiteral("CREATE TABLE Numbers (k INTEGER, v INTEGER)"));
@@ -96,7 +118,9 @@ TEST_F(SqliteReadAheadTest, AnErrorHalfwayComesAfterEveryRowBeforeItWithTheSameN
     qint32 aheadError = 0, ownError = 0;
     readUntilTheError(&aheadRows, &aheadError);
     EXPECT_EQ(ReadAhead::StartedOnThisThread(), before + 1);
-    db_->BeginTrans();  // inside a transaction the caller's own connection reads
+    // After a write in a transaction, the caller's own connection reads.
+    db_->BeginTrans();
+    db_->Execute(QStringLiteral("UPDATE Numbers SET k = k WHERE k = 1"));
     readUntilTheError(&ownRows, &ownError);
     db_->Rollback();
     EXPECT_EQ(ReadAhead::StartedOnThisThread(), before + 1);

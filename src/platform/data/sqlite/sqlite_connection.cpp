@@ -285,7 +285,11 @@ std::unique_ptr<Statement> SqliteConnection::Prepare(const QString& sql, const Q
 
 std::unique_ptr<Statement> SqliteConnection::PrepareToReadAhead(const QString& sql, const QStringList&)
 {
-    if (!sqlite3_get_autocommit(db_) || *readerBusy_)
+    if (*readerBusy_)
+        return nullptr;
+    if (sqlite3_get_autocommit(db_))
+        begun_ = false;
+    else if (!begun_ || sqlite3_total_changes64(db_) != changesAtBegin_)
         return nullptr;
     try {
         if (!reader_)
@@ -302,6 +306,25 @@ std::unique_ptr<Statement> SqliteConnection::PrepareToReadAhead(const QString& s
     *readerBusy_ = true;
     std::shared_ptr<void> lease(nullptr, [busy = readerBusy_, keep = reader_](void*) { *busy = false; });
     return std::make_unique<SqliteStatement>(*reader_, stmt, std::move(lease));
+}
+
+void SqliteConnection::Begin()
+{
+    Execute(QStringLiteral("BEGIN IMMEDIATE"));
+    begun_ = true;
+    changesAtBegin_ = sqlite3_total_changes64(db_);
+}
+
+void SqliteConnection::Commit()
+{
+    Execute(QStringLiteral("COMMIT"));
+    begun_ = false;
+}
+
+void SqliteConnection::Rollback()
+{
+    begun_ = false;
+    Execute(QStringLiteral("ROLLBACK"));
 }
 
 void SqliteConnection::Execute(const QString& sql)

@@ -34,15 +34,16 @@ public:
     QString DisplayName() const override { return path_; }
     std::unique_ptr<Statement> Prepare(const QString& sql, const QStringList& parameterNames = {}) override;
     void Execute(const QString& sql) override;
-    // On a second, read-only connection to the same file, while this one is not inside a
-    // transaction (its own uncommitted writes must be read through it) and that connection
-    // is not reading for another recordset.
+    // On a second, read-only connection to the same file, while that connection is not
+    // reading for another recordset, and while this one has no uncommitted writes (they
+    // must be read through it): outside a transaction, or in one begun by Begin() that has
+    // written nothing yet, whose lock keeps every other writer out until it ends.
     std::unique_ptr<Statement> PrepareToReadAhead(const QString& sql, const QStringList& parameterNames) override;
     // A write transaction from its start (BEGIN IMMEDIATE): a second writer waits for the
     // lock here, not halfway through the writes.
-    void Begin() override { Execute(QStringLiteral("BEGIN IMMEDIATE")); }
-    void Commit() override { Execute(QStringLiteral("COMMIT")); }
-    void Rollback() override { Execute(QStringLiteral("ROLLBACK")); }
+    void Begin() override;
+    void Commit() override;
+    void Rollback() override;
     qint64 Changes() const override;
     QString RowKeyColumn(const QString&) override { return QStringLiteral("rowid"); }
     bool LookUpQuery(const QString& name, QString* sql) override;
@@ -69,6 +70,8 @@ private:
     // of its statements is alive.
     std::shared_ptr<SqliteConnection> reader_;
     std::shared_ptr<bool> readerBusy_ = std::make_shared<bool>(false);
+    bool begun_ = false;            // inside a transaction that Begin() started
+    qint64 changesAtBegin_ = 0;     // the rows changed on this connection before it
 };
 
 }  // namespace BrevView::data
