@@ -199,11 +199,14 @@ bool Recordset::Step()
         row = ahead_ ? ahead_->Next() : stmt_->Step();
     } catch (...) {
         done_ = true;
+        ahead_.reset();
         throw;
     }
-    if (!row)
+    if (!row) {
+        // The reading connection is free for the next recordset as soon as this one is read.
         done_ = true;
-    else if (RowHook()) [[unlikely]]
+        ahead_.reset();
+    } else if (RowHook()) [[unlikely]]
         RowHook()();
     return row;
 }
@@ -255,7 +258,6 @@ void Recordset::Start()
         // through Update never meet a statement still walking the same table.
         StartReadAhead();
         FetchAll();
-        ahead_.reset();
     } else {
         streaming_ = type_ == dbOpenSnapshot;
         StartReadAhead();
