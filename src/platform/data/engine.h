@@ -21,6 +21,17 @@ enum class Dialect { SQLite, PostgreSQL };
 
 enum class CellType : quint8 { Null, Int, Real, Text };
 
+// A cell kept after its statement has moved on: a number in place, a text as where its
+// bytes are in a buffer of the keeper's (in `i`) and how many there are.
+struct StoredCell {
+    union {
+        qint64 i;
+        double d;
+    };
+    quint32 len;
+    CellType type;
+};
+
 // What a column holds as its table declares it: the engines return dates as text and
 // booleans as integers, and the data objects make them dates and booleans again.
 enum class ColumnKind : quint8 { Plain, Date, Bool };

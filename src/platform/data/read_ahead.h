@@ -49,14 +49,7 @@ public:
     }
 
 private:
-    struct Cell {
-        union {
-            qint64 i;
-            double d;
-        };
-        quint32 len;
-        CellType type;
-    };
+    using Cell = StoredCell;
     struct Batch {
         std::vector<Cell> cells;
         std::vector<char> text;

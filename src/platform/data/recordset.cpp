@@ -151,7 +151,7 @@ bool Recordset::FieldUtf8(int index, const char** text, int* length)
         return true;
     }
     const Cell& cell = cells_[size_t(pos_ * columnCount_ + index)];
-    if (cell.kind != kText)
+    if (cell.type != CellType::Text)
         return false;
     *text = TextOf(cell);
     *length = int(cell.len);
@@ -218,13 +218,13 @@ void Recordset::CacheCurrentRow()
         cell.i = 0;
         cell.len = 0;
         switch (RowType(c)) {
-        case CellType::Null: cell.kind = kNull; break;
-        case CellType::Int: cell.kind = kInt; cell.i = RowInt(c); break;
-        case CellType::Real: cell.kind = kReal; cell.d = RowReal(c); break;
+        case CellType::Null: cell.type = CellType::Null; break;
+        case CellType::Int: cell.type = CellType::Int; cell.i = RowInt(c); break;
+        case CellType::Real: cell.type = CellType::Real; cell.d = RowReal(c); break;
         case CellType::Text: {
             int n = 0;
             const char* t = RowText(c, &n);
-            cell.kind = kText;
+            cell.type = CellType::Text;
             StoreText(cell, t, size_t(n));
             break;
         }
@@ -399,17 +399,17 @@ int Recordset::FieldIndex(const QString& name) const
     Raise(automation::ErrItemNotFound, kSource, QStringLiteral("Item not found in this collection: field '%1'.").arg(name));
 }
 
-Variant Recordset::ValueOf(int col, int kind, qint64 i, double d, const char* text, int len) const
+Variant Recordset::ValueOf(int col, CellType kind, qint64 i, double d, const char* text, int len) const
 {
     switch (kind) {
-    case kNull: return Variant::Null();
-    case kInt:
+    case CellType::Null: return Variant::Null();
+    case CellType::Int:
         if (isBool_[col])
             return Variant(i != 0);
         if (i >= std::numeric_limits<qint32>::min() && i <= std::numeric_limits<qint32>::max())
             return Variant(qint32(i));
         return Variant(double(i));
-    case kReal: return Variant(d);
+    case CellType::Real: return Variant(d);
     default: {
         if (isDate_[col]) {
             automation::Date date;
@@ -435,20 +435,20 @@ Variant Recordset::Field(int index)
     }
     if (type_ == dbOpenForwardOnly || streaming_) {
         switch (RowType(index)) {
-        case CellType::Null: return ValueOf(index, kNull, 0, 0, nullptr, 0);
-        case CellType::Int: return ValueOf(index, kInt, RowInt(index), 0, nullptr, 0);
-        case CellType::Real: return ValueOf(index, kReal, 0, RowReal(index), nullptr, 0);
+        case CellType::Null: return ValueOf(index, CellType::Null, 0, 0, nullptr, 0);
+        case CellType::Int: return ValueOf(index, CellType::Int, RowInt(index), 0, nullptr, 0);
+        case CellType::Real: return ValueOf(index, CellType::Real, 0, RowReal(index), nullptr, 0);
         case CellType::Text: {
             int length = 0;
             const char* text = RowText(index, &length);
-            return ValueOf(index, kText, 0, 0, text, length);
+            return ValueOf(index, CellType::Text, 0, 0, text, length);
         }
         }
     }
     const Cell& cell = cells_[size_t(pos_ * columnCount_ + index)];
-    if (cell.kind == kText)
-        return ValueOf(index, kText, 0, 0, TextOf(cell), int(cell.len));
-    return ValueOf(index, cell.kind, cell.kind == kInt ? cell.i : 0, cell.kind == kReal ? cell.d : 0, nullptr, 0);
+    if (cell.type == CellType::Text)
+        return ValueOf(index, CellType::Text, 0, 0, TextOf(cell), int(cell.len));
+    return ValueOf(index, cell.type, cell.type == CellType::Int ? cell.i : 0, cell.type == CellType::Real ? cell.d : 0, nullptr, 0);
 }
 
 std::shared_ptr<Recordset> Recordset::OpenRecordset(int type)
@@ -548,10 +548,10 @@ void Recordset::Update()
         int p = 1;
         for (const auto& e : edits_)
             Bind(stmt, p++, e.second);
-        switch (idCell.kind) {
-        case kInt: stmt.BindInt(p, idCell.i); break;
-        case kReal: stmt.BindReal(p, idCell.d); break;
-        case kText: stmt.BindText(p, QByteArray(TextOf(idCell), int(idCell.len))); break;
+        switch (idCell.type) {
+        case CellType::Int: stmt.BindInt(p, idCell.i); break;
+        case CellType::Real: stmt.BindReal(p, idCell.d); break;
+        case CellType::Text: stmt.BindText(p, QByteArray(TextOf(idCell), int(idCell.len))); break;
         default: stmt.BindNull(p); break;
         }
         stmt.Step();
@@ -563,15 +563,15 @@ void Recordset::Update()
             cell.len = 0;
             switch (value.type()) {
             case VarType::Empty:
-            case VarType::Null: cell.kind = kNull; break;
-            case VarType::Boolean: cell.kind = kInt; cell.i = value.boolValue() ? 1 : 0; break;
-            case VarType::Long: cell.kind = kInt; cell.i = value.longValue(); break;
-            case VarType::Double: cell.kind = kReal; cell.d = value.doubleValue(); break;
-            case VarType::Currency: cell.kind = kReal; cell.d = value.currencyValue().ToDouble(); break;
+            case VarType::Null: cell.type = CellType::Null; break;
+            case VarType::Boolean: cell.type = CellType::Int; cell.i = value.boolValue() ? 1 : 0; break;
+            case VarType::Long: cell.type = CellType::Int; cell.i = value.longValue(); break;
+            case VarType::Double: cell.type = CellType::Real; cell.d = value.doubleValue(); break;
+            case VarType::Currency: cell.type = CellType::Real; cell.d = value.currencyValue().ToDouble(); break;
             case VarType::Date:
             case VarType::String: {
                 const QByteArray t = (value.type() == VarType::Date ? value.dateValue().ToCanonicalText() : value.stringValue()).toUtf8();
-                cell.kind = kText;
+                cell.type = CellType::Text;
                 StoreText(cell, t.constData(), size_t(t.size()));
                 break;
             }

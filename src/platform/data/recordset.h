@@ -95,15 +95,7 @@ public:
     QString Sql() const { return sql_; }
 
 private:
-    struct Cell {
-        union {
-            qint64 i;
-            double d;
-        };
-        quint32 len;
-        quint8 kind;
-    };
-    enum CellKind : quint8 { kNull, kInt, kReal, kText };
+    using Cell = StoredCell;
 
     Recordset() = default;
     void CheckOpen() const;
@@ -113,7 +105,7 @@ private:
     void CacheCurrentRow();
     void FetchAll();
     void RequireCurrent() const;
-    automation::Variant ValueOf(int col, int kind, qint64 i, double d, const char* text, int len) const;
+    automation::Variant ValueOf(int col, CellType kind, qint64 i, double d, const char* text, int len) const;
     QString ComposeSql(const RecordsetSource& source) const;
 
     std::shared_ptr<Connection> conn_;
