@@ -8,6 +8,7 @@
 
 #include <QFile>
 #include <QStringList>
+#include <QThread>
 
 #include "common/ibo_schema.h"
 #include "platform/data/engine.h"
@@ -306,8 +307,18 @@ QString GeneratePostgreSql(const QString& uri, const Options& options)
     // Statistics for the server's planner, so that it reads the views' orders by their indexes,
     // and the tables' visibility maps, so that it can answer from an index alone (an index-only
     // scan) instead of visiting each row's page: what autovacuum would do later, done now.
-    ok = ok && PgExec(conn, "COMMIT", &error) && PgExec(conn, "VACUUM (ANALYZE) IboMain", &error) &&
-         PgExec(conn, "VACUUM (ANALYZE) IboArchive", &error);
+    ok = ok && PgExec(conn, "COMMIT", &error) && PgExec(conn, "VACUUM (ANALYZE) IboArchive", &error);
+    // A vacuum run at once after the load may not yet count the new rows as visible to every
+    // session (the server tells them so a moment later): run it again until the pages are marked.
+    for (int attempt = 0; ok && attempt < 20; ++attempt) {
+        ok = PgExec(conn, "VACUUM (ANALYZE) IboMain", &error);
+        PGresult* r = PQexec(conn, "SELECT relallvisible >= relpages FROM pg_class WHERE oid = 'IboMain'::regclass");
+        const bool marked = PQresultStatus(r) == PGRES_TUPLES_OK && PQntuples(r) == 1 && PQgetvalue(r, 0, 0)[0] == 't';
+        PQclear(r);
+        if (marked)
+            break;
+        QThread::msleep(250);
+    }
     if (!ok)
         PQexec(conn, "ROLLBACK");
     PQfinish(conn);
