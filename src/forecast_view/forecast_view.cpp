@@ -373,9 +373,6 @@ void ForecastViewPrivate::GetAllOpenWon()
         }
         rs.SetSort(detail::ForecastSort());
         ibos = rs.OpenRecordset();
-        // The dynaset has done its work (the won dates are written) and ibos reads the same
-        // rows through a statement of its own: keeping its cached copy of every open and won
-        // IBO until the next refresh would double what the view holds.
     });
 }
 

@@ -1,7 +1,5 @@
 #include "read_ahead.h"
 
-#include <cstring>
-
 namespace BrevView::data {
 namespace {
 

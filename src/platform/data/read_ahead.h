@@ -25,7 +25,7 @@ public:
     // Starts reading `stmt` (bound, not yet stepped), which nothing else may touch until this
     // object is gone, nor its connection.
     ReadAhead(std::unique_ptr<Statement> stmt, int columns);
-    // Stops the reading thread (after the row it is on) and waits for it.
+    // Stops the reading thread (after the batch it is reading) and waits for it.
     ~ReadAhead();
     ReadAhead(const ReadAhead&) = delete;
     ReadAhead& operator=(const ReadAhead&) = delete;

@@ -168,6 +168,23 @@ TEST_F(SqliteReadAheadTest, GoingBackInASnapshotReadsItAgainFromTheStartAndStays
     EXPECT_EQ(Text(*rs, 1), QStringLiteral("A-1"));
 }
 
+TEST_F(SqliteReadAheadTest, ACommitWhileAReadStillGoesAheadWaitsForItAndFailsWithTheLockedErrorInsteadOfHanging)
+{
+    // The reading connection's read lock keeps the commit out until the read ends; a caller
+    // reads to the end (or closes the recordset) before it writes.
+    auto reading = db_->OpenRecordset(QStringLiteral("SELECT IboID FROM IboMain ORDER BY IboID"), dbOpenForwardOnly);
+    reading->MoveNext();
+    db_->BeginTrans();
+    db_->Execute(QStringLiteral("UPDATE IboMain SET ConLastName = 'Late' WHERE IboID = 7"));
+    EXPECT_RUNTIME_ERROR(db_->CommitTrans(), automation::ErrLocked);
+    db_->Rollback();
+    reading->Close();
+    db_->BeginTrans();
+    db_->Execute(QStringLiteral("UPDATE IboMain SET ConLastName = 'Late' WHERE IboID = 7"));
+    db_->CommitTrans();
+    EXPECT_EQ(QueryText(path_, QStringLiteral("SELECT ConLastName FROM IboMain WHERE IboID = 7")), QStringLiteral("Late"));
+}
+
 TEST_F(SqliteReadAheadTest, TwoReadsAtOnceOnOneConnectionEachGiveTheirOwnRows)
 {
     const quint64 before = ReadAhead::StartedOnThisThread();

@@ -37,7 +37,10 @@ public:
     // On a second, read-only connection to the same file, while that connection is not
     // reading for another recordset, and while this one has no uncommitted writes (they
     // must be read through it): outside a transaction, or in one begun by Begin() that has
-    // written nothing yet, whose lock keeps every other writer out until it ends.
+    // written nothing yet, whose lock keeps every other writer out until it ends. While such a
+    // read is under way its read lock keeps a commit of this connection waiting (in a file
+    // with a rollback journal), up to the busy timeout and error 3260: a caller reads to the
+    // end or closes the recordset before it writes, as the views do.
     std::unique_ptr<Statement> PrepareToReadAhead(const QString& sql, const QStringList& parameterNames) override;
     // A write transaction from its start (BEGIN IMMEDIATE): a second writer waits for the
     // lock here, not halfway through the writes.
