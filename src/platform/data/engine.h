@@ -32,6 +32,31 @@ struct StoredCell {
     CellType type;
 };
 
+// The current row's cell `column` of `source` (a Statement, or a reader with the same Type,
+// Int, Real and Text) as a StoredCell; a text's bytes go to `keepText(bytes, length)`, which
+// returns where it kept them.
+template <typename Source, typename KeepText>
+StoredCell StoreCell(Source& source, int column, KeepText&& keepText)
+{
+    StoredCell cell;
+    cell.i = 0;
+    cell.len = 0;
+    cell.type = source.Type(column);
+    switch (cell.type) {
+    case CellType::Null: break;
+    case CellType::Int: cell.i = source.Int(column); break;
+    case CellType::Real: cell.d = source.Real(column); break;
+    case CellType::Text: {
+        int n = 0;
+        const char* text = source.Text(column, &n);
+        cell.len = quint32(n);
+        cell.i = keepText(text, n);
+        break;
+    }
+    }
+    return cell;
+}
+
 // What a column holds as its table declares it: the engines return dates as text and
 // booleans as integers, and the data objects make them dates and booleans again.
 enum class ColumnKind : quint8 { Plain, Date, Bool };

@@ -62,24 +62,11 @@ void ReadAhead::Run()
                     break;
                 }
                 for (int c = 0; c < columns_; ++c) {
-                    Cell cell;
-                    cell.i = 0;
-                    cell.len = 0;
-                    cell.type = stmt_->Type(c);
-                    switch (cell.type) {
-                    case CellType::Null: break;
-                    case CellType::Int: cell.i = stmt_->Int(c); break;
-                    case CellType::Real: cell.d = stmt_->Real(c); break;
-                    case CellType::Text: {
-                        int n = 0;
-                        const char* t = stmt_->Text(c, &n);
-                        cell.i = qint64(batch->text.size());
-                        cell.len = quint32(n);
-                        batch->text.insert(batch->text.end(), t, t + n);
-                        break;
-                    }
-                    }
-                    batch->cells.push_back(cell);
+                    batch->cells.push_back(StoreCell(*stmt_, c, [&](const char* text, int n) {
+                        const qint64 at = qint64(batch->text.size());
+                        batch->text.insert(batch->text.end(), text, text + n);
+                        return at;
+                    }));
                 }
                 ++batch->rows;
             }

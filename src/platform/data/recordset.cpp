@@ -213,38 +213,23 @@ bool Recordset::Step()
 
 void Recordset::CacheCurrentRow()
 {
+    auto keep = [this](const char* text, int n) { return KeepText(text, size_t(n)); };
     for (int c = 0; c < columnCount_; ++c) {
-        Cell cell;
-        cell.i = 0;
-        cell.len = 0;
-        switch (RowType(c)) {
-        case CellType::Null: cell.type = CellType::Null; break;
-        case CellType::Int: cell.type = CellType::Int; cell.i = RowInt(c); break;
-        case CellType::Real: cell.type = CellType::Real; cell.d = RowReal(c); break;
-        case CellType::Text: {
-            int n = 0;
-            const char* t = RowText(c, &n);
-            cell.type = CellType::Text;
-            StoreText(cell, t, size_t(n));
-            break;
-        }
-        }
         Cell* slot = nullptr;
         cells_.Append(1, &slot);
-        *slot = cell;
+        *slot = ahead_ ? StoreCell(*ahead_, c, keep) : StoreCell(*stmt_, c, keep);
     }
     ++rows_;
 }
 
-void Recordset::StoreText(Cell& cell, const char* text, size_t length)
+qint64 Recordset::KeepText(const char* text, size_t length)
 {
-    cell.i = 0;
-    cell.len = quint32(length);
     if (length == 0)
-        return;
+        return 0;
     char* room = nullptr;
-    cell.i = qint64(text_.Append(length, &room));
+    const qint64 at = qint64(text_.Append(length, &room));
     std::memcpy(room, text, length);
+    return at;
 }
 
 void Recordset::Start()
@@ -572,7 +557,8 @@ void Recordset::Update()
             case VarType::String: {
                 const QByteArray t = (value.type() == VarType::Date ? value.dateValue().ToCanonicalText() : value.stringValue()).toUtf8();
                 cell.type = CellType::Text;
-                StoreText(cell, t.constData(), size_t(t.size()));
+                cell.len = quint32(t.size());
+                cell.i = KeepText(t.constData(), size_t(t.size()));
                 break;
             }
             }

@@ -145,7 +145,8 @@ private:
     platform::BlockBuffer<char, 16> text_;
     // Where a cached text cell's bytes are ("" for an empty text, which takes no room).
     const char* TextOf(const Cell& cell) const { return cell.len == 0 ? "" : text_.At(size_t(cell.i)); }
-    void StoreText(Cell& cell, const char* text, size_t length);
+    // Keeps a text cell's bytes with the cached rows; returns where (0 for an empty text).
+    qint64 KeepText(const char* text, size_t length);
 
     QString filter_;
     QString sort_;
