@@ -349,7 +349,10 @@ int main(int argc, char** argv)
     const QCommandLineOption profileOption(QStringLiteral("profile"),
                                            QStringLiteral("Only VIEW's refreshes (a warm-up, then runs - 1 timed), for a profiler."),
                                            QStringLiteral("VIEW"));
-    parser.addOptions({shortOption, runsOption, dirOption, sizesOption, profileOption, engineOption});
+    const QCommandLineOption databaseOption(QStringLiteral("database"),
+                                            QStringLiteral("With --profile: this database (a file or a postgresql:// URI) instead of DIR's."),
+                                            QStringLiteral("PATH"));
+    parser.addOptions({shortOption, runsOption, dirOption, sizesOption, profileOption, engineOption, databaseOption});
     parser.process(app);
     const bool onServer = parser.value(engineOption) == QLatin1String("postgresql");
     // A server of the benchmark's own, stopped at the end.
@@ -390,7 +393,8 @@ int main(int argc, char** argv)
     const int runs = parser.value(runsOption).toInt();
     const QString dir = parser.isSet(dirOption) ? parser.value(dirOption) : tmp.path();
     if (parser.isSet(profileOption)) {
-        const QString path = QDir(dir).filePath(QStringLiteral("bench-%1.db").arg(sizes.front()));
+        const QString path = parser.isSet(databaseOption) ? parser.value(databaseOption)
+                                                          : QDir(dir).filePath(QStringLiteral("bench-%1.db").arg(sizes.front()));
         qputenv("BREV_DATABASE", path.toLocal8Bit());
         const QString which = parser.value(profileOption);
         std::unique_ptr<QWidget> view(BrevView::CreateControl(QStringLiteral("BrevView.") + which));

@@ -78,6 +78,10 @@ public:
     virtual bool Step() = 0;
     // Back to before the first row, the bindings kept: the next Step runs it again.
     virtual void Reset() = 0;
+    // Called on the caller's thread, bound, before a reading thread takes over the Steps
+    // (see ReadAhead): an engine whose session the caller goes on using sends the statement
+    // now, so that the reading thread only ever receives rows. A failure raises.
+    virtual void Launch() {}
 
     virtual int ColumnCount() const = 0;
     virtual QString ColumnName(int column) const = 0;
@@ -108,7 +112,7 @@ public:
     virtual void Execute(const QString& sql) = 0;
     // The same statement prepared for reading on a thread of its own while this connection
     // stays with its caller (see ReadAhead), or null when the engine cannot do that now:
-    // the default. The caller binds it as it binds the statement from Prepare.
+    // the default. The caller binds it as it binds the statement from Prepare, then Launches it.
     virtual std::unique_ptr<Statement> PrepareToReadAhead(const QString& sql, const QStringList& parameterNames)
     {
         Q_UNUSED(sql);

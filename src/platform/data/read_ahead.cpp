@@ -16,6 +16,7 @@ thread_local quint64 t_started = 0;
 
 ReadAhead::ReadAhead(std::unique_ptr<Statement> stmt, int columns) : stmt_(std::move(stmt)), columns_(columns)
 {
+    stmt_->Launch();
     thread_ = std::thread([this] { Run(); });
     ++t_started;
 }

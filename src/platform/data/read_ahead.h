@@ -22,8 +22,9 @@ namespace BrevView::data {
 
 class ReadAhead {
 public:
-    // Starts reading `stmt` (bound, not yet stepped), which nothing else may touch until this
-    // object is gone, nor its connection.
+    // Launches `stmt` (bound, not yet stepped) on this thread and starts reading it on
+    // another; nothing else may touch the statement until this object is gone, nor its
+    // connection unless the engine says otherwise (see PgConnection). A failure to launch raises.
     ReadAhead(std::unique_ptr<Statement> stmt, int columns);
     // Stops the reading thread (after the batch it is reading) and waits for it.
     ~ReadAhead();

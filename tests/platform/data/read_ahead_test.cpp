@@ -10,23 +10,34 @@ using data::dbOpenForwardOnly;
 using data::dbOpenSnapshot;
 using data::ReadAhead;
 
-// Reading ahead on a thread of its own is what an SQLite file's connection does; a server's
-// connection reads its rows in batches already, so these tests are for SQLite files.
-class SqliteReadAheadTest : public DataTest {
+// A long read goes ahead on a thread of its own: on an SQLite file through a second, read-only
+// connection to the file (not once the caller's transaction has written), on a server from
+// the caller's own session.
+class ReadAheadTest : public DataTest {
 protected:
     void SetUp() override
     {
         DataTest::SetUp();
-        if (OnPostgreSQL())
-            GTEST_SKIP() << "reading ahead on a thread is done for SQLite files";
         // 20,000 IBOs more (ids 6 to 20005): many batches of rows.
         Exec(path_, QStringLiteral("WITH RECURSIVE n(i) AS (SELECT 6 UNION ALL SELECT i + 1 FROM n WHERE i < 20005) "
                                    "INSERT INTO IboMain (IboID, IboNumber, DateWWIH, ConLastName, DescriptorStatus, "
                                    "IboValueNumeric, RecStatusArchive, RecStatusDelete) "
-                                   "SELECT i, 'B-' || i, '2025-01-01 00:00:00', 'Name ' || i, 1, i * 10, 0, 0 FROM n"));
+                                   "SELECT i, 'B-' || i, '2025-01-01 00:00:00', 'Name ' || i, 1, i * 10, '0', '0' FROM n"));
     }
 
     static constexpr int kRows = 20005;
+};
+
+// What only an SQLite file's reading connection does: read ahead at the start of a
+// transaction, and hold the file's read lock while it reads.
+class SqliteReadAheadTest : public ReadAheadTest {
+protected:
+    void SetUp() override
+    {
+        if (OnPostgreSQL())
+            GTEST_SKIP() << "an SQLite file's reading connection";
+        ReadAheadTest::SetUp();
+    }
 };
 
 QString Text(data::Recordset& rs, int field)
@@ -34,7 +45,7 @@ QString Text(data::Recordset& rs, int field)
     return automation::ToText(rs.Field(field));
 }
 
-TEST_F(SqliteReadAheadTest, ALongReadOutsideATransactionGoesAheadOnAThreadAndGivesEveryRowInOrder)
+TEST_F(ReadAheadTest, ALongReadOutsideATransactionGoesAheadOnAThreadAndGivesEveryRowInOrder)
 {
     for (const int type : {dbOpenForwardOnly, dbOpenSnapshot}) {
         const quint64 before = ReadAhead::StartedOnThisThread();
@@ -57,7 +68,7 @@ TEST_F(SqliteReadAheadTest, ALongReadOutsideATransactionGoesAheadOnAThreadAndGiv
     }
 }
 
-TEST_F(SqliteReadAheadTest, InsideATransactionTheReadSeesTheConnectionsOwnUncommittedWrite)
+TEST_F(ReadAheadTest, InsideATransactionTheReadSeesTheConnectionsOwnUncommittedWrite)
 {
     const quint64 before = ReadAhead::StartedOnThisThread();
     db_->BeginTrans();
@@ -66,7 +77,9 @@ TEST_F(SqliteReadAheadTest, InsideATransactionTheReadSeesTheConnectionsOwnUncomm
     EXPECT_EQ(Text(*rs, 0), QStringLiteral("Changed"));
     rs->Close();
     db_->Rollback();
-    EXPECT_EQ(ReadAhead::StartedOnThisThread(), before);
+    // A server's session reads its own transaction's rows ahead; an SQLite file's reading
+    // connection would not see them, so the caller's own connection read.
+    EXPECT_EQ(ReadAhead::StartedOnThisThread(), before + (OnPostgreSQL() ? 1 : 0));
     auto after = db_->OpenRecordset(QStringLiteral("SELECT ConLastName FROM IboMain WHERE IboID = 2"), dbOpenSnapshot);
     EXPECT_EQ(Text(*after, 0), QStringLiteral("Adams"));
 }
@@ -93,12 +106,12 @@ TEST_F(SqliteReadAheadTest, ADynasetReadAtTheStartOfATransactionGoesAheadAndItsU
     EXPECT_EQ(QueryText(path_, QStringLiteral("SELECT count(*) FROM IboMain WHERE ConLastName LIKE 'Won %'")), QStringLiteral("6"));
 }
 
-TEST_F(SqliteReadAheadTest, AnErrorHalfwayComesAfterEveryRowBeforeItWithTheSameNumberAsWithoutReadingAhead)
+TEST_F(ReadAheadTest, AnErrorHalfwayComesAfterEveryRowBeforeItWithTheSameNumberAsWithoutReadingAhead)
 {
-    Exec(path_, QStringLiteral("CREATE TABLE Numbers (k INTEGER, v INTEGER)"));
+    Exec(path_, QStringLiteral("CREATE TABLE Numbers (k INTEGER, v BIGINT)"));
     Exec(path_, QStringLiteral("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 5000) "
                                "INSERT INTO Numbers SELECT i, CASE WHEN i = 3000 THEN -9223372036854775807 - 1 ELSE i END FROM n"));
-    // abs() of the smallest integer overflows: SQLite fails the statement at that row (the
+    // abs() of the smallest integer overflows: the engine fails the statement at that row (the
     // table is read in the order its rows were written, without a sort that would meet it first).
     const QString sql = QStringLiteral("SELECT k, abs(v) FROM Numbers");
     auto readUntilTheError = [&](int* rows, qint32* number) {
@@ -118,19 +131,20 @@ TEST_F(SqliteReadAheadTest, AnErrorHalfwayComesAfterEveryRowBeforeItWithTheSameN
     qint32 aheadError = 0, ownError = 0;
     readUntilTheError(&aheadRows, &aheadError);
     EXPECT_EQ(ReadAhead::StartedOnThisThread(), before + 1);
-    // After a write in a transaction, the caller's own connection reads.
+    // After a write in a transaction, an SQLite file's own connection reads (a server's
+    // session reads ahead all the same).
     db_->BeginTrans();
-    db_->Execute(QStringLiteral("UPDATE Numbers SET k = k WHERE k = 1"));
+    db_->Execute(QStringLiteral("UPDATE IboMain SET ConLastName = ConLastName WHERE IboID = 1"));
     readUntilTheError(&ownRows, &ownError);
     db_->Rollback();
-    EXPECT_EQ(ReadAhead::StartedOnThisThread(), before + 1);
+    EXPECT_EQ(ReadAhead::StartedOnThisThread(), before + (OnPostgreSQL() ? 2 : 1));
     EXPECT_EQ(aheadRows, 2999);
     EXPECT_EQ(ownRows, 2999);
     EXPECT_NE(aheadError, 0);
     EXPECT_EQ(aheadError, ownError);
 }
 
-TEST_F(SqliteReadAheadTest, ARecordsetLetGoHalfwayStopsItsReaderAndTheNextReadGoesAheadAgain)
+TEST_F(ReadAheadTest, ARecordsetLetGoHalfwayStopsItsReaderAndTheNextReadGoesAheadAgain)
 {
     const QString sql = QStringLiteral("SELECT IboID FROM IboMain ORDER BY IboID");
     const quint64 before = ReadAhead::StartedOnThisThread();
@@ -152,7 +166,7 @@ TEST_F(SqliteReadAheadTest, ARecordsetLetGoHalfwayStopsItsReaderAndTheNextReadGo
     EXPECT_EQ(ReadAhead::StartedOnThisThread(), before + 3);
 }
 
-TEST_F(SqliteReadAheadTest, GoingBackInASnapshotReadsItAgainFromTheStartAndStaysOnTheSameRecord)
+TEST_F(ReadAheadTest, GoingBackInASnapshotReadsItAgainFromTheStartAndStaysOnTheSameRecord)
 {
     auto rs = db_->OpenRecordset(QStringLiteral("SELECT IboID, IboNumber FROM IboMain ORDER BY IboID"), dbOpenSnapshot);
     for (int i = 0; i < 5000; ++i)
@@ -185,7 +199,7 @@ TEST_F(SqliteReadAheadTest, ACommitWhileAReadStillGoesAheadWaitsForItAndFailsWit
     EXPECT_EQ(QueryText(path_, QStringLiteral("SELECT ConLastName FROM IboMain WHERE IboID = 7")), QStringLiteral("Late"));
 }
 
-TEST_F(SqliteReadAheadTest, TwoReadsAtOnceOnOneConnectionEachGiveTheirOwnRows)
+TEST_F(ReadAheadTest, TwoReadsAtOnceOnOneConnectionEachGiveTheirOwnRows)
 {
     const quint64 before = ReadAhead::StartedOnThisThread();
     auto up = db_->OpenRecordset(QStringLiteral("SELECT IboID FROM IboMain ORDER BY IboID"), dbOpenForwardOnly);
@@ -200,8 +214,46 @@ TEST_F(SqliteReadAheadTest, TwoReadsAtOnceOnOneConnectionEachGiveTheirOwnRows)
     }
     EXPECT_TRUE(up->Eof());
     EXPECT_TRUE(down->Eof());
-    // One reading connection per connection: the first read took it, the second read itself.
-    EXPECT_EQ(ReadAhead::StartedOnThisThread(), before + 1);
+    // An SQLite file has one reading connection per connection: the first read took it, the
+    // second read itself. On a server both read ahead from the one session: the second to
+    // start took it back, and the first went on with the rows it was left to keep.
+    EXPECT_EQ(ReadAhead::StartedOnThisThread(), before + (OnPostgreSQL() ? 2 : 1));
+}
+
+TEST_F(ReadAheadTest, OnAServerAReadGoesAheadFromTheCallersOwnSessionAndSeesItsTemporaryTable)
+{
+    if (!OnPostgreSQL())
+        GTEST_SKIP() << "a server session's temporary table";
+    const QString sql = QStringLiteral("SELECT ConLastName FROM IboMain WHERE IboID = 1");
+    const quint64 before = ReadAhead::StartedOnThisThread();
+    // A temporary table of the same name is found first, by this session alone.
+    db_->Execute(QStringLiteral("CREATE TEMP TABLE IboMain (IboID integer, ConLastName text)"));
+    db_->Execute(QStringLiteral("INSERT INTO IboMain (IboID, ConLastName) VALUES (1, 'Elsewhere')"));
+    for (const auto type : {dbOpenForwardOnly, dbOpenSnapshot, data::dbOpenDynaset}) {
+        auto rs = db_->OpenRecordset(sql, type);
+        EXPECT_EQ(Text(*rs, 0), QStringLiteral("Elsewhere"));
+    }
+    EXPECT_EQ(ReadAhead::StartedOnThisThread(), before + 3);
+}
+
+TEST_F(ReadAheadTest, OnAServerAStatementRunWhileAReadGoesAheadTakesTheSessionAndTheReadStillGivesEveryRow)
+{
+    // (On an SQLite file the write would wait for the reading connection's lock: see
+    // ACommitWhileAReadStillGoesAhead... above.)
+    if (!OnPostgreSQL())
+        GTEST_SKIP() << "one server session shared by a read and the statements run meanwhile";
+    auto reading = db_->OpenRecordset(QStringLiteral("SELECT IboID FROM IboMain ORDER BY IboID"), dbOpenForwardOnly);
+    int n = 0;
+    for (; !reading->Eof(); reading->MoveNext()) {
+        ASSERT_EQ(reading->Field(0).longValue(), ++n);
+        if (n % 5000 == 1) {
+            // Written and read back on the same connection while the long read goes on.
+            db_->Execute(QStringLiteral("UPDATE IboMain SET ConLastName = 'Seen %1' WHERE IboID = 2").arg(n));
+            auto one = db_->OpenRecordset(QStringLiteral("SELECT ConLastName FROM IboMain WHERE IboID = 2"), dbOpenSnapshot);
+            ASSERT_EQ(Text(*one, 0), QStringLiteral("Seen %1").arg(n));
+        }
+    }
+    EXPECT_EQ(n, kRows);
 }
 
 }  // namespace

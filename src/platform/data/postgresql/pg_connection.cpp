@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cmath>
 #include <deque>
+#include <mutex>
 
 #include "../../automation/runtime_error.h"
 
@@ -37,6 +38,11 @@ struct Result {
 
 // A statement prepared on the server under its own name, run with its parameters as text
 // and read back as text, one row per result (single-row mode).
+//
+// Its rows may be received on a reading thread (see ReadAhead) while the caller goes on
+// using the session: whoever runs another statement first takes the session back through
+// Keep, which waits for the row being received, then receives the rest into kept_; the
+// reading thread goes on from there without touching the session again.
 class PgStatement final : public Statement {
 public:
     PgStatement(PgConnection& conn, QByteArray sql, QStringList parameterNames)
@@ -67,6 +73,7 @@ public:
 
     bool Step() override
     {
+        std::lock_guard<std::mutex> lock(receiving_);
         PQclear(row_);
         row_ = nullptr;
         if (finished_)
@@ -82,6 +89,12 @@ public:
         }
         row_ = next;
         return true;
+    }
+
+    void Launch() override
+    {
+        if (!running_)
+            Run();
     }
 
     void Reset() override
@@ -155,6 +168,9 @@ public:
     // Another statement needs the session: read what is left of this one's rows and keep them.
     void Keep()
     {
+        std::lock_guard<std::mutex> lock(receiving_);
+        if (!reading_)
+            return;  // the last row came meanwhile
         while (PGresult* r = Receive())
             kept_.push_back(r);
         reading_ = false;
@@ -268,10 +284,15 @@ private:
         if (!r || PQresultStatus(r) == PGRES_SINGLE_TUPLE)
             return r;
         Result failed(r);
-        // Read to the end so that the session is free for the next statement.
-        Abandon();
         finished_ = true;
-        conn_.RaiseFor(failed.r, What());
+        try {
+            // Named while the session is still this statement's: reading to the end below
+            // hands it back.
+            conn_.RaiseFor(failed.r, What());
+        } catch (...) {
+            Abandon();
+            throw;
+        }
     }
 
     // Drops whatever this statement still has coming.
@@ -298,6 +319,7 @@ private:
     QStringList columnNames_;
     PGresult* row_ = nullptr;
     std::deque<PGresult*> kept_;
+    std::mutex receiving_;   // held while a row is received, or the rest kept
     bool running_ = false;   // sent since the last Reset
     bool reading_ = false;   // rows still to come from the session
     bool finished_ = false;
@@ -403,13 +425,16 @@ void PgConnection::RaiseFor(const pg_result* result, const QString& what) const
     Raise(automation::ErrInvalidSql, kSource, text);
 }
 
+void PgConnection::TakeBack(PgStatement* next)
+{
+    PgStatement* streaming = active_.exchange(nullptr);
+    if (streaming && streaming != next)
+        streaming->Keep();
+}
+
 void PgConnection::SendDeferred(const QByteArray& name, const std::vector<const char*>& values, const QString& what)
 {
-    if (active_) {
-        PgStatement* streaming = active_;
-        active_ = nullptr;
-        streaming->Keep();
-    }
+    TakeBack(nullptr);
     if (PQpipelineStatus(conn_) == PQ_PIPELINE_OFF && !PQenterPipelineMode(conn_))
         RaiseFor(nullptr, what);
     if (!PQsendQueryPrepared(conn_, name.constData(), int(values.size()), values.data(), nullptr, nullptr, 0)) {
@@ -454,15 +479,11 @@ void PgConnection::Drain(bool raise)
 
 quint64 PgConnection::Ready(PgStatement* next)
 {
+    TakeBack(next);
     Drain(true);
-    if (active_ && active_ != next) {
-        PgStatement* streaming = active_;
-        active_ = nullptr;
-        streaming->Keep();
-    }
     // A server restarted since the last statement has closed this session: reading what the
     // socket holds finds that out now, before a statement is lost to it.
-    if (!active_ && !inTransaction_ && PQstatus(conn_) == CONNECTION_OK && PQtransactionStatus(conn_) == PQTRANS_IDLE) {
+    if (!inTransaction_ && PQstatus(conn_) == CONNECTION_OK && PQtransactionStatus(conn_) == PQTRANS_IDLE) {
         for (int i = 0; i < 2 && PQconsumeInput(conn_); ++i) {
         }
     }
@@ -493,8 +514,7 @@ quint64 PgConnection::Ready(PgStatement* next)
 
 void PgConnection::Finished(PgStatement* statement)
 {
-    if (active_ == statement)
-        active_ = nullptr;
+    active_.compare_exchange_strong(statement, nullptr);
 }
 
 void PgConnection::Forget(PgStatement* statement, const QByteArray& name, quint64 generation)
@@ -516,12 +536,8 @@ int PgConnection::BackendPid() const
 
 pg_result* PgConnection::Run(const QByteArray& sql, const QString& what)
 {
+    TakeBack(nullptr);
     Drain(true);
-    if (active_) {
-        PgStatement* streaming = active_;
-        active_ = nullptr;
-        streaming->Keep();
-    }
     PGresult* r = PQexec(conn_, sql.constData());
     const ExecStatusType status = PQresultStatus(r);
     if (status != PGRES_COMMAND_OK && status != PGRES_TUPLES_OK) {
@@ -552,6 +568,13 @@ pg_result* PgConnection::RunParams(const QByteArray& sql, const std::vector<QByt
 std::unique_ptr<Statement> PgConnection::Prepare(const QString& sql, const QStringList& parameterNames)
 {
     return std::make_unique<PgStatement>(*this, sql.toUtf8(), parameterNames);
+}
+
+std::unique_ptr<Statement> PgConnection::PrepareToReadAhead(const QString& sql, const QStringList& parameterNames)
+{
+    // On this same session: the rows are what this session sees, its transaction and its
+    // settings included, and a shared server gets no session more per user.
+    return Prepare(sql, parameterNames);
 }
 
 void PgConnection::Execute(const QString& sql)

@@ -5,12 +5,15 @@
 // Rows stream: a statement runs in libpq's single-row mode, so that a forward-only read
 // never holds the whole result in this process. One session runs one statement at a time;
 // when another is run while a read is still streaming, the streaming one first keeps its
-// remaining rows (the only time rows are held), and the new one runs.
+// remaining rows (the only time rows are held), and the new one runs. A long read is
+// received on a thread of its own (PrepareToReadAhead) from the same session, which the
+// caller may use meanwhile on those terms.
 //
 // A session lost to the server (restarted, the network gone) is opened again at the next
 // statement outside a transaction, with the same parameters; inside a transaction the
 // statement fails with error 3043 and the transaction is lost.
 
+#include <atomic>
 #include <initializer_list>
 #include <map>
 #include <utility>
@@ -64,6 +67,7 @@ public:
     Dialect dialect() const override { return Dialect::PostgreSQL; }
     QString DisplayName() const override { return display_; }
     std::unique_ptr<Statement> Prepare(const QString& sql, const QStringList& parameterNames = {}) override;
+    std::unique_ptr<Statement> PrepareToReadAhead(const QString& sql, const QStringList& parameterNames) override;
     void Execute(const QString& sql) override;
     void Begin() override;
     void Commit() override;
@@ -104,12 +108,16 @@ private:
     pg_result* Run(const QByteArray& sql, const QString& what);
     pg_result* RunParams(const QByteArray& sql, const std::vector<QByteArray>& values, const QString& what);
     [[noreturn]] void RaiseOpenFailure() const;
+    // Lets a statement still streaming (other than `next`) keep its remaining rows: from here
+    // on the session is the caller's.
+    void TakeBack(PgStatement* next);
     // Reads the answers of the deferred statements; raises the first failure when `raise`.
     void Drain(bool raise);
 
     pg_conn* conn_ = nullptr;
     QString display_;
-    PgStatement* active_ = nullptr;
+    // The statement whose rows are streaming; its reading thread, if any, clears it at the end.
+    std::atomic<PgStatement*> active_ = nullptr;
     std::vector<QByteArray> stale_;  // prepared statements to deallocate
     quint64 generation_ = 0;
     quint64 nextName_ = 0;
