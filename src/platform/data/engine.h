@@ -113,10 +113,12 @@ public:
     // The same statement prepared for reading on a thread of its own while this connection
     // stays with its caller (see ReadAhead), or null when the engine cannot do that now:
     // the default. The caller binds it as it binds the statement from Prepare, then Launches it.
-    virtual std::unique_ptr<Statement> PrepareToReadAhead(const QString& sql, const QStringList& parameterNames)
+    // `forwardOnly`: the caller reads the rows once, in order, and never goes back.
+    virtual std::unique_ptr<Statement> PrepareToReadAhead(const QString& sql, const QStringList& parameterNames, bool forwardOnly)
     {
         Q_UNUSED(sql);
         Q_UNUSED(parameterNames);
+        Q_UNUSED(forwardOnly);
         return nullptr;
     }
 

@@ -128,7 +128,7 @@ const char* Recordset::RowText(int column, int* length) const
 void Recordset::StartReadAhead()
 {
     try {
-        std::unique_ptr<Statement> reader = conn_->PrepareToReadAhead(sql_, source_.parameterNames);
+        std::unique_ptr<Statement> reader = conn_->PrepareToReadAhead(sql_, source_.parameterNames, type_ == dbOpenForwardOnly);
         if (reader && reader->ColumnCount() == columnCount_ && BindParameters(*reader, source_) == 0)
             ahead_ = std::make_unique<ReadAhead>(std::move(reader), columnCount_);
     } catch (const std::exception&) {

@@ -67,7 +67,8 @@ public:
     Dialect dialect() const override { return Dialect::PostgreSQL; }
     QString DisplayName() const override { return display_; }
     std::unique_ptr<Statement> Prepare(const QString& sql, const QStringList& parameterNames = {}) override;
-    std::unique_ptr<Statement> PrepareToReadAhead(const QString& sql, const QStringList& parameterNames) override;
+    // Forward-only reads only (see the definition for why).
+    std::unique_ptr<Statement> PrepareToReadAhead(const QString& sql, const QStringList& parameterNames, bool forwardOnly) override;
     void Execute(const QString& sql) override;
     void Begin() override;
     void Commit() override;
