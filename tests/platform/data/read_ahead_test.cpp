@@ -243,6 +243,7 @@ TEST_F(ReadAheadTest, OnAServerAStatementRunWhileAReadGoesAheadTakesTheSessionAn
     // ACommitWhileAReadStillGoesAhead... above.)
     if (!OnPostgreSQL())
         GTEST_SKIP() << "one server session shared by a read and the statements run meanwhile";
+    const quint64 before = ReadAhead::StartedOnThisThread();
     auto reading = db_->OpenRecordset(QStringLiteral("SELECT IboID FROM IboMain ORDER BY IboID"), dbOpenForwardOnly);
     int n = 0;
     for (; !reading->Eof(); reading->MoveNext()) {
@@ -255,6 +256,8 @@ TEST_F(ReadAheadTest, OnAServerAStatementRunWhileAReadGoesAheadTakesTheSessionAn
         }
     }
     EXPECT_EQ(n, kRows);
+    // The long read went ahead; the snapshots read meanwhile did not.
+    EXPECT_EQ(ReadAhead::StartedOnThisThread(), before + 1);
 }
 
 }  // namespace

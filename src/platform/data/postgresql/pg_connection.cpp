@@ -73,7 +73,10 @@ public:
 
     bool Step() override
     {
-        std::lock_guard<std::mutex> lock(receiving_);
+        // Only a launched statement is stepped on a thread other than its session's caller.
+        std::unique_lock<std::mutex> lock(receiving_, std::defer_lock);
+        if (launched_)
+            lock.lock();
         PQclear(row_);
         row_ = nullptr;
         if (finished_)
@@ -93,6 +96,7 @@ public:
 
     void Launch() override
     {
+        launched_ = true;
         if (!running_)
             Run();
     }
@@ -320,6 +324,7 @@ private:
     PGresult* row_ = nullptr;
     std::deque<PGresult*> kept_;
     std::mutex receiving_;   // held while a row is received, or the rest kept
+    bool launched_ = false;  // stepped by a reading thread (set before it starts)
     bool running_ = false;   // sent since the last Reset
     bool reading_ = false;   // rows still to come from the session
     bool finished_ = false;
