@@ -5,6 +5,8 @@
 
 #include "../platform/automation/ole_date.h"
 
+#include <cstring>
+
 namespace BrevView::data {
 class Recordset;
 }
@@ -18,5 +20,31 @@ void SetTextFromField(grid::FlexGrid& grid, int row, int col, data::Recordset& r
 
 // ToDate(rs.Field(field)), read straight from a stored canonical date text when it is one.
 automation::Date DateOfField(data::Recordset& rs, int field);
+
+// The lists come in the order of their closing dates, so runs of rows hold one stored date
+// text: what a fill loop made of the last text it read serves the next row when that row's
+// text is the same, byte for byte.
+class RepeatedText {
+public:
+    bool Same(const char* text, int length) const
+    {
+        return length == length_ && std::memcmp(text, bytes_, size_t(length)) == 0;
+    }
+    void Remember(const char* text, int length)
+    {
+        if (length < 0 || length > kLongest) {
+            length_ = -1;
+            return;
+        }
+        std::memcpy(bytes_, text, size_t(length));
+        length_ = length;
+    }
+    void Forget() { length_ = -1; }
+
+private:
+    static constexpr int kLongest = 32;  // a stored date with its time is 19 bytes
+    char bytes_[kLongest] = {};
+    int length_ = -1;
+};
 
 }  // namespace BrevView::detail

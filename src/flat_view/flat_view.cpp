@@ -247,16 +247,25 @@ void FlatViewPrivate::Refresh()
                 g.setRows(1);
             }
             int r = 1;
+            // The list is in closing-date order: one date's text serves the rows after it
+            // that hold the same stored date.
+            detail::RepeatedText lastDate;
+            QString shortDate;
             while (!rs.Eof()) {
                 g.setRows(g.Rows() + 1);
                 g.setRowDataValue(r, Variant(ToLong(rs.Field(fi.IboID))));
                 // The day of DateWWIH; read straight from its stored text when it is one.
                 const char* dateText = nullptr;
                 int dateLength = 0;
-                QString shortDate;
-                if (!rs.FieldUtf8(fi.DateWWIH, &dateText, &dateLength) ||
-                    !detail::ShortDateTextOfCanonical(dateText, dateLength, &shortDate))
-                    shortDate = host::FormatShortDate(detail::NormalizeDateIgnoringErrors(rs.Field(fi.DateWWIH)).ToQDate());
+                const bool isText = rs.FieldUtf8(fi.DateWWIH, &dateText, &dateLength);
+                if (!isText || !lastDate.Same(dateText, dateLength)) {
+                    if (isText)
+                        lastDate.Remember(dateText, dateLength);
+                    else
+                        lastDate.Forget();
+                    if (!isText || !detail::ShortDateTextOfCanonical(dateText, dateLength, &shortDate))
+                        shortDate = host::FormatShortDate(detail::NormalizeDateIgnoringErrors(rs.Field(fi.DateWWIH)).ToQDate());
+                }
                 g.setTextMatrix(r, colDate, shortDate);
                 detail::SetTextFromField(g, r, colIboNumber, rs, fi.IboNumber);
                 g.setTextMatrix(r, colStatus, detail::StatusLabel(rs.Field(fi.DescriptorStatus)));

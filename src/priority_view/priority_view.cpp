@@ -255,13 +255,28 @@ void PriorityViewPrivate::ReadGroup(data::Recordset& rs, int nodeRow, bool overd
     Q_UNUSED(nodeRow);
     grid::FlexGrid& g = *flexGrid;
     const Date today = host::Clock::Today();
+    // The group is in closing-date order: the texts made for one stored date serve the rows
+    // after it that hold the same date.
+    detail::RepeatedText lastDate;
+    QString dateText, weeksText;
     while (!rs.Eof()) {
         g.setRows(g.Rows() + 1);
         const int r = g.Rows() - 1;
         g.setRowDataValue(r, Variant(ToLong(rs.Field(fi.IboID))));
         detail::SetTextFromField(g, r, colIboNumber, rs, fi.IboNumber);
-        const Date closing = detail::DateOfField(rs, fi.DateWWIH);
-        g.setTextMatrix(r, colDate, host::FormatShortDate(NormalizeDate(closing).ToQDate()));
+        const char* stored = nullptr;
+        int storedLength = 0;
+        const bool isText = rs.FieldUtf8(fi.DateWWIH, &stored, &storedLength);
+        if (!isText || !lastDate.Same(stored, storedLength)) {
+            if (isText)
+                lastDate.Remember(stored, storedLength);
+            else
+                lastDate.Forget();
+            const Date closing = detail::DateOfField(rs, fi.DateWWIH);
+            dateText = host::FormatShortDate(NormalizeDate(closing).ToQDate());
+            weeksText = detail::WeeksToCloseText(closing, today);
+        }
+        g.setTextMatrix(r, colDate, dateText);
         detail::SetTextFromField(g, r, colLastName, rs, fi.ConLastName);
         detail::SetTextFromField(g, r, colFirstName, rs, fi.ConFirstName);
         detail::SetTextFromField(g, r, colCompany, rs, fi.ConCompany);
@@ -276,7 +291,7 @@ void PriorityViewPrivate::ReadGroup(data::Recordset& rs, int nodeRow, bool overd
         g.setTextMatrix(r, colQualified, ToText(rs.Field(fi.DateQualified)));
         if (overdue)
             g.setCell(grid::flexcpBackColor, r, 0, r, colQualified, kNodeBack);
-        g.setTextMatrix(r, colWtc, detail::WeeksToCloseText(closing, today));
+        g.setTextMatrix(r, colWtc, weeksText);
         g.setTextMatrix(r, colProbability, detail::PercentText(probability.Lookup(uwih, uwwgi)));
         detail::SetTextFromField(g, r, colNote, rs, fi.Note);
         ++count;

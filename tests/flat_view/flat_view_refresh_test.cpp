@@ -191,5 +191,20 @@ TEST_F(FlatViewTest, NullDateShowsTheZeroDate)
     EXPECT_EQ(Grid().TextMatrix(1, 2), QStringLiteral("12/30/99"));
 }
 
+TEST_F(FlatViewTest, RowsSharingAClosingDateAndTheRowsAfterThemEachShowTheirOwnDay)
+{
+    Add(Ibo::Open(1, QStringLiteral("2026-03-01 00:00:00")));
+    Add(Ibo::Open(2, QStringLiteral("2026-03-01 00:00:00")));
+    Add(Ibo::Open(3, QStringLiteral("2026-03-01 09:30:00")));
+    Add(Ibo::Open(4, QStringLiteral("2026-03-02 00:00:00")));
+    Add(Ibo::Open(5, QStringLiteral("x")).Set(QStringLiteral("DateWWIH"), QStringLiteral("NULL")));
+    Add(Ibo::Open(6, QStringLiteral("2026-03-02 00:00:00")));
+    Add(Ibo::Open(7, QStringLiteral("2026-04-02 00:00:00")));
+    View().Refresh();
+    // In closing-date order, the Null first.
+    EXPECT_EQ(Column(0), (QStringList{"IBO-5", "IBO-1", "IBO-2", "IBO-3", "IBO-4", "IBO-6", "IBO-7"}));
+    EXPECT_EQ(Column(2), (QStringList{"12/30/99", "3/1/26", "3/1/26", "3/1/26", "3/2/26", "3/2/26", "4/2/26"}));
+}
+
 }  // namespace
 }  // namespace BrevView::test

@@ -109,6 +109,29 @@ TEST_F(PriorityViewTest, WeeksToCloseTexts)
     EXPECT_EQ(Grid().TextMatrix(RowOf(5), 2), QStringLiteral("1"));
 }
 
+TEST_F(PriorityViewTest, RowsSharingAClosingDateAndTheRowsAfterThemEachShowTheirOwnDayAndWeeks)
+{
+    Add(Ibo::Open(1, Day(2)));
+    Add(Ibo::Open(2, Day(2)));
+    Add(Ibo::Open(3, Day(2, QStringLiteral("09:30:00"))));
+    Add(Ibo::Open(4, Day(10)));
+    Add(Ibo::Open(5, Day(10)));
+    Add(Ibo::Open(6, Day(30)));
+    Add(Ibo::Open(7, Day(-17)));
+    Add(Ibo::Open(8, Day(-17)));
+    Add(Ibo::Open(9, Day(-3)));
+    View().Refresh();
+    const QStringList days{"3/7/26", "3/7/26", "3/7/26", "3/15/26", "3/15/26", "4/4/26", "2/16/26", "2/16/26", "3/2/26"};
+    const QStringList weeks{"!", "!", "!", "1", "1", "4", "-2", "-2", "0"};
+    for (int id = 1; id <= 9; ++id) {
+        SCOPED_TRACE(id);
+        EXPECT_EQ(Grid().TextMatrix(RowOf(id), 3), days[id - 1]);
+        EXPECT_EQ(Grid().TextMatrix(RowOf(id), 2), weeks[id - 1]);
+    }
+    // Three rows of one day, then the next day: in date order within the group.
+    EXPECT_EQ(RowOf(4), RowOf(3) + 1);
+}
+
 TEST_F(PriorityViewTest, OutOfRangeDescriptorShowsErrAndTheFirstProbability)
 {
     Add(Ibo::Open(1, Day(6)).Set(QStringLiteral("DescriptorUwih"), QStringLiteral("7")).Set(QStringLiteral("DescriptorUwwgi"), QStringLiteral("2")));
