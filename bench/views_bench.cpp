@@ -19,6 +19,8 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include <QApplication>
@@ -60,6 +62,20 @@ double MedianOf(int runs, const std::function<void()>& f)
     for (int i = 0; i < runs; ++i)
         t.push_back(Seconds(f));
     return Median(t);
+}
+
+// A floor and a view measured in turns, run for run: a machine whose speed drifts while the
+// benchmark runs slows both alike, and the ratio of the two medians holds still.
+std::pair<double, double> MediansInTurns(int runs, const std::function<void()>& floor, const std::function<void()>& view)
+{
+    floor();  // warm-ups
+    view();
+    std::vector<double> a, b;
+    for (int i = 0; i < runs; ++i) {
+        a.push_back(Seconds(floor));
+        b.push_back(Seconds(view));
+    }
+    return {Median(a), Median(b)};
 }
 
 size_t HeapInUse()
@@ -108,10 +124,11 @@ long long Scan(sqlite3* db, const char* sql, const std::vector<std::pair<const c
     return bytes;
 }
 
-// The floor of each view: the statements it runs, read whole as text.
-double FloorSeconds(const QString& path, const char* view, int runs)
+// The floor of each view: the statements it runs, read whole as text. It stays open for a
+// whole measure, so that its runs can take turns with the view's.
+std::function<void()> SqliteFloor(const QString& path, const char* view)
 {
-    sqlite3* db = OpenForFloor(path);
+    std::shared_ptr<sqlite3> db(OpenForFloor(path), sqlite3_close);
     const QByteArray today = QDate::currentDate().toString(QStringLiteral("yyyy-MM-dd 00:00:00")).toUtf8();
     const QString prioritySelect = QStringLiteral(
         "SELECT DateWWIH, ConFirstName, ConLastName, ConCompany, DescriptorUwwgi, DescriptorUwih, IboValueNumeric, IboValueDecimal, "
@@ -126,19 +143,16 @@ double FloorSeconds(const QString& path, const char* view, int runs)
         "IboValueDecimal,DescriptorStatus,DateWonLostCancel, Note FROM IboMain WHERE ((DescriptorStatus=1) OR (DescriptorStatus=2)) AND "
         "((RecStatusArchive=0) AND (RecStatusDelete=0)) ORDER BY substr(DateWWIH,1,7), (DescriptorUwwgi*DescriptorUwih + ((DescriptorStatus-1)*20)) DESC, "
         "DescriptorUwih DESC, DescriptorUwwgi DESC, IboValueNumeric DESC";
-    const double t = MedianOf(runs, [&] {
-        if (qstrcmp(view, "flat") == 0) {
-            Scan(db, kFlatFloor);
-        } else if (qstrcmp(view, "priority") == 0) {
-            Scan(db, overdue.constData());
+    if (qstrcmp(view, "flat") == 0)
+        return [db] { Scan(db.get(), kFlatFloor); };
+    if (qstrcmp(view, "priority") == 0) {
+        return [db, overdue, byPriority] {
+            Scan(db.get(), overdue.constData());
             for (int p = 1; p <= 5; ++p)
-                Scan(db, byPriority.constData(), {{"@p", p}});
-        } else {
-            Scan(db, forecast);
-        }
-    });
-    sqlite3_close(db);
-    return t;
+                Scan(db.get(), byPriority.constData(), {{"@p", p}});
+        };
+    }
+    return [db, forecast] { Scan(db.get(), forecast); };
 }
 
 int CountRows(const QString& path)
@@ -184,9 +198,9 @@ const char* kPgFlatFloor =
     "(RecStatusDelete = false)) ORDER BY DateWWIH NULLS FIRST) AS brev_q WHERE ((DescriptorStatus=1) OR (DescriptorStatus=2) OR "
     "(DescriptorStatus=3) OR (DescriptorStatus=4))";
 
-double PgFloorSeconds(const QString& uri, const char* view, int runs)
+std::function<void()> PgFloor(const QString& uri, const char* view)
 {
-    PGconn* c = PQconnectdb(uri.toUtf8().constData());
+    std::shared_ptr<PGconn> c(PQconnectdb(uri.toUtf8().constData()), PQfinish);
     const QString today = QDate::currentDate().toString(QStringLiteral("yyyy-MM-dd 00:00:00"));
     const QString select = QStringLiteral(
         "SELECT DateWWIH, ConFirstName, ConLastName, ConCompany, DescriptorUwwgi, DescriptorUwih, IboValueNumeric, IboValueDecimal, "
@@ -204,19 +218,16 @@ double PgFloorSeconds(const QString& uri, const char* view, int runs)
         "((RecStatusArchive=false) AND (RecStatusDelete=false)) ORDER BY ((extract(year from DateWWIH)*12)+extract(month from DateWWIH)) "
         "NULLS FIRST, (DescriptorUwwgi*DescriptorUwih + ((DescriptorStatus-1)*20)) DESC NULLS LAST, DescriptorUwih DESC NULLS LAST, "
         "DescriptorUwwgi DESC NULLS LAST, IboValueNumeric DESC NULLS LAST";
-    const double t = MedianOf(runs, [&] {
-        if (qstrcmp(view, "flat") == 0) {
-            PgScan(c, kPgFlatFloor);
-        } else if (qstrcmp(view, "priority") == 0) {
-            PgScan(c, overdue);
+    if (qstrcmp(view, "flat") == 0)
+        return [c] { PgScan(c.get(), kPgFlatFloor); };
+    if (qstrcmp(view, "priority") == 0) {
+        return [c, overdue, byPriority] {
+            PgScan(c.get(), overdue);
             for (const char* p : {"1", "2", "3", "4", "5"})
-                PgScan(c, byPriority, p);
-        } else {
-            PgScan(c, forecast);
-        }
-    });
-    PQfinish(c);
-    return t;
+                PgScan(c.get(), byPriority, p);
+        };
+    }
+    return [c, forecast] { PgScan(c.get(), forecast); };
 }
 
 struct Result {
@@ -241,7 +252,7 @@ Result Measure(const QString& path, int runs, bool withModel)
     } else {
         r.rows = CountRows(path);
     }
-    auto floor = [&](const char* view) { return server ? PgFloorSeconds(path, view, runs) : FloorSeconds(path, view, runs); };
+    auto floor = [&](const char* view) { return server ? PgFloor(path, view) : SqliteFloor(path, view); };
     qputenv("BREV_DATABASE", path.toLocal8Bit());
     {
         // The won dates are written once; later refreshes find them in place. Every floor and
@@ -250,31 +261,31 @@ Result Measure(const QString& path, int runs, bool withModel)
         BrevView::ForecastView warm;
         warm.Refresh();
     }
-    r.floorFlat = floor("flat");
-    r.floorPriority = floor("priority");
-    r.floorForecast = floor("forecast");
     {
+        const std::function<void()> flatFloor = floor("flat");
         const size_t before = HeapInUse();
         BrevView::FlatView flat;
         flat.resize(1200, 800);
-        r.flat = MedianOf(runs, [&] { flat.Refresh(); });
+        std::tie(r.floorFlat, r.flat) = MediansInTurns(runs, flatFloor, [&] { flat.Refresh(); });
         r.flatBytes = HeapInUse() - before;
         QImage image(1200, 800, QImage::Format_ARGB32_Premultiplied);
         flat.GotoIBO(0);
         r.paint = MedianOf(runs, [&] { flat.render(&image); });
     }
     {
+        const std::function<void()> priorityFloor = floor("priority");
         const size_t before = HeapInUse();
         BrevView::PriorityView priority;
         priority.resize(1200, 800);
-        r.priority = MedianOf(runs, [&] { priority.Refresh(); });
+        std::tie(r.floorPriority, r.priority) = MediansInTurns(runs, priorityFloor, [&] { priority.Refresh(); });
         r.priorityBytes = HeapInUse() - before;
     }
     {
+        const std::function<void()> forecastFloor = floor("forecast");
         const size_t before = HeapInUse();
         BrevView::ForecastView forecast;
         forecast.resize(1200, 800);
-        r.forecast = MedianOf(runs, [&] { forecast.Refresh(); });
+        std::tie(r.floorForecast, r.forecast) = MediansInTurns(runs, forecastFloor, [&] { forecast.Refresh(); });
         r.forecastBytes = HeapInUse() - before;
         int mode = 0;
         r.modeSwitch = MedianOf(runs, [&] { forecast.setForecastMode(mode ^= 1); });
@@ -435,7 +446,7 @@ int main(int argc, char** argv)
         }
         results[n] = Measure(path, runs, !onServer && n <= 100000);
         if (onServer)
-            results[n].sqliteFloorFlat = FloorSeconds(file, "flat", runs);
+            results[n].sqliteFloorFlat = MedianOf(runs, SqliteFloor(file, "flat"));
         const Result& r = results[n];
         std::printf("\n%d IBOs (%d in the flat list), median of %d runs\n", n, r.rows, runs);
         std::printf("  %-34s %10.4f s\n", "floor, flat query", r.floorFlat);
