@@ -56,22 +56,35 @@ Currency Currency::operator-() const
 
 QString Currency::ToText() const
 {
-    if (ticks_ % kScale == 0)
-        return QString::number(ticks_ / kScale);
+    // Written from the right into a buffer: a forecast fill writes this text for every IBO.
     const bool negative = ticks_ < 0;
     // Work in unsigned so that the minimum value has a magnitude too.
     const quint64 magnitude = negative ? quint64(0) - quint64(ticks_) : quint64(ticks_);
-    const quint64 whole = magnitude / quint64(kScale);
+    quint64 whole = magnitude / quint64(kScale);
     quint64 frac = magnitude % quint64(kScale);
-    QString text = negative ? QStringLiteral("-") : QString();
-    text += QString::number(whole);
+    char buffer[32];
+    char* const end = buffer + sizeof buffer;
+    char* p = end;
     if (frac != 0) {
-        QString digits = QStringLiteral("%1").arg(frac, 4, 10, QLatin1Char('0'));
-        while (digits.endsWith(QLatin1Char('0')))
-            digits.chop(1);
-        text += QLatin1Char('.') + digits;
+        static_assert(kScale == 10000, "four decimal places");
+        int digits = 4;  // less the trailing zeros
+        while (frac % 10 == 0) {
+            frac /= 10;
+            --digits;
+        }
+        for (; digits > 0; --digits) {
+            *--p = char('0' + frac % 10);
+            frac /= 10;
+        }
+        *--p = '.';
     }
-    return text;
+    do {
+        *--p = char('0' + whole % 10);
+        whole /= 10;
+    } while (whole != 0);
+    if (negative)
+        *--p = '-';
+    return QString::fromLatin1(p, qsizetype(end - p));
 }
 
 }  // namespace BrevView

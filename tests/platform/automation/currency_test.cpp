@@ -30,6 +30,24 @@ TEST(CurrencyTest, TextHasNoTrailingZeros)
     EXPECT_EQ(Currency::FromTicks(std::numeric_limits<qint64>::min()).ToText(), QStringLiteral("-922337203685477.5808"));
 }
 
+TEST(CurrencyTest, TextOfEachAmountIsItsDecimalWithoutTrailingZeros)
+{
+    // Against the decimal written out in full and then trimmed.
+    auto expected = [](qint64 ticks) {
+        const quint64 m = ticks < 0 ? quint64(0) - quint64(ticks) : quint64(ticks);
+        QString text = QString::asprintf("%s%llu.%04llu", ticks < 0 ? "-" : "", m / 10000, m % 10000);
+        while (text.endsWith(QLatin1Char('0')))
+            text.chop(1);
+        if (text.endsWith(QLatin1Char('.')))
+            text.chop(1);
+        return text;
+    };
+    for (qint64 t = -25000; t <= 25000; ++t)
+        ASSERT_EQ(Currency::FromTicks(t).ToText(), expected(t)) << t;
+    for (qint64 t : {qint64(123456789) * 10000 + 5, qint64(-98765) * 10000 - 120, qint64(1) << 62})
+        EXPECT_EQ(Currency::FromTicks(t).ToText(), expected(t)) << t;
+}
+
 TEST(CurrencyTest, AdditionLeavingTheRangeIsOverflow)
 {
     const Currency max = Currency::FromTicks(std::numeric_limits<qint64>::max());
