@@ -110,15 +110,26 @@ public:
     virtual std::unique_ptr<Statement> Prepare(const QString& sql, const QStringList& parameterNames = {}) = 0;
     // Runs statements without rows.
     virtual void Execute(const QString& sql) = 0;
-    // The same statement prepared for reading on a thread of its own while this connection
-    // stays with its caller (see ReadAhead), or null when the engine cannot do that now:
-    // the default. The caller binds it as it binds the statement from Prepare, then Launches it.
-    // `forwardOnly`: the caller reads the rows once, in order, and never goes back.
-    virtual std::unique_ptr<Statement> PrepareToReadAhead(const QString& sql, const QStringList& parameterNames, bool forwardOnly)
+    // How a statement's rows may be read on a thread of their own while this connection stays
+    // with its caller (see ReadAhead). `forwardOnly`: the caller reads the rows once, in
+    // order, and never goes back.
+    enum class ReadAheadWay {
+        NotAhead,             // read on the caller's thread (the default)
+        CallersStatement,     // the caller's own statement, on this same session
+        StatementOfItsOwn,    // a statement from PrepareToReadAhead, when it gives one
+    };
+    virtual ReadAheadWay WayToReadAhead(bool forwardOnly) const
+    {
+        Q_UNUSED(forwardOnly);
+        return ReadAheadWay::NotAhead;
+    }
+    // For StatementOfItsOwn: the same statement prepared for reading on a thread of its own,
+    // or null when the engine cannot do that now. The caller binds it as it binds the
+    // statement from Prepare.
+    virtual std::unique_ptr<Statement> PrepareToReadAhead(const QString& sql, const QStringList& parameterNames)
     {
         Q_UNUSED(sql);
         Q_UNUSED(parameterNames);
-        Q_UNUSED(forwardOnly);
         return nullptr;
     }
 

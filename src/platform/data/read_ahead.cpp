@@ -14,7 +14,12 @@ thread_local quint64 t_started = 0;
 
 }  // namespace
 
-ReadAhead::ReadAhead(std::unique_ptr<Statement> stmt, int columns) : stmt_(std::move(stmt)), columns_(columns)
+ReadAhead::ReadAhead(std::unique_ptr<Statement> stmt, int columns) : ReadAhead(*stmt, columns)
+{
+    owned_ = std::move(stmt);
+}
+
+ReadAhead::ReadAhead(Statement& stmt, int columns) : stmt_(&stmt), columns_(columns)
 {
     stmt_->Launch();
     thread_ = std::thread([this] { Run(); });

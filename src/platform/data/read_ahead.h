@@ -26,6 +26,8 @@ public:
     // another; nothing else may touch the statement until this object is gone, nor its
     // connection unless the engine says otherwise (see PgConnection). A failure to launch raises.
     ReadAhead(std::unique_ptr<Statement> stmt, int columns);
+    // The same for a statement that stays its owner's, and outlives this object.
+    ReadAhead(Statement& stmt, int columns);
     // Stops the reading thread (after the batch it is reading) and waits for it.
     ~ReadAhead();
     ReadAhead(const ReadAhead&) = delete;
@@ -63,7 +65,8 @@ private:
     void Run();
     std::unique_ptr<Batch> TakeSpare();
 
-    std::unique_ptr<Statement> stmt_;
+    std::unique_ptr<Statement> owned_;
+    Statement* const stmt_;
     const int columns_;
 
     std::mutex mutex_;

@@ -127,12 +127,24 @@ const char* Recordset::RowText(int column, int* length) const
 
 void Recordset::StartReadAhead()
 {
-    try {
-        std::unique_ptr<Statement> reader = conn_->PrepareToReadAhead(sql_, source_.parameterNames, type_ == dbOpenForwardOnly);
-        if (reader && reader->ColumnCount() == columnCount_ && BindParameters(*reader, source_) == 0)
-            ahead_ = std::make_unique<ReadAhead>(std::move(reader), columnCount_);
-    } catch (const std::exception&) {
-        ahead_.reset();  // read on this thread, through stmt_, as without it
+    const bool forwardOnly = type_ == dbOpenForwardOnly;
+    switch (conn_->WayToReadAhead(forwardOnly)) {
+    case Connection::ReadAheadWay::NotAhead: return;
+    case Connection::ReadAheadWay::CallersStatement:
+        // stmt_ itself is read, so it is no longer at its start: only for rows read once.
+        // A failure to send it is the read's own failure, raised here as a Step would.
+        if (forwardOnly)
+            ahead_ = std::make_unique<ReadAhead>(*stmt_, columnCount_);
+        return;
+    case Connection::ReadAheadWay::StatementOfItsOwn:
+        try {
+            std::unique_ptr<Statement> reader = conn_->PrepareToReadAhead(sql_, source_.parameterNames);
+            if (reader && reader->ColumnCount() == columnCount_ && BindParameters(*reader, source_) == 0)
+                ahead_ = std::make_unique<ReadAhead>(std::move(reader), columnCount_);
+        } catch (const std::exception&) {
+            ahead_.reset();  // read on this thread, through stmt_, as without it
+        }
+        return;
     }
 }
 

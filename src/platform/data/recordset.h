@@ -113,9 +113,10 @@ private:
     QString sql_;
     int type_ = dbOpenSnapshot;
     std::unique_ptr<Statement> stmt_;
-    // A snapshot or forward-only read of a local file steps through the rows on a thread of
-    // its own when the engine can (outside a transaction); then the current row is read
-    // from here rather than from stmt_, which stays unstepped for a read from the start.
+    // A read steps through the rows on a thread of its own when the engine can (see
+    // Connection::WayToReadAhead); then the current row is read from here. On a statement of
+    // its own, stmt_ stays unstepped for a read from the start; a forward-only read on a
+    // server steps stmt_ itself.
     std::unique_ptr<ReadAhead> ahead_;
     CellType RowType(int column) const;
     qint64 RowInt(int column) const;

@@ -237,6 +237,28 @@ TEST_F(ReadAheadTest, OnAServerAReadGoesAheadFromTheCallersOwnSessionAndSeesItsT
     EXPECT_EQ(ReadAhead::StartedOnThisThread(), before + 1);
 }
 
+TEST_F(ReadAheadTest, OnAServerAForwardOnlyReadGoesAheadOnTheStatementItPreparedAndPreparesNoOther)
+{
+    if (!OnPostgreSQL())
+        GTEST_SKIP() << "a server session's prepared statements";
+    // The statements this session holds prepared on the server (the count's own among them).
+    auto prepared = [&] {
+        auto rs = db_->OpenRecordset(QStringLiteral("SELECT count(*) FROM pg_prepared_statements"), dbOpenSnapshot);
+        return rs->Field(0).longValue();
+    };
+    const qint32 alone = prepared();
+    ASSERT_EQ(prepared(), alone);
+    const quint64 before = ReadAhead::StartedOnThisThread();
+    auto reading = db_->OpenRecordset(QStringLiteral("SELECT IboID FROM IboMain ORDER BY IboID"), dbOpenForwardOnly);
+    ASSERT_FALSE(reading->Eof());
+    EXPECT_EQ(ReadAhead::StartedOnThisThread(), before + 1);
+    EXPECT_EQ(prepared(), alone + 1);
+    int n = 0;
+    for (; !reading->Eof(); reading->MoveNext())
+        ASSERT_EQ(reading->Field(0).longValue(), ++n);
+    EXPECT_EQ(n, kRows);
+}
+
 TEST_F(ReadAheadTest, OnAServerAStatementRunWhileAReadGoesAheadTakesTheSessionAndTheReadStillGivesEveryRow)
 {
     // (On an SQLite file the write would wait for the reading connection's lock: see

@@ -575,18 +575,17 @@ std::unique_ptr<Statement> PgConnection::Prepare(const QString& sql, const QStri
     return std::make_unique<PgStatement>(*this, sql.toUtf8(), parameterNames);
 }
 
-std::unique_ptr<Statement> PgConnection::PrepareToReadAhead(const QString& sql, const QStringList& parameterNames, bool forwardOnly)
+Connection::ReadAheadWay PgConnection::WayToReadAhead(bool forwardOnly) const
 {
     // Measured with the server on the same two cores: receiving on a second thread made the
     // outline of forward-only reads, whose caller does the most per row, about a fifth
     // faster, and made the list (a snapshot, little done per row while the server's sort
     // takes the other core) slower by as much. Snapshots and dynasets are read on the
     // caller's thread.
-    if (!forwardOnly)
-        return nullptr;
-    // On this same session: the rows are what this session sees, its transaction and its
-    // settings included, and a shared server gets no session more per user.
-    return Prepare(sql, parameterNames);
+    // On this same session, through the statement the caller prepared: the rows are what
+    // this session sees, its transaction and its settings included, a shared server gets no
+    // session more per user, and nothing is prepared twice.
+    return forwardOnly ? ReadAheadWay::CallersStatement : ReadAheadWay::NotAhead;
 }
 
 void PgConnection::Execute(const QString& sql)

@@ -6,7 +6,7 @@
 // never holds the whole result in this process. One session runs one statement at a time;
 // when another is run while a read is still streaming, the streaming one first keeps its
 // remaining rows (the only time rows are held), and the new one runs. A long read is
-// received on a thread of its own (PrepareToReadAhead) from the same session, which the
+// received on a thread of its own (WayToReadAhead) from the same session, which the
 // caller may use meanwhile on those terms.
 //
 // A session lost to the server (restarted, the network gone) is opened again at the next
@@ -67,8 +67,8 @@ public:
     Dialect dialect() const override { return Dialect::PostgreSQL; }
     QString DisplayName() const override { return display_; }
     std::unique_ptr<Statement> Prepare(const QString& sql, const QStringList& parameterNames = {}) override;
-    // Forward-only reads only (see the definition for why).
-    std::unique_ptr<Statement> PrepareToReadAhead(const QString& sql, const QStringList& parameterNames, bool forwardOnly) override;
+    // Forward-only reads, through the caller's own statement (see the definition for why).
+    ReadAheadWay WayToReadAhead(bool forwardOnly) const override;
     void Execute(const QString& sql) override;
     void Begin() override;
     void Commit() override;

@@ -283,7 +283,7 @@ std::unique_ptr<Statement> SqliteConnection::Prepare(const QString& sql, const Q
     return std::make_unique<SqliteStatement>(*this, PrepareRaw(sql));
 }
 
-std::unique_ptr<Statement> SqliteConnection::PrepareToReadAhead(const QString& sql, const QStringList&, bool)
+std::unique_ptr<Statement> SqliteConnection::PrepareToReadAhead(const QString& sql, const QStringList&)
 {
     if (*readerBusy_)
         return nullptr;

@@ -41,7 +41,8 @@ public:
     // read is under way its read lock keeps a commit of this connection waiting (in a file
     // with a rollback journal), up to the busy timeout and error 3260: a caller reads to the
     // end or closes the recordset before it writes, as the views do.
-    std::unique_ptr<Statement> PrepareToReadAhead(const QString& sql, const QStringList& parameterNames, bool forwardOnly) override;
+    ReadAheadWay WayToReadAhead(bool) const override { return ReadAheadWay::StatementOfItsOwn; }
+    std::unique_ptr<Statement> PrepareToReadAhead(const QString& sql, const QStringList& parameterNames) override;
     // A write transaction from its start (BEGIN IMMEDIATE): a second writer waits for the
     // lock here, not halfway through the writes.
     void Begin() override;
