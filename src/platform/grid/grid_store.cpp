@@ -173,7 +173,8 @@ quint32 GridStore::AddText(const QString& text)
         return 0;
     char16_t* chars = nullptr;
     const quint32 at = pool_.Allocate(quint32(text.size()), &chars);
-    std::copy_n(reinterpret_cast<const char16_t*>(text.utf16()), text.size(), chars);
+    // constData, not utf16: for a literal's static text utf16() makes a terminated copy first.
+    std::copy_n(reinterpret_cast<const char16_t*>(text.constData()), text.size(), chars);
     return at;
 }
 
