@@ -26,20 +26,19 @@ automation::Date DateOfField(data::Recordset& rs, int field);
 // text is the same, byte for byte.
 class RepeatedText {
 public:
-    bool Same(const char* text, int length) const
+    // True when `text` is the text passed last time; otherwise it is remembered for the next
+    // row. A null `text` (a field that holds no text) matches nothing, nor does the next one.
+    bool Repeats(const char* text, int length)
     {
-        return length == length_ && std::memcmp(text, bytes_, size_t(length)) == 0;
-    }
-    void Remember(const char* text, int length)
-    {
-        if (length < 0 || length > kLongest) {
-            length_ = -1;
-            return;
+        if (text && length == length_ && std::memcmp(text, bytes_, size_t(length)) == 0)
+            return true;
+        length_ = -1;
+        if (text && length >= 0 && length <= kLongest) {
+            std::memcpy(bytes_, text, size_t(length));
+            length_ = length;
         }
-        std::memcpy(bytes_, text, size_t(length));
-        length_ = length;
+        return false;
     }
-    void Forget() { length_ = -1; }
 
 private:
     static constexpr int kLongest = 32;  // a stored date with its time is 19 bytes

@@ -258,11 +258,7 @@ void FlatViewPrivate::Refresh()
                 const char* dateText = nullptr;
                 int dateLength = 0;
                 const bool isText = rs.FieldUtf8(fi.DateWWIH, &dateText, &dateLength);
-                if (!isText || !lastDate.Same(dateText, dateLength)) {
-                    if (isText)
-                        lastDate.Remember(dateText, dateLength);
-                    else
-                        lastDate.Forget();
+                if (!lastDate.Repeats(isText ? dateText : nullptr, dateLength)) {
                     if (!isText || !detail::ShortDateTextOfCanonical(dateText, dateLength, &shortDate))
                         shortDate = host::FormatShortDate(detail::NormalizeDateIgnoringErrors(rs.Field(fi.DateWWIH)).ToQDate());
                 }

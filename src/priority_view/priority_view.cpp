@@ -267,11 +267,7 @@ void PriorityViewPrivate::ReadGroup(data::Recordset& rs, int nodeRow, bool overd
         const char* stored = nullptr;
         int storedLength = 0;
         const bool isText = rs.FieldUtf8(fi.DateWWIH, &stored, &storedLength);
-        if (!isText || !lastDate.Same(stored, storedLength)) {
-            if (isText)
-                lastDate.Remember(stored, storedLength);
-            else
-                lastDate.Forget();
+        if (!lastDate.Repeats(isText ? stored : nullptr, storedLength)) {
             const Date closing = detail::DateOfField(rs, fi.DateWWIH);
             dateText = host::FormatShortDate(NormalizeDate(closing).ToQDate());
             weeksText = detail::WeeksToCloseText(closing, today);
