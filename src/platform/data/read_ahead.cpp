@@ -56,7 +56,8 @@ void ReadAhead::Run()
     int limit = kFirstRows;
     for (;;) {
         std::unique_ptr<Batch> batch = TakeSpare();
-        batch->cells.clear();
+        if (batch->cells.size() < size_t(limit) * size_t(columns_))
+            batch->cells.resize(size_t(limit) * size_t(columns_));
         batch->text.clear();
         batch->rows = 0;
         batch->end = false;
@@ -67,13 +68,7 @@ void ReadAhead::Run()
                     batch->end = true;
                     break;
                 }
-                for (int c = 0; c < columns_; ++c) {
-                    batch->cells.push_back(StoreCell(*stmt_, c, [&](const char* text, int n) {
-                        const qint64 at = qint64(batch->text.size());
-                        batch->text.insert(batch->text.end(), text, text + n);
-                        return at;
-                    }));
-                }
+                stmt_->StoreRow(batch->cells.data() + size_t(batch->rows) * size_t(columns_), columns_, batch->text);
                 ++batch->rows;
             }
         } catch (...) {

@@ -41,6 +41,8 @@ public:
     bool Next();
 
     // The current row's cells.
+    const StoredCell& CellOf(int column) const { return CellAt(column); }
+    const char* TextOf(const StoredCell& cell) const { return cell.len == 0 ? "" : current_->text.data() + cell.i; }
     CellType Type(int column) const { return CellAt(column).type; }
     qint64 Int(int column) const { return CellAt(column).i; }
     double Real(int column) const { return CellAt(column).d; }
@@ -54,8 +56,8 @@ public:
 private:
     using Cell = StoredCell;
     struct Batch {
-        std::vector<Cell> cells;
-        std::vector<char> text;
+        std::vector<Cell> cells;  // room for a whole batch, kept from one batch to the next
+        TextBuffer text;
         int rows = 0;
         bool end = false;              // the statement has no rows after these
         std::exception_ptr error;      // raised after these rows

@@ -105,26 +105,6 @@ Recordset::~Recordset()
     ahead_.reset();  // its thread stops before anything it reads for goes
 }
 
-CellType Recordset::RowType(int column) const
-{
-    return ahead_ ? ahead_->Type(column) : stmt_->Type(column);
-}
-
-qint64 Recordset::RowInt(int column) const
-{
-    return ahead_ ? ahead_->Int(column) : stmt_->Int(column);
-}
-
-double Recordset::RowReal(int column) const
-{
-    return ahead_ ? ahead_->Real(column) : stmt_->Real(column);
-}
-
-const char* Recordset::RowText(int column, int* length) const
-{
-    return ahead_ ? ahead_->Text(column, length) : stmt_->Text(column, length);
-}
-
 void Recordset::StartReadAhead()
 {
     const bool forwardOnly = type_ == dbOpenForwardOnly;
@@ -148,7 +128,7 @@ void Recordset::StartReadAhead()
     }
 }
 
-bool Recordset::FieldUtf8(int index, const char** text, int* length)
+bool Recordset::FieldUtf8Read(int index, const char** text, int* length)
 {
     Start();
     if (index < 0 || index >= fieldCount_)
@@ -156,18 +136,53 @@ bool Recordset::FieldUtf8(int index, const char** text, int* length)
     RequireCurrent();
     if (editing_)
         return false;
-    if (type_ == dbOpenForwardOnly || streaming_) {
-        if (RowType(index) != CellType::Text)
-            return false;
-        *text = RowText(index, length);
-        return true;
-    }
-    const Cell& cell = cells_[size_t(pos_ * columnCount_ + index)];
+    const CellValue cell = CurrentCell(index);
     if (cell.type != CellType::Text)
         return false;
-    *text = TextOf(cell);
-    *length = int(cell.len);
+    *text = cell.text;
+    *length = cell.length;
     return true;
+}
+
+Recordset::CellValue Recordset::CurrentCell(int index) const
+{
+    CellValue v;
+    if (type_ == dbOpenForwardOnly || streaming_) {
+        if (ahead_) {
+            const Cell& cell = ahead_->CellOf(index);
+            v.type = cell.type;
+            switch (cell.type) {
+            case CellType::Null: break;
+            case CellType::Int: v.i = cell.i; break;
+            case CellType::Real: v.d = cell.d; break;
+            case CellType::Text:
+                v.text = ahead_->TextOf(cell);
+                v.length = int(cell.len);
+                break;
+            }
+            return v;
+        }
+        v.type = stmt_->Type(index);
+        switch (v.type) {
+        case CellType::Null: break;
+        case CellType::Int: v.i = stmt_->Int(index); break;
+        case CellType::Real: v.d = stmt_->Real(index); break;
+        case CellType::Text: v.text = stmt_->Text(index, &v.length); break;
+        }
+        return v;
+    }
+    const Cell& cell = cells_[size_t(pos_ * columnCount_ + index)];
+    v.type = cell.type;
+    switch (cell.type) {
+    case CellType::Null: break;
+    case CellType::Int: v.i = cell.i; break;
+    case CellType::Real: v.d = cell.d; break;
+    case CellType::Text:
+        v.text = TextOf(cell);
+        v.length = int(cell.len);
+        break;
+    }
+    return v;
 }
 
 QString Recordset::ComposeSql(const RecordsetSource& source) const
@@ -418,7 +433,7 @@ Variant Recordset::ValueOf(int col, CellType kind, qint64 i, double d, const cha
     }
 }
 
-Variant Recordset::Field(int index)
+Variant Recordset::FieldRead(int index)
 {
     Start();
     if (index < 0 || index >= fieldCount_)
@@ -430,22 +445,8 @@ Variant Recordset::Field(int index)
                 return value;
         }
     }
-    if (type_ == dbOpenForwardOnly || streaming_) {
-        switch (RowType(index)) {
-        case CellType::Null: return ValueOf(index, CellType::Null, 0, 0, nullptr, 0);
-        case CellType::Int: return ValueOf(index, CellType::Int, RowInt(index), 0, nullptr, 0);
-        case CellType::Real: return ValueOf(index, CellType::Real, 0, RowReal(index), nullptr, 0);
-        case CellType::Text: {
-            int length = 0;
-            const char* text = RowText(index, &length);
-            return ValueOf(index, CellType::Text, 0, 0, text, length);
-        }
-        }
-    }
-    const Cell& cell = cells_[size_t(pos_ * columnCount_ + index)];
-    if (cell.type == CellType::Text)
-        return ValueOf(index, CellType::Text, 0, 0, TextOf(cell), int(cell.len));
-    return ValueOf(index, cell.type, cell.type == CellType::Int ? cell.i : 0, cell.type == CellType::Real ? cell.d : 0, nullptr, 0);
+    const CellValue cell = CurrentCell(index);
+    return ValueOf(index, cell.type, cell.i, cell.d, cell.text, cell.length);
 }
 
 std::shared_ptr<Recordset> Recordset::OpenRecordset(int type)

@@ -16,12 +16,12 @@
 #include "../automation/variant.h"
 #include "../block_buffer.h"
 #include "engine.h"
+#include "read_ahead.h"
 
 namespace BrevView::data {
 
 class Connection;
 class Statement;
-class ReadAhead;
 
 enum RecordsetTypeEnum : int {
     dbOpenTable = 1,
@@ -67,11 +67,29 @@ public:
     int FieldCount() const { return fieldCount_; }
     QString FieldName(int index) const;                 // error 3265 out of range
     int FieldIndex(const QString& name) const;          // error 3265 for an unknown name
-    automation::Variant Field(int index);               // the current record's value
+    // The current record's value.
+    automation::Variant Field(int index)
+    {
+        if (const StoredCell* cell = AheadCell(index)) {
+            return ValueOf(index, cell->type, cell->type == CellType::Int ? cell->i : 0, cell->type == CellType::Real ? cell->d : 0,
+                           cell->type == CellType::Text ? ahead_->TextOf(*cell) : nullptr, int(cell->len));
+        }
+        return FieldRead(index);
+    }
     automation::Variant Field(const QString& name) { return Field(FieldIndex(name)); }
     // The current record's text field as stored (UTF-8), without making a Variant; false
     // when the value is not text (Null, a number), so that the caller takes Field().
-    bool FieldUtf8(int index, const char** text, int* length);
+    bool FieldUtf8(int index, const char** text, int* length)
+    {
+        if (const StoredCell* cell = AheadCell(index)) {
+            if (cell->type != CellType::Text)
+                return false;
+            *text = ahead_->TextOf(*cell);
+            *length = int(cell->len);
+            return true;
+        }
+        return FieldUtf8Read(index, text, length);
+    }
 
     QString Filter() const { return filter_; }
     void SetFilter(const QString& filter) { filter_ = filter; }
@@ -106,6 +124,27 @@ private:
     void FetchAll();
     void RequireCurrent() const;
     automation::Variant ValueOf(int col, CellType kind, qint64 i, double d, const char* text, int len) const;
+    // The current record's cell as read (a text's bytes where they are kept), found once.
+    struct CellValue {
+        CellType type = CellType::Null;
+        qint64 i = 0;
+        double d = 0;
+        const char* text = nullptr;
+        int length = 0;
+    };
+    CellValue CurrentCell(int index) const;
+    automation::Variant FieldRead(int index);
+    bool FieldUtf8Read(int index, const char** text, int* length);
+    // The current record's cell where a read ahead holds it, when nothing else has a say in
+    // its value (an open recordset read front to back, a current record, no edit pending):
+    // a fill loop reads every field of a long list without the checks of each call.
+    const StoredCell* AheadCell(int index) const
+    {
+        if (!ahead_ || closed_ || editing_ || !(type_ == dbOpenForwardOnly || streaming_) || pos_ < 0 || pos_ >= rows_ ||
+            index < 0 || index >= fieldCount_)
+            return nullptr;
+        return &ahead_->CellOf(index);
+    }
     QString ComposeSql(const RecordsetSource& source) const;
 
     std::shared_ptr<Connection> conn_;
@@ -118,10 +157,6 @@ private:
     // its own, stmt_ stays unstepped for a read from the start; a forward-only read on a
     // server steps stmt_ itself.
     std::unique_ptr<ReadAhead> ahead_;
-    CellType RowType(int column) const;
-    qint64 RowInt(int column) const;
-    double RowReal(int column) const;
-    const char* RowText(int column, int* length) const;
     int columnCount_ = 0;
     int fieldCount_ = 0;
     bool hasRowId_ = false;

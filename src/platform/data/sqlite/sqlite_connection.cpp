@@ -161,6 +161,36 @@ public:
         *length = sqlite3_column_bytes(stmt_, column);
         return text ? text : "";
     }
+    // A column's value is found once and its type, number or text read from it, instead of
+    // finding it again for each (the per-column calls each look it up and check the result).
+    void StoreRow(StoredCell* cells, int columns, TextBuffer& text) override
+    {
+        for (int c = 0; c < columns; ++c) {
+            sqlite3_value* value = sqlite3_column_value(stmt_, c);
+            StoredCell& cell = cells[c];
+            cell.i = 0;
+            cell.len = 0;
+            switch (sqlite3_value_type(value)) {
+            case SQLITE_NULL: cell.type = CellType::Null; break;
+            case SQLITE_INTEGER:
+                cell.type = CellType::Int;
+                cell.i = sqlite3_value_int64(value);
+                break;
+            case SQLITE_FLOAT:
+                cell.type = CellType::Real;
+                cell.d = sqlite3_value_double(value);
+                break;
+            default: {
+                cell.type = CellType::Text;
+                const auto* bytes = reinterpret_cast<const char*>(sqlite3_value_text(value));
+                const int n = sqlite3_value_bytes(value);
+                cell.len = quint32(n);
+                cell.i = text.Append(bytes ? bytes : "", size_t(n));
+                break;
+            }
+            }
+        }
+    }
 
 private:
     void Check(int rc, int index)
