@@ -216,18 +216,16 @@ void FlexGrid::focusInEvent(QFocusEvent* event)
 
 // ---------------------------------------------------------------- checks and units
 
-void FlexGrid::CheckRow(int row, const char* what) const
+void FlexGrid::RaiseBadRow(int row, const char* what) const
 {
-    if (row < 0 || row >= store_.rows())
-        Raise(automation::ErrInvalidArrayIndex, kSource, QStringLiteral("Invalid row %1 for %2 (the grid has %3 rows)")
-                                                            .arg(row).arg(QLatin1String(what)).arg(store_.rows()));
+    Raise(automation::ErrInvalidArrayIndex, kSource,
+          QStringLiteral("Invalid row %1 for %2 (the grid has %3 rows)").arg(row).arg(QLatin1String(what)).arg(store_.rows()));
 }
 
-void FlexGrid::CheckCol(int col, const char* what) const
+void FlexGrid::RaiseBadCol(int col, const char* what) const
 {
-    if (col < 0 || col >= store_.cols())
-        Raise(automation::ErrInvalidArrayIndex, kSource, QStringLiteral("Invalid column %1 for %2 (the grid has %3 columns)")
-                                                            .arg(col).arg(QLatin1String(what)).arg(store_.cols()));
+    Raise(automation::ErrInvalidArrayIndex, kSource,
+          QStringLiteral("Invalid column %1 for %2 (the grid has %3 columns)").arg(col).arg(QLatin1String(what)).arg(store_.cols()));
 }
 
 int FlexGrid::TwipsPerPixelX() const

@@ -277,8 +277,20 @@ private:
     void EndStructure();             // after it: StructureChanged, unless redraw is off
     void ContentTouched();           // ContentChanged now, or when redraw comes back on
     void NotifyCurrent();            // CurrentChanged, and the accessibility focus
-    void CheckRow(int row, const char* what) const;
-    void CheckCol(int col, const char* what) const;
+    // Raise 9 for a row or column the grid does not have; inline, since every cell access
+    // of a fill loop passes them.
+    void CheckRow(int row, const char* what) const
+    {
+        if (row < 0 || row >= store_.rows()) [[unlikely]]
+            RaiseBadRow(row, what);
+    }
+    void CheckCol(int col, const char* what) const
+    {
+        if (col < 0 || col >= store_.cols()) [[unlikely]]
+            RaiseBadCol(col, what);
+    }
+    [[noreturn]] void RaiseBadRow(int row, const char* what) const;
+    [[noreturn]] void RaiseBadCol(int col, const char* what) const;
     void Changed();                 // content or look changed: repaint when redraw is on
     void OutlineChanged();          // collapse state or nodes changed: visible rows are stale
     void EnsureLayout() const;      // rebuilds the visible-row index when stale

@@ -1,6 +1,11 @@
 #include "grid_store.h"
 
 #include <algorithm>
+#include <cstring>
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 #include <QDataStream>
 #include <QIODevice>
@@ -81,6 +86,31 @@ bool ReadVariant(QDataStream& in, automation::Variant* v)
     case VarType::String: { QString s; if (!ReadText(in, &s)) return false; *v = automation::Variant(s); return true; }
     }
     return false;
+}
+
+// Copies ASCII bytes as UTF-16 units, eight at a time where it can; false at the first byte
+// that is not ASCII (with `out` written only partly).
+bool WidenAscii(const char* in, int n, char16_t* out)
+{
+    int i = 0;
+#ifdef __SSE2__
+    const __m128i zero = _mm_setzero_si128();
+    for (; i + 8 <= n; i += 8) {
+        quint64 eight = 0;
+        std::memcpy(&eight, in + i, 8);
+        if (eight & 0x8080808080808080ull)
+            return false;
+        const __m128i bytes = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(in + i));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i), _mm_unpacklo_epi8(bytes, zero));
+    }
+#endif
+    for (; i < n; ++i) {
+        const auto c = static_cast<unsigned char>(in[i]);
+        if (c >= 0x80)
+            return false;
+        out[i] = char16_t(c);
+    }
+    return true;
 }
 
 }  // namespace
@@ -197,23 +227,23 @@ void GridStore::SetText(int row, int col, const QString& text)
 
 void GridStore::SetTextUtf8(int row, int col, const char* text, int length)
 {
-    // ASCII (most texts) is widened byte by byte; anything else goes through QString.
-    for (int i = 0; i < length; ++i) {
-        if (static_cast<unsigned char>(text[i]) >= 0x80) {
-            SetText(row, col, QString::fromUtf8(text, length));
-            return;
-        }
-    }
     quint32& ref = cellText_[Index(row, col)];
     Release(ref);
-    if (length == 0) {
-        ref = 0;
+    ref = 0;
+    if (length <= 0)
         return;
-    }
+    // ASCII (most texts) is widened straight into the pool; anything else is decoded and
+    // takes the same room, since UTF-8 never has fewer bytes than UTF-16 has units.
     char16_t* chars = nullptr;
     ref = pool_.Allocate(quint32(length), &chars);
-    for (int i = 0; i < length; ++i)
-        chars[i] = char16_t(static_cast<unsigned char>(text[i]));
+    if (!WidenAscii(text, length, chars)) {
+        const QString decoded = QString::fromUtf8(text, length);
+        const auto units = std::min<qsizetype>(decoded.size(), length);
+        std::copy_n(reinterpret_cast<const char16_t*>(decoded.constData()), units, chars);
+        pool_.Shorten(ref, quint32(units));
+        if (units == 0)
+            ref = 0;
+    }
     if (garbage_ > 65536 && garbage_ * 2 > pool_.size())
         CompactPool();
 }

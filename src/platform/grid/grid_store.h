@@ -91,6 +91,13 @@ public:
         return quint32(p[0]) | (quint32(p[1]) << 16);
     }
     const char16_t* Chars(quint32 address) const { return units_.At(address) + 2; }
+    // The text at `address` keeps only its first `length` units (no more than it has).
+    void Shorten(quint32 address, quint32 length)
+    {
+        char16_t* p = units_.At(address);
+        p[0] = char16_t(length & 0xFFFF);
+        p[1] = char16_t(length >> 16);
+    }
     // The units addressed so far (the measure of how much of the pool is garbage).
     size_t size() const { return units_.size(); }
 

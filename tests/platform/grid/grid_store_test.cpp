@@ -111,5 +111,38 @@ TEST(GridStoreTest, ASettingRepeatedRowAfterRowKeepsWhatEachCellHadBefore)
     }
 }
 
+TEST(GridStoreTest, TextsSetFromUtf8ReadBackAsDecodedWhateverTheirLengthAndCharacters)
+{
+    std::vector<QByteArray> texts;
+    for (int n = 0; n <= 40; ++n)
+        texts.push_back(QByteArray("abcdefghijklmnopqrstuvwxyz0123456789ABCDEFGH").left(n));
+    for (const QByteArray& odd :
+         {QByteArray("caf\xc3\xa9"), QByteArray("\xc3\xa9t\xc3\xa9 apr\xc3\xa8s"), QByteArray("abcdefg\xe2\x82\xac"),
+          QByteArray("12345678\xf0\x9f\x98\x80x"), QByteArray("bad \xff byte"), QByteArray("cut \xe2\x82"),
+          QByteArray("\xe6\x97\xa5\xe6\x9c\xac\xe8\xaa\x9e"), QByteArray("ASCII first, then \xc3\xbc")})
+        texts.push_back(odd);
+    GridStore store;
+    store.SetCols(2);
+    // Enough rows that the texts fill several of the pool's blocks.
+    const int rows = 4000;
+    store.SetRows(rows);
+    for (int r = 0; r < rows; ++r) {
+        const QByteArray& t = texts[size_t(r) % texts.size()];
+        store.SetTextUtf8(r, 0, t.constData(), int(t.size()));
+        store.SetTextUtf8(r, 1, t.constData(), int(t.size()));
+    }
+    // A second write of a cell leaves the first text as garbage, and reads as the new one.
+    store.SetTextUtf8(0, 1, "again", 5);
+    for (int r = 0; r < rows; ++r) {
+        const QByteArray& t = texts[size_t(r) % texts.size()];
+        ASSERT_EQ(store.Text(r, 0), QString::fromUtf8(t)) << r;
+        ASSERT_EQ(store.TextIsEmpty(r, 0), t.isEmpty()) << r;
+        if (r > 0) {
+            ASSERT_EQ(store.Text(r, 1), QString::fromUtf8(t)) << r;
+        }
+    }
+    EXPECT_EQ(store.Text(0, 1), QStringLiteral("again"));
+}
+
 }  // namespace
 }  // namespace BrevView::test
