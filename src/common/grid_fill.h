@@ -4,6 +4,7 @@
 // that cannot be converted fails as those do (Null raises 94).
 
 #include "../platform/automation/ole_date.h"
+#include "../platform/automation/variant.h"
 
 #include <cstring>
 
@@ -17,6 +18,13 @@ class FlexGrid;
 namespace BrevView::detail {
 
 void SetTextFromField(grid::FlexGrid& grid, int row, int col, data::Recordset& rs, int field);
+
+// The cell's text is ToText(value); a number's is written without making a QString.
+void SetTextOfValue(grid::FlexGrid& grid, int row, int col, const automation::Variant& value);
+
+// The cell's text is ProductDisplayText(ToText(rs.Field(field))), cut from the stored text
+// itself when that is ASCII.
+void SetProductTextFromField(grid::FlexGrid& grid, int row, int col, data::Recordset& rs, int field);
 
 // ToDate(rs.Field(field)), read straight from a stored canonical date text when it is one.
 automation::Date DateOfField(data::Recordset& rs, int field);

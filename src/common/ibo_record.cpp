@@ -71,9 +71,9 @@ QString ProductDisplayText(const QString& product)
     const qsizetype tilde = product.indexOf(QLatin1Char('~'));
     if (tilde >= 0)
         return product.left(tilde);
-    if (product.size() < 255)
+    if (product.size() < kProductDisplayMax)
         return product;
-    return product.left(255);
+    return product.left(kProductDisplayMax);
 }
 
 automation::Variant IboValue(double numeric, double decimal)

@@ -40,6 +40,7 @@ QString DescriptorLabel(const automation::Variant& code);
 QString StatusLabel(const automation::Variant& code);
 
 // The part before the first "~"; without "~", the text itself cut to 255 characters.
+constexpr int kProductDisplayMax = 255;
 QString ProductDisplayText(const QString& product);
 
 // IboValueNumeric + cents / 100, cents being IboValueDecimal when it lies in 0..99 (99.4

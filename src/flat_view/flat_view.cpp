@@ -273,9 +273,9 @@ void FlatViewPrivate::Refresh()
                 g.setTextMatrix(r, colUwih, detail::DescriptorLabel(uwih));
                 g.setTextMatrix(r, colUwwgi, detail::DescriptorLabel(uwwgi));
                 g.setTextMatrix(r, colProbability, detail::PercentText(probability.Lookup(uwih, uwwgi)));
-                g.setTextMatrix(r, colProduct, detail::ProductDisplayText(ToText(rs.Field(fi.Product))));
-                g.setTextMatrix(r, colValue,
-                                ToText(detail::IboValue(ToDouble(rs.Field(fi.IboValueNumeric)), ToDouble(rs.Field(fi.IboValueDecimal)))));
+                detail::SetProductTextFromField(g, r, colProduct, rs, fi.Product);
+                detail::SetTextOfValue(g, r, colValue,
+                                       detail::IboValue(ToDouble(rs.Field(fi.IboValueNumeric)), ToDouble(rs.Field(fi.IboValueDecimal))));
                 detail::SetTextFromField(g, r, colNote, rs, fi.Note);
                 ++r;
                 rs.MoveNext();

@@ -460,7 +460,7 @@ std::pair<double, double> ForecastViewPrivate::FillIboRow(int r, data::Recordset
     g.setTextMatrix(r, colWwgi, detail::DescriptorLabel(uwwgi));
     const qint32 percent = probability.Lookup(uwih, uwwgi);
     g.setTextMatrix(r, colProbability, detail::PercentText(percent));
-    g.setTextMatrix(r, colProduct, detail::ProductDisplayText(ToText(rs.Field(fi.Product))));
+    detail::SetProductTextFromField(g, r, colProduct, rs, fi.Product);
     const double value = ToDouble(detail::IboValue(ToDouble(rs.Field(fi.IboValueNumeric)), ToDouble(rs.Field(fi.IboValueDecimal))));
     // The amounts as text: the plain value as the double it is, the weighted one as Currency.
     const QString plain = automation::DoubleToText(value);

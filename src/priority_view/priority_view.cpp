@@ -282,8 +282,8 @@ void PriorityViewPrivate::ReadGroup(data::Recordset& rs, int nodeRow, bool overd
         g.setTextMatrix(r, colWih, detail::DescriptorLabel(uwih));
         const Variant value = detail::IboValue(ToDouble(rs.Field(fi.IboValueNumeric)), ToDouble(rs.Field(fi.IboValueDecimal)));
         total = detail::AddOutlineTotal(total, ToDouble(value));
-        g.setTextMatrix(r, colValue, ToText(value));
-        g.setTextMatrix(r, colProduct, detail::ProductDisplayText(ToText(rs.Field(fi.Product))));
+        detail::SetTextOfValue(g, r, colValue, value);
+        detail::SetProductTextFromField(g, r, colProduct, rs, fi.Product);
         g.setTextMatrix(r, colQualified, ToText(rs.Field(fi.DateQualified)));
         if (overdue)
             g.setCell(grid::flexcpBackColor, r, 0, r, colQualified, kNodeBack);

@@ -212,5 +212,43 @@ TEST_F(FlatViewTest, RowsSharingAClosingDateAndTheRowsAfterThemEachShowTheirOwnD
     }
 }
 
+TEST_F(FlatViewTest, ProductAndValueCellsShowTheFirstEntryAndTheAmountWhateverTheStoredText)
+{
+    const QString long300 = QString(300, QLatin1Char('p'));
+    const QString accentedLong = QStringLiteral("\u00e9") + QString(299, QLatin1Char('q'));
+    const struct {
+        const char* product;  // an SQL literal
+        QString shown;
+        const char* numeric;
+        const char* decimal;
+        const char* value;
+    } rows[] = {
+        {"'Widget~Gadget~Gizmo'", QStringLiteral("Widget"), "1234", "56", "1234.56"},
+        {"'~Gadget'", QString(), "0", "0", "0"},
+        {"''", QString(), "-250", "0", "-250"},
+        {"'Plain'", QStringLiteral("Plain"), "1000000", "0", "1000000"},
+        {nullptr, long300.left(255), "7", "50", "7.5"},
+        {"'Ma\u00f1ana~Tarde'", QStringLiteral("Ma\u00f1ana"), "12", "25", "12.25"},
+        {nullptr, accentedLong.left(255), "1E+16", "0", "1E+16"},
+        {"42", QStringLiteral("42"), "5", "150", "5.5"},
+    };
+    int id = 1;
+    for (const auto& r : rows) {
+        const QString product = r.product ? QString::fromUtf8(r.product)
+                                          : QLatin1Char('\'') + (id == 5 ? long300 : accentedLong) + QLatin1Char('\'');
+        Add(Ibo::Open(id, QStringLiteral("2026-03-%1 00:00:00").arg(id, 2, 10, QLatin1Char('0')))
+                .Set(QStringLiteral("Product"), product)
+                .Set(QStringLiteral("IboValueNumeric"), QString::fromLatin1(r.numeric))
+                .Set(QStringLiteral("IboValueDecimal"), QString::fromLatin1(r.decimal)));
+        ++id;
+    }
+    View().Refresh();
+    ASSERT_EQ(Grid().Rows(), int(std::size(rows)) + 1);
+    for (int i = 0; i < int(std::size(rows)); ++i) {
+        EXPECT_EQ(Grid().TextMatrix(i + 1, 9), rows[i].shown) << i;
+        EXPECT_EQ(Grid().TextMatrix(i + 1, 10), QString::fromLatin1(rows[i].value)) << i;
+    }
+}
+
 }  // namespace
 }  // namespace BrevView::test

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstring>
 #include <cstdio>
 #include <string>
 #include <cmath>
@@ -48,22 +49,26 @@ double RoundHalfEven(double value)
     return std::nearbyint(value);  // default rounding mode: to nearest, ties to even
 }
 
-QString DoubleToText(double value)
+int DoubleToChars(double value, char* out)
 {
+    auto literal = [out](const char* text) {
+        const int n = int(std::strlen(text));
+        std::memcpy(out, text, size_t(n));
+        return n;
+    };
     if (value == 0)
-        return QStringLiteral("0");
+        return literal("0");
     if (!std::isfinite(value))
-        return std::isnan(value) ? QStringLiteral("NaN") : (value > 0 ? QStringLiteral("Infinity") : QStringLiteral("-Infinity"));
+        return literal(std::isnan(value) ? "NaN" : (value > 0 ? "Infinity" : "-Infinity"));
     // Whole numbers below 1e15 (most money amounts) print as integers.
     if (std::fabs(value) < 1e15 && value == std::trunc(value))
-        return QString::number(qint64(value));
+        return int(std::to_chars(out, out + kDoubleTextMax, qint64(value)).ptr - out);
     // Amounts with cents: when value is exactly the double nearest to cents / 100, that
     // decimal (at most 15 digits) is the shortest text that reads back as value, so it is
     // written directly instead of searching for the shortest digits.
     if (std::fabs(value) < 1e13) {
         const qint64 cents = std::llround(value * 100);
         if (double(cents) / 100 == value) {
-            char out[24];
             int n = 0;
             qint64 a = cents < 0 ? -cents : cents;
             const int fraction = int(a % 100);
@@ -82,7 +87,7 @@ QString DoubleToText(double value)
             out[n++] = char('0' + fraction / 10);
             if (fraction % 10 != 0)
                 out[n++] = char('0' + fraction % 10);
-            return QString::fromLatin1(out, n);
+            return n;
         }
     }
     char buf[64];
@@ -102,7 +107,6 @@ QString DoubleToText(double value)
         if (*q != '.')
             digits[nd++] = *q;
     }
-    char out[64];
     int n = 0;
     if (negative)
         out[n++] = '-';
@@ -113,7 +117,7 @@ QString DoubleToText(double value)
             for (int i = 1; i < nd; ++i)
                 out[n++] = digits[i];
         }
-        n += std::snprintf(out + n, sizeof out - size_t(n), "E%c%02d", exponent < 0 ? '-' : '+', std::abs(exponent));
+        n += std::snprintf(out + n, size_t(kDoubleTextMax - n), "E%c%02d", exponent < 0 ? '-' : '+', std::abs(exponent));
     } else if (exponent >= 0) {
         for (int i = 0; i <= exponent; ++i)
             out[n++] = i < nd ? digits[i] : '0';
@@ -130,7 +134,13 @@ QString DoubleToText(double value)
         for (int i = 0; i < nd; ++i)
             out[n++] = digits[i];
     }
-    return QString::fromLatin1(out, n);
+    return n;
+}
+
+QString DoubleToText(double value)
+{
+    char text[kDoubleTextMax];
+    return QString::fromLatin1(text, DoubleToChars(value, text));
 }
 
 bool ParseNumber(const QString& text, double* out)

@@ -18,6 +18,9 @@ double RoundHalfEven(double value);
 // Shortest decimal form that reads back as the same double; scientific ("1E+15",
 // "1E-05") for exponents below -4 or from 15 up, as the automation runtime writes it.
 QString DoubleToText(double value);
+// The same text as ASCII in `out` (room for kDoubleTextMax bytes); returns its length.
+constexpr int kDoubleTextMax = 64;
+int DoubleToChars(double value, char* out);
 
 // Text the way a cell or a message shows it. Dates use the locale's short date
 // form (with the time when it has one). Error 94 for Null.

@@ -110,6 +110,28 @@ TEST_F(ConversionsTest, AmountsWithCentsPrintAsTheirShortestDecimal)
     }
 }
 
+TEST_F(ConversionsTest, NumberWrittenAsCharactersIsItsTextByteForByte)
+{
+    std::vector<double> values{0.0, -0.0, 1, -1, 42, 1e15, -1e15, 1e16, 999999999999999.0, 0.5, -0.05, 1234.56, 0.1, 1.0 / 3,
+                               1e-5, -2.5e-7, 123456789.125, 1e300, -1e-300, 5e-324, std::numeric_limits<double>::max(),
+                               std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity(),
+                               std::numeric_limits<double>::quiet_NaN()};
+    for (int i = -3000; i <= 3000; ++i)
+        values.push_back(i / 100.0 + i * 1000.0);
+    for (const double v : values) {
+        char text[automation::kDoubleTextMax];
+        const int n = automation::DoubleToChars(v, text);
+        ASSERT_GT(n, 0) << v;
+        EXPECT_EQ(QString::fromLatin1(text, n), automation::DoubleToText(v)) << v;
+    }
+    // What the characters say, for a few whose text is known.
+    char text[automation::kDoubleTextMax];
+    EXPECT_EQ(QByteArray(text, automation::DoubleToChars(-1234.5, text)), QByteArray("-1234.5"));
+    EXPECT_EQ(QByteArray(text, automation::DoubleToChars(1e16, text)), QByteArray("1E+16"));
+    EXPECT_EQ(QByteArray(text, automation::DoubleToChars(123456789012345.0, text)), QByteArray("123456789012345"));
+    EXPECT_EQ(QByteArray(text, automation::DoubleToChars(-std::numeric_limits<double>::infinity(), text)), QByteArray("-Infinity"));
+}
+
 TEST_F(ConversionsTest, TextOfEachType)
 {
     EXPECT_EQ(automation::ToText(Variant(qint32(-12))), QStringLiteral("-12"));
