@@ -45,6 +45,32 @@ TEST_F(DataTest, SQLiteFilesAreReadThroughAMemoryMapOnlyOnLocalFileSystems)
     sqlite3_finalize(s);
 }
 
+// A connection that writes keeps room for a refresh's changed pages; one that only reads
+// (a read going ahead) keeps SQLite's own page cache, whose size also sets how much of a
+// sort is done in memory before its runs are merged.
+TEST_F(DataTest, SQLiteConnectionsThatOnlyReadKeepTheEnginesOwnPageCache)
+{
+    if (OnPostgreSQL())
+        GTEST_SKIP() << "an SQLite file's connections";
+    auto cacheOf = [](sqlite3* db) {
+        sqlite3_stmt* s = nullptr;
+        EXPECT_EQ(sqlite3_prepare_v2(db, "PRAGMA cache_size", -1, &s, nullptr), SQLITE_OK);
+        EXPECT_EQ(sqlite3_step(s), SQLITE_ROW);
+        const qint64 pages = sqlite3_column_int64(s, 0);
+        sqlite3_finalize(s);
+        return pages;
+    };
+    const auto writer = data::SqliteConnection::Open(path_);
+    const auto reader = data::SqliteConnection::Open(path_, true);
+    sqlite3* plain = nullptr;
+    ASSERT_EQ(sqlite3_open_v2(path_.toUtf8().constData(), &plain, SQLITE_OPEN_READONLY, nullptr), SQLITE_OK);
+    const qint64 enginesOwn = cacheOf(plain);
+    sqlite3_close(plain);
+    EXPECT_EQ(cacheOf(writer->handle()), -65536);
+    EXPECT_EQ(cacheOf(reader->handle()), enginesOwn);
+    EXPECT_NE(enginesOwn, -65536);
+}
+
 TEST_F(DataTest, FileThatIsNotADatabaseIsError3343)
 {
     const QString junk = TempPath(QStringLiteral("junk.db"));
