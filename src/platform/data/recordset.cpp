@@ -162,12 +162,16 @@ Recordset::CellValue Recordset::CurrentCell(int index) const
             }
             return v;
         }
-        v.type = stmt_->Type(index);
-        switch (v.type) {
+        const Cell& cell = rowCells_[size_t(index)];
+        v.type = cell.type;
+        switch (cell.type) {
         case CellType::Null: break;
-        case CellType::Int: v.i = stmt_->Int(index); break;
-        case CellType::Real: v.d = stmt_->Real(index); break;
-        case CellType::Text: v.text = stmt_->Text(index, &v.length); break;
+        case CellType::Int: v.i = cell.i; break;
+        case CellType::Real: v.d = cell.d; break;
+        case CellType::Text:
+            v.text = StreamedText(cell);
+            v.length = int(cell.len);
+            break;
         }
         return v;
     }
@@ -222,8 +226,16 @@ bool Recordset::Step()
     if (done_ || !stmt_)
         return false;
     bool row = false;
+    rowStored_ = false;
     try {
-        row = ahead_ ? ahead_->Next() : stmt_->Step();
+        if (ahead_) {
+            row = ahead_->Next();
+        } else if ((row = stmt_->Step())) {
+            rowCells_.resize(size_t(columnCount_));
+            rowText_.clear();
+            stmt_->StoreRow(rowCells_.data(), columnCount_, rowText_);
+            rowStored_ = true;
+        }
     } catch (...) {
         done_ = true;
         ahead_.reset();
@@ -244,7 +256,14 @@ void Recordset::CacheCurrentRow()
     for (int c = 0; c < columnCount_; ++c) {
         Cell* slot = nullptr;
         cells_.Append(1, &slot);
-        *slot = ahead_ ? StoreCell(*ahead_, c, keep) : StoreCell(*stmt_, c, keep);
+        if (ahead_) {
+            *slot = StoreCell(*ahead_, c, keep);
+        } else {
+            const Cell& stored = rowCells_[size_t(c)];
+            *slot = stored;
+            if (stored.type == CellType::Text)
+                slot->i = KeepText(StreamedText(stored), stored.len);
+        }
     }
     ++rows_;
 }

@@ -70,9 +70,9 @@ public:
     // The current record's value.
     automation::Variant Field(int index)
     {
-        if (const StoredCell* cell = AheadCell(index)) {
+        if (const StoredCell* cell = StreamedCell(index)) {
             return ValueOf(index, cell->type, cell->type == CellType::Int ? cell->i : 0, cell->type == CellType::Real ? cell->d : 0,
-                           cell->type == CellType::Text ? ahead_->TextOf(*cell) : nullptr, int(cell->len));
+                           cell->type == CellType::Text ? StreamedText(*cell) : nullptr, int(cell->len));
         }
         return FieldRead(index);
     }
@@ -81,10 +81,10 @@ public:
     // when the value is not text (Null, a number), so that the caller takes Field().
     bool FieldUtf8(int index, const char** text, int* length)
     {
-        if (const StoredCell* cell = AheadCell(index)) {
+        if (const StoredCell* cell = StreamedCell(index)) {
             if (cell->type != CellType::Text)
                 return false;
-            *text = ahead_->TextOf(*cell);
+            *text = StreamedText(*cell);
             *length = int(cell->len);
             return true;
         }
@@ -135,15 +135,24 @@ private:
     CellValue CurrentCell(int index) const;
     automation::Variant FieldRead(int index);
     bool FieldUtf8Read(int index, const char** text, int* length);
-    // The current record's cell where a read ahead holds it, when nothing else has a say in
-    // its value (an open recordset read front to back, a current record, no edit pending):
-    // a fill loop reads every field of a long list without the checks of each call.
-    const StoredCell* AheadCell(int index) const
+    // The current record's cell as the read holds it (a read ahead's batch, or the row stored
+    // at the last step), when nothing else has a say in its value (an open recordset read
+    // front to back, a current record, no edit pending): a fill loop reads every field of a
+    // long list without the checks of each call.
+    const StoredCell* StreamedCell(int index) const
     {
-        if (!ahead_ || closed_ || editing_ || !(type_ == dbOpenForwardOnly || streaming_) || pos_ < 0 || pos_ >= rows_ ||
-            index < 0 || index >= fieldCount_)
+        if (closed_ || editing_ || !(type_ == dbOpenForwardOnly || streaming_) || pos_ < 0 || pos_ >= rows_ || index < 0 ||
+            index >= fieldCount_)
             return nullptr;
-        return &ahead_->CellOf(index);
+        if (ahead_)
+            return &ahead_->CellOf(index);
+        return rowStored_ ? &rowCells_[size_t(index)] : nullptr;
+    }
+    const char* StreamedText(const StoredCell& cell) const
+    {
+        if (ahead_)
+            return ahead_->TextOf(cell);
+        return cell.len == 0 ? "" : rowText_.data() + cell.i;
     }
     QString ComposeSql(const RecordsetSource& source) const;
 
@@ -157,6 +166,11 @@ private:
     // its own, stmt_ stays unstepped for a read from the start; a forward-only read on a
     // server steps stmt_ itself.
     std::unique_ptr<ReadAhead> ahead_;
+    // A row stepped on this thread is stored whole at once (one call to the engine per row),
+    // and its fields are read from here.
+    std::vector<StoredCell> rowCells_;
+    TextBuffer rowText_;
+    bool rowStored_ = false;
     int columnCount_ = 0;
     int fieldCount_ = 0;
     bool hasRowId_ = false;

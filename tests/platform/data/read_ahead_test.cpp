@@ -106,25 +106,27 @@ TEST_F(SqliteReadAheadTest, ADynasetReadAtTheStartOfATransactionGoesAheadAndItsU
     EXPECT_EQ(QueryText(path_, QStringLiteral("SELECT count(*) FROM IboMain WHERE ConLastName LIKE 'Won %'")), QStringLiteral("6"));
 }
 
-// The cells of a read that goes ahead are copied out of the statement row by row: every kind
-// (none, a number, a real, an empty, short, long or non-ASCII text) reads as it was stored,
-// across many batches and past the room its first batch's texts had.
-TEST_F(ReadAheadTest, EveryKindOfCellCopiedByAReadGoingAheadReadsAsStored)
+// The cells of a read are copied out of the statement a row at a time (into a batch when the
+// read goes ahead, into the recordset's current row when it is read on the caller's thread,
+// into its kept rows for a dynaset): every kind (none, a number, a real, an empty, short, long
+// or non-ASCII text) reads as it was stored, across many batches and past the room the first
+// rows' texts had.
+TEST_F(ReadAheadTest, EveryKindOfCellCopiedOutOfAStatementReadsAsStoredWhereverItIsRead)
 {
     const bool server = OnPostgreSQL();
-    Exec(path_, server ? QStringLiteral("CREATE TABLE Cells (Id integer PRIMARY KEY, N bigint, R double precision, T text)")
-                       : QStringLiteral("CREATE TABLE Cells (Id INTEGER PRIMARY KEY, N INTEGER, R REAL, T TEXT)"));
+    Exec(path_, server ? QStringLiteral("CREATE TABLE Cells (Id integer PRIMARY KEY, N bigint, R double precision, T text, V numeric)")
+                       : QStringLiteral("CREATE TABLE Cells (Id INTEGER PRIMARY KEY, N INTEGER, R REAL, T TEXT, V NUMERIC)"));
     Exec(path_, QStringLiteral("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 3000) "
-                               "INSERT INTO Cells (Id, N, R, T) SELECT i, CASE WHEN i % 7 = 0 THEN NULL ELSE i * 3 END, i + 0.25, "
+                               "INSERT INTO Cells (Id, N, R, T, V) SELECT i, CASE WHEN i % 7 = 0 THEN NULL ELSE i * 3 END, i + 0.25, "
                                "CASE WHEN i % 13 = 0 THEN NULL "
                                "WHEN i % 11 = 0 THEN '\u00e9' || substr('abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMN', 1, i % 40) "
-                               "ELSE substr('abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMN', 1, i % 40) END FROM n"));
+                               "ELSE substr('abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMN', 1, i % 40) END, "
+                               "CASE WHEN i % 2 = 0 THEN i * 100 ELSE i + 0.5 END FROM n"));
     Exec(path_, server ? QStringLiteral("UPDATE Cells SET T = repeat('long', 80000) WHERE Id = 1500")
                        : QStringLiteral("UPDATE Cells SET T = replace(hex(zeroblob(80000)), '00', 'long') WHERE Id = 1500"));
     const QString letters = QStringLiteral("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMN");
-    for (const int type : {dbOpenForwardOnly, dbOpenSnapshot}) {
-        const quint64 before = ReadAhead::StartedOnThisThread();
-        auto rs = db_->OpenRecordset(QStringLiteral("SELECT Id, N, R, T FROM Cells ORDER BY Id"), type);
+    auto readAll = [&](int type) {
+        auto rs = db_->OpenRecordset(QStringLiteral("SELECT Id, N, R, T, V FROM Cells ORDER BY Id"), type);
         int i = 1;
         for (; !rs->Eof(); rs->MoveNext(), ++i) {
             ASSERT_EQ(rs->Field(0).longValue(), i);
@@ -134,6 +136,11 @@ TEST_F(ReadAheadTest, EveryKindOfCellCopiedByAReadGoingAheadReadsAsStored)
                 ASSERT_EQ(rs->Field(1).longValue(), i * 3) << i;
             }
             ASSERT_EQ(rs->Field(2).doubleValue(), i + 0.25) << i;
+            if (i % 2 == 0) {
+                ASSERT_EQ(rs->Field(4).longValue(), i * 100) << i;
+            } else {
+                ASSERT_EQ(rs->Field(4).doubleValue(), i + 0.5) << i;
+            }
             const char* text = nullptr;
             int length = 0;
             if (i % 13 == 0) {
@@ -149,8 +156,20 @@ TEST_F(ReadAheadTest, EveryKindOfCellCopiedByAReadGoingAheadReadsAsStored)
             ASSERT_EQ(Text(*rs, 3), expected) << i;
         }
         EXPECT_EQ(i, 3001);
+    };
+    for (const int type : {dbOpenForwardOnly, dbOpenSnapshot}) {
+        const quint64 before = ReadAhead::StartedOnThisThread();
+        readAll(type);
         EXPECT_EQ(ReadAhead::StartedOnThisThread(), before + (server && type == dbOpenSnapshot ? 0 : 1));
     }
+    // Inside a transaction that has written, every read is made on the caller's thread.
+    db_->BeginTrans();
+    db_->Execute(QStringLiteral("UPDATE IboMain SET ConLastName = 'Changed' WHERE IboID = 2"));
+    const quint64 before = ReadAhead::StartedOnThisThread();
+    for (const int type : {dbOpenSnapshot, data::dbOpenDynaset})
+        readAll(type);
+    EXPECT_EQ(ReadAhead::StartedOnThisThread(), before);
+    db_->Rollback();
 }
 
 TEST_F(ReadAheadTest, AnErrorHalfwayComesAfterEveryRowBeforeItWithTheSameNumberAsWithoutReadingAhead)

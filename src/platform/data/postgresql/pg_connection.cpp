@@ -168,6 +168,58 @@ public:
         *length = PQgetlength(row_, 0, column);
         return PQgetvalue(row_, 0, column);
     }
+    // The cells as Type, Int, Real and Text give them, each value read once (a numeric's
+    // text is parsed once, not once to learn its type and again for its value).
+    void StoreRow(StoredCell* cells, int columns, TextBuffer& text) override
+    {
+        for (int c = 0; c < columns; ++c) {
+            StoredCell& cell = cells[c];
+            cell.i = 0;
+            cell.len = 0;
+            if (PQgetisnull(row_, 0, c)) {
+                cell.type = CellType::Null;
+                continue;
+            }
+            const char* value = PQgetvalue(row_, 0, c);
+            const int length = PQgetlength(row_, 0, c);
+            switch (types_[size_t(c)]) {
+            case kBool:
+                cell.type = CellType::Int;
+                cell.i = value[0] == 't' ? 1 : 0;
+                break;
+            case kInt2:
+            case kInt4:
+            case kInt8:
+            case kOid:
+                cell.type = CellType::Int;
+                std::from_chars(value, value + length, cell.i);
+                break;
+            case kFloat4:
+            case kFloat8:
+                cell.type = CellType::Real;
+                cell.d = 0;
+                std::from_chars(value, value + length, cell.d);
+                break;
+            case kNumeric: {
+                double d = 0;
+                std::from_chars(value, value + length, d);
+                if (std::isfinite(d) && d == std::trunc(d) && std::fabs(d) < 9.0e15) {
+                    cell.type = CellType::Int;
+                    cell.i = qint64(d);
+                } else {
+                    cell.type = CellType::Real;
+                    cell.d = d;
+                }
+                break;
+            }
+            default:
+                cell.type = CellType::Text;
+                cell.len = quint32(length);
+                cell.i = text.Append(value, size_t(length));
+                break;
+            }
+        }
+    }
 
     // Another statement needs the session: read what is left of this one's rows and keep them.
     void Keep()
