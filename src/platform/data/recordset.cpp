@@ -146,43 +146,18 @@ bool Recordset::FieldUtf8Read(int index, const char** text, int* length)
 
 Recordset::CellValue Recordset::CurrentCell(int index) const
 {
+    // A read front to back holds its current row in the batch read ahead or as stored at the
+    // last step; any other keeps every row it read.
+    const bool streamed = type_ == dbOpenForwardOnly || streaming_;
+    const Cell& cell = !streamed ? cells_[size_t(pos_ * columnCount_ + index)] : ahead_ ? ahead_->CellOf(index) : rowCells_[size_t(index)];
     CellValue v;
-    if (type_ == dbOpenForwardOnly || streaming_) {
-        if (ahead_) {
-            const Cell& cell = ahead_->CellOf(index);
-            v.type = cell.type;
-            switch (cell.type) {
-            case CellType::Null: break;
-            case CellType::Int: v.i = cell.i; break;
-            case CellType::Real: v.d = cell.d; break;
-            case CellType::Text:
-                v.text = ahead_->TextOf(cell);
-                v.length = int(cell.len);
-                break;
-            }
-            return v;
-        }
-        const Cell& cell = rowCells_[size_t(index)];
-        v.type = cell.type;
-        switch (cell.type) {
-        case CellType::Null: break;
-        case CellType::Int: v.i = cell.i; break;
-        case CellType::Real: v.d = cell.d; break;
-        case CellType::Text:
-            v.text = StreamedText(cell);
-            v.length = int(cell.len);
-            break;
-        }
-        return v;
-    }
-    const Cell& cell = cells_[size_t(pos_ * columnCount_ + index)];
     v.type = cell.type;
     switch (cell.type) {
     case CellType::Null: break;
     case CellType::Int: v.i = cell.i; break;
     case CellType::Real: v.d = cell.d; break;
     case CellType::Text:
-        v.text = TextOf(cell);
+        v.text = streamed ? StreamedText(cell) : TextOf(cell);
         v.length = int(cell.len);
         break;
     }
