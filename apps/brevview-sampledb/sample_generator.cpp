@@ -308,17 +308,7 @@ QString GeneratePostgreSql(const QString& uri, const Options& options)
     // and the tables' visibility maps, so that it can answer from an index alone (an index-only
     // scan) instead of visiting each row's page: what autovacuum would do later, done now.
     ok = ok && PgExec(conn, "COMMIT", &error) && PgExec(conn, "VACUUM (ANALYZE) IboArchive", &error);
-    // A vacuum run at once after the load may not yet count the new rows as visible to every
-    // session (the server tells them so a moment later): run it again until the pages are marked.
-    for (int attempt = 0; ok && attempt < 20; ++attempt) {
-        ok = PgExec(conn, "VACUUM (ANALYZE) IboMain", &error);
-        PGresult* r = PQexec(conn, "SELECT relallvisible >= relpages FROM pg_class WHERE oid = 'IboMain'::regclass");
-        const bool marked = PQresultStatus(r) == PGRES_TUPLES_OK && PQntuples(r) == 1 && PQgetvalue(r, 0, 0)[0] == 't';
-        PQclear(r);
-        if (marked)
-            break;
-        QThread::msleep(250);
-    }
+    ok = ok && VacuumIboMain(conn, &error);
     if (!ok)
         PQexec(conn, "ROLLBACK");
     PQfinish(conn);
@@ -326,6 +316,24 @@ QString GeneratePostgreSql(const QString& uri, const Options& options)
 }
 
 }  // namespace
+
+bool VacuumIboMain(PGconn* conn, QString* error)
+{
+    // A vacuum run at once after a load or a batch of writes may not yet count the new row
+    // versions as visible to every session (the server tells them so a moment later): run it
+    // again until the pages are marked.
+    for (int attempt = 0; attempt < 20; ++attempt) {
+        if (!PgExec(conn, "VACUUM (ANALYZE) IboMain", error))
+            return false;
+        PGresult* r = PQexec(conn, "SELECT relallvisible >= relpages FROM pg_class WHERE oid = 'IboMain'::regclass");
+        const bool marked = PQresultStatus(r) == PGRES_TUPLES_OK && PQntuples(r) == 1 && PQgetvalue(r, 0, 0)[0] == 't';
+        PQclear(r);
+        if (marked)
+            return true;
+        QThread::msleep(250);
+    }
+    return true;
+}
 
 QString Generate(const QString& path, const Options& options)
 {

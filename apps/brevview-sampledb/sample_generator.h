@@ -5,6 +5,8 @@
 #include <QDate>
 #include <QString>
 
+typedef struct pg_conn PGconn;
+
 namespace BrevView::sample {
 
 struct Options {
@@ -19,5 +21,9 @@ struct Options {
 // `path` is a postgresql:// URI, creates the tables there when missing and loads the IBOs.
 // Returns an empty text on success, else what went wrong.
 QString Generate(const QString& path, const Options& options);
+
+// Vacuums a server's IboMain until its pages are marked visible to every session, so that the
+// views' statements can be answered from an index alone; false (and `error`) on failure.
+bool VacuumIboMain(PGconn* conn, QString* error);
 
 }  // namespace BrevView::sample
