@@ -47,14 +47,15 @@ TEST_F(DataTest, SQLiteFilesAreReadThroughAMemoryMapOnlyOnLocalFileSystems)
 
 // A connection that writes keeps room for a refresh's changed pages; one that only reads
 // (a read going ahead) keeps SQLite's own page cache, whose size also sets how much of a
-// sort is done in memory before its runs are merged.
-TEST_F(DataTest, SQLiteConnectionsThatOnlyReadKeepTheEnginesOwnPageCache)
+// sort is done in memory before its runs are merged, and lets SQLite sort those runs on
+// threads of its own.
+TEST_F(DataTest, SQLiteConnectionsThatOnlyReadKeepTheEnginesOwnPageCacheAndSortOnTwoThreads)
 {
     if (OnPostgreSQL())
         GTEST_SKIP() << "an SQLite file's connections";
-    auto cacheOf = [](sqlite3* db) {
+    auto pragma = [](sqlite3* db, const char* name) {
         sqlite3_stmt* s = nullptr;
-        EXPECT_EQ(sqlite3_prepare_v2(db, "PRAGMA cache_size", -1, &s, nullptr), SQLITE_OK);
+        EXPECT_EQ(sqlite3_prepare_v2(db, (QByteArray("PRAGMA ") + name).constData(), -1, &s, nullptr), SQLITE_OK);
         EXPECT_EQ(sqlite3_step(s), SQLITE_ROW);
         const qint64 pages = sqlite3_column_int64(s, 0);
         sqlite3_finalize(s);
@@ -64,11 +65,13 @@ TEST_F(DataTest, SQLiteConnectionsThatOnlyReadKeepTheEnginesOwnPageCache)
     const auto reader = data::SqliteConnection::Open(path_, true);
     sqlite3* plain = nullptr;
     ASSERT_EQ(sqlite3_open_v2(path_.toUtf8().constData(), &plain, SQLITE_OPEN_READONLY, nullptr), SQLITE_OK);
-    const qint64 enginesOwn = cacheOf(plain);
+    const qint64 enginesOwn = pragma(plain, "cache_size");
     sqlite3_close(plain);
-    EXPECT_EQ(cacheOf(writer->handle()), -65536);
-    EXPECT_EQ(cacheOf(reader->handle()), enginesOwn);
+    EXPECT_EQ(pragma(writer->handle(), "cache_size"), -65536);
+    EXPECT_EQ(pragma(reader->handle(), "cache_size"), enginesOwn);
     EXPECT_NE(enginesOwn, -65536);
+    EXPECT_EQ(pragma(writer->handle(), "threads"), 0);
+    EXPECT_EQ(pragma(reader->handle(), "threads"), 2);
 }
 
 TEST_F(DataTest, FileThatIsNotADatabaseIsError3343)

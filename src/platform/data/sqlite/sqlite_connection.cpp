@@ -241,6 +241,10 @@ std::shared_ptr<SqliteConnection> SqliteConnection::Open(const QString& path, bo
     // half slower than runs of a few MiB merged.
     if (!readOnly)
         sqlite3_exec(c->db_, "PRAGMA cache_size=-65536", nullptr, nullptr, nullptr);
+    // A read going ahead sorts before its first row reaches the control, while the control's
+    // thread waits for it: SQLite may sort the runs of a large sort on that core meanwhile.
+    else
+        sqlite3_exec(c->db_, "PRAGMA threads=2", nullptr, nullptr, nullptr);
     RegisterFunctions(c->db_);
     // Reading the schema proves that the file is a database.
     sqlite3_stmt* probe = nullptr;
