@@ -40,18 +40,9 @@ public:
     // here, at the row where it happened.
     bool Next();
 
-    // The current row's cells.
+    // The current row's cells, and where a text cell's bytes are.
     const StoredCell& CellOf(int column) const { return CellAt(column); }
     const char* TextOf(const StoredCell& cell) const { return cell.len == 0 ? "" : current_->text.data() + cell.i; }
-    CellType Type(int column) const { return CellAt(column).type; }
-    qint64 Int(int column) const { return CellAt(column).i; }
-    double Real(int column) const { return CellAt(column).d; }
-    const char* Text(int column, int* length) const
-    {
-        const Cell& c = CellAt(column);
-        *length = int(c.len);
-        return c.len == 0 ? "" : current_->text.data() + c.i;
-    }
 
 private:
     using Cell = StoredCell;

@@ -136,32 +136,27 @@ bool Recordset::FieldUtf8Read(int index, const char** text, int* length)
     RequireCurrent();
     if (editing_)
         return false;
-    const CellValue cell = CurrentCell(index);
+    const char* bytes = nullptr;
+    const Cell& cell = CurrentCell(index, &bytes);
     if (cell.type != CellType::Text)
         return false;
-    *text = cell.text;
-    *length = cell.length;
+    *text = bytes;
+    *length = int(cell.len);
     return true;
 }
 
-Recordset::CellValue Recordset::CurrentCell(int index) const
+const StoredCell& Recordset::CurrentCell(int index, const char** text) const
 {
-    // A read front to back holds its current row in the batch read ahead or as stored at the
-    // last step; any other keeps every row it read.
-    const bool streamed = type_ == dbOpenForwardOnly || streaming_;
-    const Cell& cell = !streamed ? cells_[size_t(pos_ * columnCount_ + index)] : ahead_ ? ahead_->CellOf(index) : rowCells_[size_t(index)];
-    CellValue v;
-    v.type = cell.type;
-    switch (cell.type) {
-    case CellType::Null: break;
-    case CellType::Int: v.i = cell.i; break;
-    case CellType::Real: v.d = cell.d; break;
-    case CellType::Text:
-        v.text = streamed ? StreamedText(cell) : TextOf(cell);
-        v.length = int(cell.len);
-        break;
+    if (!Streams()) {
+        const Cell& cell = cells_[size_t(pos_ * columnCount_ + index)];
+        *text = TextOf(cell);
+        return cell;
     }
-    return v;
+    const Cell* held = HeldCell(index);
+    if (!held)
+        Raise(automation::ErrNoCurrentRecord, kSource, QStringLiteral("No current record."));
+    *text = StreamedText(*held);
+    return *held;
 }
 
 QString Recordset::ComposeSql(const RecordsetSource& source) const
@@ -227,18 +222,13 @@ bool Recordset::Step()
 
 void Recordset::CacheCurrentRow()
 {
-    auto keep = [this](const char* text, int n) { return KeepText(text, size_t(n)); };
     for (int c = 0; c < columnCount_; ++c) {
         Cell* slot = nullptr;
         cells_.Append(1, &slot);
-        if (ahead_) {
-            *slot = StoreCell(*ahead_, c, keep);
-        } else {
-            const Cell& stored = rowCells_[size_t(c)];
-            *slot = stored;
-            if (stored.type == CellType::Text)
-                slot->i = KeepText(StreamedText(stored), stored.len);
-        }
+        const Cell& held = *HeldCell(c);
+        *slot = held;
+        if (held.type == CellType::Text)
+            slot->i = KeepText(StreamedText(held), held.len);
     }
     ++rows_;
 }
@@ -439,8 +429,9 @@ Variant Recordset::FieldRead(int index)
                 return value;
         }
     }
-    const CellValue cell = CurrentCell(index);
-    return ValueOf(index, cell.type, cell.i, cell.d, cell.text, cell.length);
+    const char* text = nullptr;
+    const Cell& cell = CurrentCell(index, &text);
+    return ValueOfCell(index, cell, text);
 }
 
 std::shared_ptr<Recordset> Recordset::OpenRecordset(int type)

@@ -70,10 +70,8 @@ public:
     // The current record's value.
     automation::Variant Field(int index)
     {
-        if (const StoredCell* cell = StreamedCell(index)) {
-            return ValueOf(index, cell->type, cell->type == CellType::Int ? cell->i : 0, cell->type == CellType::Real ? cell->d : 0,
-                           cell->type == CellType::Text ? StreamedText(*cell) : nullptr, int(cell->len));
-        }
+        if (const StoredCell* cell = StreamedCell(index))
+            return ValueOfCell(index, *cell, StreamedText(*cell));
         return FieldRead(index);
     }
     automation::Variant Field(const QString& name) { return Field(FieldIndex(name)); }
@@ -124,26 +122,22 @@ private:
     void FetchAll();
     void RequireCurrent() const;
     automation::Variant ValueOf(int col, CellType kind, qint64 i, double d, const char* text, int len) const;
-    // The current record's cell as read (a text's bytes where they are kept), found once.
-    struct CellValue {
-        CellType type = CellType::Null;
-        qint64 i = 0;
-        double d = 0;
-        const char* text = nullptr;
-        int length = 0;
-    };
-    CellValue CurrentCell(int index) const;
+    // `cell` of field `index` as a value; `text` is where a text cell's bytes are.
+    automation::Variant ValueOfCell(int index, const StoredCell& cell, const char* text) const
+    {
+        return ValueOf(index, cell.type, cell.type == CellType::Int ? cell.i : 0, cell.type == CellType::Real ? cell.d : 0,
+                       cell.type == CellType::Text ? text : nullptr, int(cell.len));
+    }
+    // The current record's cell, `*text` where a text cell's bytes are; 3021 for a record a
+    // read front to back no longer holds (its read failed on the next row).
+    const StoredCell& CurrentCell(int index, const char** text) const;
     automation::Variant FieldRead(int index);
     bool FieldUtf8Read(int index, const char** text, int* length);
-    // The current record's cell as the read holds it (a read ahead's batch, or the row stored
-    // at the last step), when nothing else has a say in its value (an open recordset read
-    // front to back, a current record, no edit pending): a fill loop reads every field of a
-    // long list without the checks of each call.
-    const StoredCell* StreamedCell(int index) const
+    bool Streams() const { return type_ == dbOpenForwardOnly || streaming_; }
+    // Where a read front to back holds its current row: the batch read ahead, or the row stored
+    // at the last step; null when it holds none.
+    const StoredCell* HeldCell(int index) const
     {
-        if (closed_ || editing_ || !(type_ == dbOpenForwardOnly || streaming_) || pos_ < 0 || pos_ >= rows_ || index < 0 ||
-            index >= fieldCount_)
-            return nullptr;
         if (ahead_)
             return &ahead_->CellOf(index);
         return rowStored_ ? &rowCells_[size_t(index)] : nullptr;
@@ -153,6 +147,15 @@ private:
         if (ahead_)
             return ahead_->TextOf(cell);
         return cell.len == 0 ? "" : rowText_.data() + cell.i;
+    }
+    // The current record's held cell when nothing else has a say in its value (an open
+    // recordset read front to back, a current record, no edit pending): a fill loop reads
+    // every field of a long list without the checks of each call.
+    const StoredCell* StreamedCell(int index) const
+    {
+        if (closed_ || editing_ || !Streams() || pos_ < 0 || pos_ >= rows_ || index < 0 || index >= fieldCount_)
+            return nullptr;
+        return HeldCell(index);
     }
     QString ComposeSql(const RecordsetSource& source) const;
 

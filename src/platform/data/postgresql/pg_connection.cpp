@@ -124,100 +124,30 @@ public:
         }
     }
 
-    CellType Type(int column) override
-    {
-        if (PQgetisnull(row_, 0, column))
-            return CellType::Null;
-        switch (types_[size_t(column)]) {
-        case kBool:
-        case kInt2:
-        case kInt4:
-        case kInt8:
-        case kOid: return CellType::Int;
-        case kFloat4:
-        case kFloat8: return CellType::Real;
-        case kNumeric: {
-            // As a numeric column of SQLite keeps it: a whole number is an integer.
-            const double d = Real(column);
-            return std::isfinite(d) && d == std::trunc(d) && std::fabs(d) < 9.0e15 ? CellType::Int : CellType::Real;
-        }
-        default: return CellType::Text;
-        }
-    }
+    CellType Type(int column) override { return Read(column).type; }
     qint64 Int(int column) override
     {
-        const char* text = PQgetvalue(row_, 0, column);
-        if (types_[size_t(column)] == kBool)
-            return text[0] == 't' ? 1 : 0;
-        if (types_[size_t(column)] == kNumeric)
-            return qint64(Real(column));
-        qint64 v = 0;
-        std::from_chars(text, text + PQgetlength(row_, 0, column), v);
-        return v;
+        const StoredCell cell = Read(column);
+        return cell.type == CellType::Real ? qint64(cell.d) : cell.i;
     }
     double Real(int column) override
     {
-        // Read in the C form whatever the process locale: the server writes a point.
-        const char* text = PQgetvalue(row_, 0, column);
-        double v = 0;
-        std::from_chars(text, text + PQgetlength(row_, 0, column), v);
-        return v;
+        const StoredCell cell = Read(column);
+        return cell.type == CellType::Int ? double(cell.i) : cell.d;
     }
     const char* Text(int column, int* length) override
     {
         *length = PQgetlength(row_, 0, column);
         return PQgetvalue(row_, 0, column);
     }
-    // The cells as Type, Int, Real and Text give them, each value read once (a numeric's
-    // text is parsed once, not once to learn its type and again for its value).
+    // One call a row: each cell read once (a numeric's text parsed once, not once to learn its
+    // type and again for its value).
     void StoreRow(StoredCell* cells, int columns, TextBuffer& text) override
     {
         for (int c = 0; c < columns; ++c) {
-            StoredCell& cell = cells[c];
-            cell.i = 0;
-            cell.len = 0;
-            if (PQgetisnull(row_, 0, c)) {
-                cell.type = CellType::Null;
-                continue;
-            }
-            const char* value = PQgetvalue(row_, 0, c);
-            const int length = PQgetlength(row_, 0, c);
-            switch (types_[size_t(c)]) {
-            case kBool:
-                cell.type = CellType::Int;
-                cell.i = value[0] == 't' ? 1 : 0;
-                break;
-            case kInt2:
-            case kInt4:
-            case kInt8:
-            case kOid:
-                cell.type = CellType::Int;
-                std::from_chars(value, value + length, cell.i);
-                break;
-            case kFloat4:
-            case kFloat8:
-                cell.type = CellType::Real;
-                cell.d = 0;
-                std::from_chars(value, value + length, cell.d);
-                break;
-            case kNumeric: {
-                double d = 0;
-                std::from_chars(value, value + length, d);
-                if (std::isfinite(d) && d == std::trunc(d) && std::fabs(d) < 9.0e15) {
-                    cell.type = CellType::Int;
-                    cell.i = qint64(d);
-                } else {
-                    cell.type = CellType::Real;
-                    cell.d = d;
-                }
-                break;
-            }
-            default:
-                cell.type = CellType::Text;
-                cell.len = quint32(length);
-                cell.i = text.Append(value, size_t(length));
-                break;
-            }
+            cells[c] = Read(c);
+            if (cells[c].type == CellType::Text)
+                cells[c].i = text.Append(PQgetvalue(row_, 0, c), cells[c].len);
         }
     }
 
@@ -233,6 +163,58 @@ public:
     }
 
 private:
+    // The current row's cell `column` as its column's type makes it: a number in place (read
+    // in the C form whatever the process locale: the server writes a point), a text's length
+    // (its bytes stay in the result).
+    StoredCell Read(int column) const
+    {
+        StoredCell cell;
+        cell.i = 0;
+        cell.len = 0;
+        cell.type = CellType::Null;
+        if (PQgetisnull(row_, 0, column))
+            return cell;
+        const char* value = PQgetvalue(row_, 0, column);
+        const int length = PQgetlength(row_, 0, column);
+        switch (types_[size_t(column)]) {
+        case kBool:
+            cell.type = CellType::Int;
+            cell.i = value[0] == 't' ? 1 : 0;
+            break;
+        case kInt2:
+        case kInt4:
+        case kInt8:
+        case kOid:
+            cell.type = CellType::Int;
+            std::from_chars(value, value + length, cell.i);
+            break;
+        case kFloat4:
+        case kFloat8:
+            cell.type = CellType::Real;
+            cell.d = 0;
+            std::from_chars(value, value + length, cell.d);
+            break;
+        case kNumeric: {
+            // As a numeric column of SQLite keeps it: a whole number is an integer.
+            double d = 0;
+            std::from_chars(value, value + length, d);
+            if (std::isfinite(d) && d == std::trunc(d) && std::fabs(d) < 9.0e15) {
+                cell.type = CellType::Int;
+                cell.i = qint64(d);
+            } else {
+                cell.type = CellType::Real;
+                cell.d = d;
+            }
+            break;
+        }
+        default:
+            cell.type = CellType::Text;
+            cell.len = quint32(length);
+            break;
+        }
+        return cell;
+    }
+
     void PrepareOnServer()
     {
         generation_ = conn_.Ready(nullptr);
