@@ -81,6 +81,12 @@ std::pair<double, double> MediansInTurns(int runs, const std::function<void()>& 
 
 constexpr int kPaintRuns = 31;
 
+// Whether `--views` (empty: every measure) names `view`.
+bool Wanted(const QStringList& views, const char* view)
+{
+    return views.isEmpty() || views.contains(QLatin1String(view));
+}
+
 // A view's refresh on two databases of different sizes, measured in turns: the large one's
 // refresh, then the small one's, run for run. The sizes' own blocks of the benchmark are
 // minutes apart, and a drift of this machine's speed between them would land whole in a
@@ -283,7 +289,7 @@ struct Result {
 
 Result Measure(const QString& path, int runs, bool withModel, const QStringList& views)
 {
-    auto wanted = [&](const char* view) { return views.isEmpty() || views.contains(QLatin1String(view)); };
+    auto wanted = [&](const char* view) { return Wanted(views, view); };
     Result r;
     const bool server = IsServer(path);
     if (server) {
@@ -532,7 +538,7 @@ int main(int argc, char** argv)
     if (results.count(10000) && results.count(1000000)) {
         const QString& small = paths[10000];
         const QString& large = paths[1000000];
-        const auto wanted = [&](const char* view) { return views.isEmpty() || views.contains(QLatin1String(view)); };
+        const auto wanted = [&](const char* view) { return Wanted(views, view); };
         std::printf("\nEach view on 10000 and on 1000000 IBOs in turns, median of %d turns\n", runs);
         auto show = [&](const char* name, const InTurns& t) {
             perIbo[QLatin1String(name)] = t;

@@ -33,31 +33,6 @@ struct StoredCell {
     CellType type;
 };
 
-// The current row's cell `column` of `source` (a Statement, or a reader with the same Type,
-// Int, Real and Text) as a StoredCell; a text's bytes go to `keepText(bytes, length)`, which
-// returns where it kept them.
-template <typename Source, typename KeepText>
-StoredCell StoreCell(Source& source, int column, KeepText&& keepText)
-{
-    StoredCell cell;
-    cell.i = 0;
-    cell.len = 0;
-    cell.type = source.Type(column);
-    switch (cell.type) {
-    case CellType::Null: break;
-    case CellType::Int: cell.i = source.Int(column); break;
-    case CellType::Real: cell.d = source.Real(column); break;
-    case CellType::Text: {
-        int n = 0;
-        const char* text = source.Text(column, &n);
-        cell.len = quint32(n);
-        cell.i = keepText(text, n);
-        break;
-    }
-    }
-    return cell;
-}
-
 // Bytes appended end to end, for a reader that copies each row's texts out of a statement
 // before it steps on: short texts (most of them) are copied inline, without a call.
 class TextBuffer {
@@ -142,15 +117,11 @@ public:
     // UTF-8 bytes, valid until the next Step or Reset; never null.
     virtual const char* Text(int column, int* length) = 0;
 
-    // The current row's first `columns` cells into `cells`, as StoreCell stores each one,
-    // their texts appended to `text` (a text cell's `i` is where its bytes start there).
-    // One call per row, for a reader that keeps every cell of every row: an engine that can
-    // read a row whole reads it faster than cell by cell.
-    virtual void StoreRow(StoredCell* cells, int columns, TextBuffer& text)
-    {
-        for (int c = 0; c < columns; ++c)
-            cells[c] = StoreCell(*this, c, [&](const char* bytes, int n) { return text.Append(bytes, size_t(n)); });
-    }
+    // The current row's first `columns` cells into `cells`, each as Type, Int, Real and Text
+    // give it, their texts appended to `text` (a text cell's `i` is where its bytes start
+    // there). One call per row, for a reader that keeps every cell of every row: each engine
+    // reads a row whole faster than cell by cell.
+    virtual void StoreRow(StoredCell* cells, int columns, TextBuffer& text) = 0;
 };
 
 class Connection {

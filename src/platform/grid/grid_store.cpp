@@ -241,8 +241,12 @@ void GridStore::SetTextUtf8(int row, int col, const char* text, int length)
         const auto units = std::min<qsizetype>(decoded.size(), length);
         std::copy_n(reinterpret_cast<const char16_t*>(decoded.constData()), units, chars);
         pool_.Shorten(ref, quint32(units));
-        if (units == 0)
+        // The room past the decoded units is no cell's: counted now, as a released text's is.
+        garbage_ += size_t(length - units);
+        if (units == 0) {
+            garbage_ += 2;
             ref = 0;
+        }
     }
     if (garbage_ > 65536 && garbage_ * 2 > pool_.size())
         CompactPool();
