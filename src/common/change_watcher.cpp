@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include <QPointer>
 #include <QTimer>
 
 #include "../platform/automation/runtime_error.h"
@@ -42,18 +43,21 @@ public:
 
     int PollPeriod() const { return std::clamp(interval / 4, 50, 250); }
 
+    // The signals go last, and each one after the first only while the watcher still lives:
+    // a host's slot may delete it.
     void Opened()
     {
         pause = kFirstPauseMs;
         reported.reset();
         if (feed && feed->NeedsChecking())
             poll.start(PollPeriod());
+        // What happened while the connection was down cannot be known: say it may have.
+        const bool mayHaveChanged = missed;
+        missed = false;
+        const QPointer<ChangeWatcher> alive(q);
         SetActive(true);
-        if (missed) {
-            // What happened while the connection was down cannot be known: say it may have.
-            missed = false;
+        if (alive && mayHaveChanged)
             Changed();
-        }
     }
 
     void Lost(const RuntimeError& engineError)
@@ -62,12 +66,15 @@ public:
         poll.stop();
         missed = true;
         // One report per outage (or when the reason changes), not one per attempt.
-        if (!reported || reported->number() != error.number())
-            Report(error);
+        const bool report = !reported || reported->number() != error.number();
         reported = error;
         retry.start(pause);
         pause = std::min(pause * 2, kLongestPauseMs);
-        SetActive(false);
+        const QPointer<ChangeWatcher> alive(q);
+        if (report)
+            Report(error);
+        if (alive)
+            SetActive(false);
     }
 
     void Reopen()
@@ -188,8 +195,9 @@ bool ChangeWatcher::start()
     callbacks.changed = [this] { d->Changed(); };
     callbacks.lost = [this](const RuntimeError& e) { d->Lost(e); };
     d->feed = data::ChangeFeed::Create(path, user, password, kChannel, kTables, std::move(callbacks));
+    const QPointer<ChangeWatcher> alive(this);
     d->feed->Open();
-    return !d->lastError;
+    return alive && !d->lastError;
 }
 
 void ChangeWatcher::stop()

@@ -208,11 +208,11 @@ const char* const kCatalogue = "BrevQueryDefs";
 
 }  // namespace
 
-std::shared_ptr<SqliteConnection> SqliteConnection::Open(const QString& path, bool readOnly)
+std::shared_ptr<SqliteConnection> SqliteConnection::Open(const QString& path, bool readOnly, int busyWaitMs)
 {
     const QFileInfo info(path);
     if (path.isEmpty() || !info.exists() || info.isDir())
-        Raise(automation::ErrFileNotFoundDb, kSource, QStringLiteral("Could not find file '%1'.").arg(path));
+        Raise(automation::ErrFileNotFoundDb, kSource, QStringLiteral("Could not find file '%1'.").arg(DisplayPath(path)));
     std::shared_ptr<SqliteConnection> c(new SqliteConnection);
     c->path_ = path;
     // Never SQLITE_OPEN_CREATE: a missing file is an error, not a new empty database.
@@ -222,10 +222,10 @@ std::shared_ptr<SqliteConnection> SqliteConnection::Open(const QString& path, bo
     if (rc != SQLITE_OK) {
         const QString why = c->db_ ? QString::fromUtf8(sqlite3_errmsg(c->db_)) : QStringLiteral("out of memory");
         Raise(automation::ErrCannotOpenFile, kSource,
-              QStringLiteral("The database engine cannot open the file '%1' (%2).").arg(path, why));
+              QStringLiteral("The database engine cannot open the file '%1' (%2).").arg(DisplayPath(path), why));
     }
     // A writer in another process makes us wait a bounded time, then fail with a numbered error.
-    sqlite3_busy_timeout(c->db_, 5000);
+    sqlite3_busy_timeout(c->db_, busyWaitMs);
     sqlite3_extended_result_codes(c->db_, 0);
     // Reads go through a memory map of the file on a local disk: a refresh walks an index and
     // fetches its rows from all over the table, and one system call per row costs more than
@@ -252,11 +252,13 @@ std::shared_ptr<SqliteConnection> SqliteConnection::Open(const QString& path, bo
     if (prc == SQLITE_OK)
         prc = sqlite3_step(probe);
     sqlite3_finalize(probe);
+    if (prc == SQLITE_BUSY && busyWaitMs == 0)
+        return c;  // locked now: a caller that does not wait asks again later
     if (prc != SQLITE_ROW) {
         if (prc == SQLITE_NOTADB || prc == SQLITE_CORRUPT)
             Raise(automation::ErrNotADatabase, kSource,
-                  QStringLiteral("Unrecognized database format '%1'.").arg(path));
-        c->RaiseFor(prc, QStringLiteral("opening '%1'").arg(path));
+                  QStringLiteral("Unrecognized database format '%1'.").arg(DisplayPath(path)));
+        c->RaiseFor(prc, QStringLiteral("opening '%1'").arg(DisplayPath(path)));
     }
     return c;
 }

@@ -17,7 +17,11 @@ class SqliteConnection final : public Connection {
 public:
     // Error 3024 for a missing file, 3343 for a file that is not a database, 3051 when
     // the file cannot be opened. A `readOnly` connection never writes the file (a watcher's).
-    static std::shared_ptr<SqliteConnection> Open(const QString& path, bool readOnly = false);
+    // How long a statement waits for a lock another connection holds before error 3260 is
+    // `busyWaitMs`; with none (a watcher on the GUI thread), a file locked at the moment of
+    // opening is opened all the same, and its statements fail at once while the lock lasts.
+    static std::shared_ptr<SqliteConnection> Open(const QString& path, bool readOnly = false, int busyWaitMs = kBusyWaitMs);
+    static constexpr int kBusyWaitMs = 5000;
     ~SqliteConnection() override;
     SqliteConnection(const SqliteConnection&) = delete;
     SqliteConnection& operator=(const SqliteConnection&) = delete;
@@ -31,7 +35,8 @@ public:
     const QString& path() const { return path_; }
 
     Dialect dialect() const override { return Dialect::SQLite; }
-    QString DisplayName() const override { return path_; }
+    // A path that looks like a URI (a mistyped scheme) is shown without its user information.
+    QString DisplayName() const override { return DisplayPath(path_); }
     std::unique_ptr<Statement> Prepare(const QString& sql, const QStringList& parameterNames = {}) override;
     void Execute(const QString& sql) override;
     // On a second, read-only connection to the same file, while that connection is not
