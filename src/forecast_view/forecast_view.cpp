@@ -337,8 +337,12 @@ void ForecastViewPrivate::GetAllOpenWon()
         data::Recordset& rs = *da.recordset;
         const int status = rs.FieldIndex(QStringLiteral("DescriptorStatus"));
         const int wonDate = rs.FieldIndex(QStringLiteral("DateWonLostCancel"));
-        // Every won IBO's date is written, or none: one transaction for the refresh.
-        da.database->BeginTrans();
+        // Every won IBO's date is written, or none: one transaction for the refresh. It begins
+        // at the first date to write, after the rows are read: a refresh that writes nothing
+        // (every refresh but the first after an edit) takes no write lock at all, and one that
+        // writes holds it for its writes alone, so open windows do not queue behind each
+        // other's reads, nor a host's own save behind them.
+        bool writing = false;
         try {
             while (!rs.Eof()) {
                 if (ToLong(rs.Field(status)) == 2) {
@@ -359,6 +363,10 @@ void ForecastViewPrivate::GetAllOpenWon()
                     // the table ends up the same, and an unchanged row wakes no colleague's
                     // ChangeWatcher, so open forecast views do not keep refreshing each other.
                     if (!(rs.Field(fi.DateWWIH) == won)) {
+                        if (!writing) {
+                            da.database->BeginTrans();
+                            writing = true;
+                        }
                         rs.Edit();
                         rs.SetField(QStringLiteral("DateWWIH"), won);
                         rs.Update();
@@ -366,9 +374,11 @@ void ForecastViewPrivate::GetAllOpenWon()
                 }
                 rs.MoveNext();
             }
-            da.database->CommitTrans();
+            if (writing)
+                da.database->CommitTrans();
         } catch (...) {
-            IgnoringErrors([&] { da.database->Rollback(); });
+            if (writing)
+                IgnoringErrors([&] { da.database->Rollback(); });
             throw;
         }
         rs.SetSort(detail::ForecastSort());
