@@ -16,18 +16,22 @@ bool IsServerUri(const QString& path)
 
 QString DisplayPath(const QString& path)
 {
-    if (!IsServerUri(path))
+    // Any URI, whatever its scheme (a mistyped one names no server, but may hold a password):
+    // only what names the server and the database, no user information, no options.
+    const qsizetype scheme = path.indexOf(QLatin1String("://"));
+    if (scheme < 0)
         return path;
-    // Only what names the server and the database: no user information, no options (a
-    // "password=" may stand among them).
-    const qsizetype schemeEnd = path.indexOf(QLatin1String("://")) + 3;
+    const qsizetype schemeEnd = scheme + 3;
     QString rest = path.mid(schemeEnd);
+    // The user information ends at the last '@' before the options (whose values hold '='):
+    // a password may hold '?', '/' or '@' itself.
+    const qsizetype firstEquals = rest.indexOf(QLatin1Char('='));
+    const qsizetype at = rest.lastIndexOf(QLatin1Char('@'), firstEquals < 0 ? -1 : firstEquals);
+    if (at >= 0 && (firstEquals < 0 || at < firstEquals))
+        rest.remove(0, at + 1);
     const qsizetype query = rest.indexOf(QLatin1Char('?'));
     if (query >= 0)
         rest.truncate(query);
-    const qsizetype at = rest.lastIndexOf(QLatin1Char('@'));
-    if (at >= 0)
-        rest.remove(0, at + 1);
     return path.left(schemeEnd) + rest;
 }
 

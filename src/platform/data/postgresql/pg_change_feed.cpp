@@ -30,7 +30,8 @@ QByteArray Quoted(pg_conn* conn, const QString& text, bool identifier)
 }  // namespace
 
 PgChangeFeed::PgChangeFeed(QString uri, QString userName, QString password, QString channel, QStringList tables, Callbacks callbacks)
-    : uri_(std::move(uri)), user_(std::move(userName)), password_(std::move(password)), display_(DisplayPath(uri_)),
+    : uri_(std::move(uri)), user_(std::move(userName)), password_(std::move(password)), filter_(uri_, user_, password_),
+      display_(filter_.Display()),
       channel_(std::move(channel)), tables_(std::move(tables)), callbacks_(std::move(callbacks))
 {
 }
@@ -46,11 +47,9 @@ void PgChangeFeed::Open()
 {
     Close();
     context_ = std::make_unique<QObject>();
-    // A watcher's session is quiet for hours: keepalives find a vanished server or network
-    // within about a minute instead of the system's two hours. The URI may say otherwise.
-    const PgConnectParams params(uri_, user_, password_,
-                                 {{"keepalives", "1"}, {"keepalives_idle", "30"}, {"keepalives_interval", "10"},
-                                  {"keepalives_count", "3"}});
+    // A watcher's session is quiet for hours: the session's keepalives find a vanished server
+    // or network within about a minute instead of the system's two hours.
+    const PgConnectParams params(uri_, user_, password_);
     conn_ = PQconnectStartParams(params.keys(), params.values(), 1);
     if (!conn_) {
         Fail(RuntimeError(automation::ErrOutOfMemory, kSource, QStringLiteral("Out of memory connecting to %1").arg(display_)));
@@ -251,7 +250,7 @@ void PgChangeFeed::Subscribe()
 void PgChangeFeed::FailOpening()
 {
     try {
-        RaisePgOpenFailure(conn_, display_);
+        RaisePgOpenFailure(conn_, filter_);
     } catch (const RuntimeError& e) {
         Fail(e);
     }
@@ -259,7 +258,7 @@ void PgChangeFeed::FailOpening()
 
 void PgChangeFeed::FailLost()
 {
-    const QString why = QString::fromUtf8(PQerrorMessage(conn_)).trimmed();
+    const QString why = filter_.Clean(QString::fromUtf8(PQerrorMessage(conn_)).trimmed());
     Fail(RuntimeError(automation::ErrDiskIo, kSource,
                       QStringLiteral("Disk or network error: the connection to %1 was lost. %2").arg(display_, why)));
 }

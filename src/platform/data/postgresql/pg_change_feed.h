@@ -11,6 +11,7 @@
 #include <QStringList>
 
 #include "../change_feed.h"
+#include "../credential_filter.h"
 
 struct pg_conn;
 class QSocketNotifier;
@@ -47,7 +48,9 @@ private:
     // Runs `f` from the event loop, unless the feed is closed or gone by then.
     void Later(std::function<void()> f);
 
-    QString uri_, user_, password_, display_, channel_;
+    QString uri_, user_, password_;
+    CredentialFilter filter_;  // what libpq says passes through it
+    QString display_, channel_;
     QStringList tables_;
     Callbacks callbacks_;
     pg_conn* conn_ = nullptr;
