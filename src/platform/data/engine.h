@@ -105,6 +105,9 @@ public:
     // (see ReadAhead): an engine whose session the caller goes on using sends the statement
     // now, so that the reading thread only ever receives rows. A failure raises.
     virtual void Launch() {}
+    // Asks the engine, from any thread, to stop a running statement's rows: a read let go
+    // before its end. The statement's next Step then ends it (an error or no more rows).
+    virtual void Interrupt() {}
 
     virtual int ColumnCount() const = 0;
     virtual QString ColumnName(int column) const = 0;

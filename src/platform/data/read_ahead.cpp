@@ -22,7 +22,20 @@ ReadAhead::ReadAhead(std::unique_ptr<Statement> stmt, int columns) : ReadAhead(*
 ReadAhead::ReadAhead(Statement& stmt, int columns) : stmt_(&stmt), columns_(columns)
 {
     stmt_->Launch();
-    thread_ = std::thread([this] { Run(); });
+    thread_ = std::thread([this] {
+        // Nothing may leave the thread (that would end the process): a failure outside a
+        // row's reading, such as no memory for a batch, reaches the caller as the read's end.
+        try {
+            Run();
+        } catch (...) {
+            {
+                std::lock_guard<std::mutex> lock(mutex_);
+                failure_ = std::current_exception();
+                ended_ = true;
+            }
+            changed_.notify_all();
+        }
+    });
     ++t_started;
 }
 
@@ -33,11 +46,17 @@ quint64 ReadAhead::StartedOnThisThread()
 
 ReadAhead::~ReadAhead()
 {
+    bool reading = false;
     {
         std::lock_guard<std::mutex> lock(mutex_);
         stop_ = true;
+        reading = !ended_;
     }
     changed_.notify_all();
+    // A read let go before its end: the engine stops sending rows instead of the thread
+    // receiving them all (or waiting on a server that has stopped answering).
+    if (reading)
+        stmt_->Interrupt();
     thread_.join();
 }
 
@@ -78,6 +97,7 @@ void ReadAhead::Run()
         const bool last = batch->end || batch->error;
         {
             std::unique_lock<std::mutex> lock(mutex_);
+            ended_ = last;
             changed_.wait(lock, [this] { return stop_ || ready_.size() < kAhead; });
             if (stop_)
                 return;
@@ -110,7 +130,14 @@ bool ReadAhead::Next()
         std::unique_ptr<Batch> next;
         {
             std::unique_lock<std::mutex> lock(mutex_);
-            changed_.wait(lock, [this] { return !ready_.empty(); });
+            changed_.wait(lock, [this] { return !ready_.empty() || failure_; });
+            if (ready_.empty()) {
+                std::exception_ptr failure = failure_;
+                failure_ = nullptr;
+                ready_.push_back(std::make_unique<Batch>());  // what comes after it: the end
+                ready_.back()->end = true;
+                std::rethrow_exception(failure);
+            }
             next = std::move(ready_.front());
             ready_.pop_front();
             if (current_)

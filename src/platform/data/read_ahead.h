@@ -67,6 +67,8 @@ private:
     std::deque<std::unique_ptr<Batch>> ready_;   // read, not yet handed over
     std::vector<std::unique_ptr<Batch>> spare_;  // handed back, to be filled again
     bool stop_ = false;
+    bool ended_ = false;              // the reader has read the statement's last row (or its error)
+    std::exception_ptr failure_;      // what ended the reading thread outside a row
 
     std::unique_ptr<Batch> current_;  // the caller's batch
     int row_ = -1;

@@ -2,12 +2,19 @@
 
 #include <libpq-fe.h>
 
+#include <poll.h>
+
+#include <cerrno>
 #include <charconv>
+#include <chrono>
 #include <cmath>
 #include <deque>
+#include <future>
 #include <mutex>
+#include <thread>
 
 #include "../../automation/runtime_error.h"
+#include "pg_kept_rows.h"
 
 namespace BrevView::data {
 namespace {
@@ -24,6 +31,12 @@ QString Utf8(const char* text)
 {
     return QString::fromUtf8(text ? text : "").trimmed();
 }
+
+// How long a statement waits for the server to send anything before the session is given up
+// (error 3043): a server stopped or a network gone silent never holds the caller longer.
+std::atomic<int> g_silenceLimitMs = PgConnection::kSilenceLimitMs;
+// How long letting go of a read waits for the server to take the request to stop it.
+constexpr int kCancelWaitMs = 2000;
 
 // One result, freed with its owner.
 struct Result {
@@ -54,8 +67,6 @@ public:
     {
         Abandon();
         PQclear(row_);
-        for (PGresult* r : kept_)
-            PQclear(r);
         conn_.Forget(this, name_, generation_);
     }
 
@@ -79,12 +90,17 @@ public:
             lock.lock();
         PQclear(row_);
         row_ = nullptr;
+        fromKept_ = false;
         if (finished_)
             return false;
         if (!running_)
             Run();
         if (finished_)
             return false;
+        if (kept_ && kept_->Next()) {
+            fromKept_ = true;
+            return true;
+        }
         PGresult* next = Next();
         if (!next) {
             finished_ = true;
@@ -101,11 +117,19 @@ public:
             Run();
     }
 
+    void Interrupt() override
+    {
+        // Not under receiving_: the reading thread holds it while it waits for a row.
+        if (reading_)
+            conn_.Cancel();
+    }
+
     void Reset() override
     {
         Abandon();
         PQclear(row_);
         row_ = nullptr;
+        fromKept_ = false;
         running_ = false;
         finished_ = false;
     }
@@ -137,6 +161,11 @@ public:
     }
     const char* Text(int column, int* length) override
     {
+        if (fromKept_) {
+            const StoredCell& cell = kept_->Cell(column);
+            *length = int(cell.len);
+            return kept_->TextOf(cell);
+        }
         *length = PQgetlength(row_, 0, column);
         return PQgetvalue(row_, 0, column);
     }
@@ -146,36 +175,72 @@ public:
     {
         for (int c = 0; c < columns; ++c) {
             cells[c] = Read(c);
-            if (cells[c].type == CellType::Text)
-                cells[c].i = text.Append(PQgetvalue(row_, 0, c), cells[c].len);
+            if (cells[c].type == CellType::Text) {
+                int length = 0;
+                cells[c].i = text.Append(Text(c, &length), cells[c].len);
+            }
         }
     }
 
-    // Another statement needs the session: read what is left of this one's rows and keep them.
+    // Another statement needs the session: read what is left of this one's rows and keep
+    // them (a bounded number in memory, see PgKeptRows). A failure is this read's own: it
+    // comes due after the rows before it, and the session is free for the other statement.
     void Keep()
     {
         std::lock_guard<std::mutex> lock(receiving_);
         if (!reading_)
             return;  // the last row came meanwhile
-        while (PGresult* r = Receive())
-            kept_.push_back(r);
+        if (!kept_)
+            kept_ = std::make_unique<PgKeptRows>(int(types_.size()));
+        try {
+            while (PGresult* r = Receive()) {
+                if (PQresultStatus(r) != PGRES_SINGLE_TUPLE) {
+                    keptFailure_ = r;
+                    continue;
+                }
+                Result row(r);
+                if (keptError_)
+                    continue;  // no room for it: the read ends in keptError_, the session is freed
+                try {
+                    TextBuffer* text = nullptr;
+                    StoredCell* cells = kept_->NewRow(&text);
+                    for (int c = 0; c < int(types_.size()); ++c) {
+                        cells[c] = ReadCell(row.r, c);
+                        if (cells[c].type == CellType::Text)
+                            cells[c].i = text->Append(PQgetvalue(row.r, 0, c), cells[c].len);
+                    }
+                    kept_->Added();
+                } catch (...) {
+                    keptError_ = std::current_exception();
+                }
+            }
+        } catch (...) {
+            if (!keptError_)
+                keptError_ = std::current_exception();
+        }
         reading_ = false;
+        conn_.Finished(this);
     }
+
+    // Rows of this read held in memory while kept (for tests of the bound).
+    qint64 KeptRowsInMemory() const { return kept_ ? kept_->RowsInMemory() : 0; }
 
 private:
     // The current row's cell `column` as its column's type makes it: a number in place (read
     // in the C form whatever the process locale: the server writes a point), a text's length
-    // (its bytes stay in the result).
-    StoredCell Read(int column) const
+    // (its bytes stay in the result, or in the kept rows).
+    StoredCell Read(int column) const { return fromKept_ ? kept_->Cell(column) : ReadCell(row_, column); }
+
+    StoredCell ReadCell(const PGresult* row, int column) const
     {
         StoredCell cell;
         cell.i = 0;
         cell.len = 0;
         cell.type = CellType::Null;
-        if (PQgetisnull(row_, 0, column))
+        if (PQgetisnull(row, 0, column))
             return cell;
-        const char* value = PQgetvalue(row_, 0, column);
-        const int length = PQgetlength(row_, 0, column);
+        const char* value = PQgetvalue(row, 0, column);
+        const int length = PQgetlength(row, 0, column);
         switch (types_[size_t(column)]) {
         case kBool:
             cell.type = CellType::Int;
@@ -219,16 +284,25 @@ private:
     {
         generation_ = conn_.Ready(nullptr);
         name_ = conn_.NextStatementName();
-        Result prepared(PQprepare(conn_.handle(), name_.constData(), sql_.constData(), 0, nullptr));
+        const QString preparing = QStringLiteral("Preparing \"%1\"").arg(QString::fromUtf8(sql_.left(200)));
+        if (!PQsendPrepare(conn_.handle(), name_.constData(), sql_.constData(), 0, nullptr))
+            conn_.RaiseFor(nullptr, preparing);
+        Result prepared(conn_.Collect(preparing));
         if (PQresultStatus(prepared.r) != PGRES_COMMAND_OK) {
             const QString what = QStringLiteral("Preparing \"%1\"").arg(QString::fromUtf8(sql_.left(200)));
             name_.clear();
             conn_.RaiseFor(prepared.r, what);
         }
-        Result described(PQdescribePrepared(conn_.handle(), name_.constData()));
+        if (!PQsendDescribePrepared(conn_.handle(), name_.constData()))
+            conn_.RaiseFor(nullptr, preparing);
+        Result described(conn_.Collect(preparing));
         if (PQresultStatus(described.r) != PGRES_COMMAND_OK)
             conn_.RaiseFor(described.r, QStringLiteral("Describing \"%1\"").arg(QString::fromUtf8(sql_.left(200))));
-        values_.assign(size_t(PQnparams(described.r)), QByteArray());
+        // Prepared again on a session opened anew, the statement keeps the values bound to it:
+        // an UPDATE whose key went Null would write nothing and say nothing.
+        const size_t parameters = size_t(PQnparams(described.r));
+        if (values_.size() != parameters)
+            values_.assign(parameters, QByteArray());
         const int fields = PQnfields(described.r);
         types_.resize(size_t(fields));
         columnNames_.clear();
@@ -281,10 +355,16 @@ private:
     // The next row's result, or null after the last; a failure raises.
     PGresult* Next()
     {
-        if (!kept_.empty()) {
-            PGresult* r = kept_.front();
-            kept_.pop_front();
+        if (keptFailure_) {
+            PGresult* r = keptFailure_;
+            keptFailure_ = nullptr;
             return Check(r);
+        }
+        if (keptError_) {
+            std::exception_ptr error = keptError_;
+            keptError_ = nullptr;
+            finished_ = true;
+            std::rethrow_exception(error);
         }
         if (!reading_)
             return nullptr;
@@ -300,6 +380,7 @@ private:
     PGresult* Receive()
     {
         for (;;) {
+            conn_.Await(What());
             PGresult* r = PQgetResult(conn_.handle());
             if (!r)
                 return nullptr;
@@ -328,23 +409,37 @@ private:
             // hands it back.
             conn_.RaiseFor(failed.r, What());
         } catch (...) {
-            Abandon();
+            Abandon(false);  // the server ended it: nothing to stop
             throw;
         }
     }
 
-    // Drops whatever this statement still has coming.
-    void Abandon()
+    // Drops whatever this statement still has coming: a read let go before its end asks the
+    // server to stop sending, instead of receiving every remaining row.
+    void Abandon(bool cancel = true)
     {
         if (reading_) {
-            while (PGresult* r = PQgetResult(conn_.handle()))
-                PQclear(r);
             reading_ = false;
+            if (cancel)
+                conn_.Cancel();
+            try {
+                for (;;) {
+                    conn_.Await(What());
+                    PGresult* r = PQgetResult(conn_.handle());
+                    if (!r)
+                        break;
+                    PQclear(r);
+                }
+            } catch (const std::exception&) {
+                // The server stopped answering: the session is given up, and opened again
+                // at the next statement.
+            }
             conn_.Finished(this);
         }
-        for (PGresult* r : kept_)
-            PQclear(r);
-        kept_.clear();
+        kept_.reset();
+        PQclear(keptFailure_);
+        keptFailure_ = nullptr;
+        keptError_ = nullptr;
     }
 
     PgConnection& conn_;
@@ -356,26 +451,26 @@ private:
     std::vector<Oid> types_;
     QStringList columnNames_;
     PGresult* row_ = nullptr;
-    std::deque<PGresult*> kept_;
+    bool fromKept_ = false;              // the current row is kept_'s, not row_
+    std::unique_ptr<PgKeptRows> kept_;   // rows received to free the session, not yet read
+    PGresult* keptFailure_ = nullptr;    // the server's failure after the kept rows
+    std::exception_ptr keptError_;       // or ours (the session lost, no room to keep them)
     std::mutex receiving_;   // held while a row is received, or the rest kept
     bool launched_ = false;  // stepped by a reading thread (set before it starts)
     bool running_ = false;   // sent since the last Reset
-    bool reading_ = false;   // rows still to come from the session
+    std::atomic<bool> reading_ = false;  // rows still to come from the session
     bool finished_ = false;
 };
 
-PgConnectParams::PgConnectParams(const QString& uri, const QString& userName, const QString& password,
-                                 std::initializer_list<std::pair<const char*, const char*>> defaults)
+PgConnectParams::PgConnectParams(const QString& uri, const QString& userName, const QString& password)
     : uri_(uri.toUtf8()), user_(userName.toUtf8()), password_(password.toUtf8())
 {
     // Keywords before "dbname" are defaults that the URI may set otherwise; those after it
-    // take the URI's place.
-    keys_ = {"connect_timeout", "application_name"};
-    values_ = {"10", "BrevView"};
-    for (const auto& [key, value] : defaults) {
-        keys_.push_back(key);
-        values_.push_back(value);
-    }
+    // take the URI's place. Keepalives and a bound on unacknowledged data: a network that goes
+    // away without a word closes the session within about a minute instead of never.
+    keys_ = {"connect_timeout", "application_name", "keepalives", "keepalives_idle", "keepalives_interval",
+             "keepalives_count", "tcp_user_timeout"};
+    values_ = {"10", "BrevView", "1", "30", "10", "3", "60000"};
     keys_.insert(keys_.end(), {"dbname", "client_encoding"});
     values_.insert(values_.end(), {uri_.constData(), "UTF8"});
     if (!user_.isEmpty()) {
@@ -393,7 +488,8 @@ PgConnectParams::PgConnectParams(const QString& uri, const QString& userName, co
 std::shared_ptr<PgConnection> PgConnection::Open(const QString& uri, const QString& userName, const QString& password)
 {
     std::shared_ptr<PgConnection> c(new PgConnection);
-    c->display_ = DisplayPath(uri);
+    c->filter_ = CredentialFilter(uri, userName, password);
+    c->display_ = c->filter_.Display();
     const PgConnectParams params(uri, userName, password);
     c->conn_ = PQconnectdbParams(params.keys(), params.values(), 1);
     if (!c->conn_)
@@ -410,6 +506,82 @@ PgConnection::~PgConnection()
         PQfinish(conn_);
 }
 
+void PgConnection::SetSilenceLimitForTesting(int ms)
+{
+    g_silenceLimitMs = ms > 0 ? ms : kSilenceLimitMs;
+}
+
+void PgConnection::Await(const QString& what)
+{
+    using Clock = std::chrono::steady_clock;
+    if (silent_)
+        RaiseFor(nullptr, what);
+    const auto limit = std::chrono::milliseconds(g_silenceLimitMs.load());
+    auto deadline = Clock::now() + limit;
+    while (PQisBusy(conn_)) {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
+        if (left <= 0) {
+            // Nothing can be sent on this session any more (the server may still be halfway
+            // through a message): it is given up, and opened anew at the next statement.
+            silent_ = true;
+            Raise(automation::ErrDiskIo, kSource,
+                  QStringLiteral("Disk or network error: the server sent nothing for %1 seconds. %2 failed on %3.")
+                      .arg(limit.count() / 1000.0)
+                      .arg(what, display_));
+        }
+        pollfd p{PQsocket(conn_), POLLIN, 0};
+        const int ready = ::poll(&p, 1, int(std::min<qint64>(left, 1000)));
+        if (ready < 0 && errno != EINTR)
+            return;  // PQgetResult reports what is wrong with the socket
+        if (ready > 0) {
+            if (!PQconsumeInput(conn_))
+                return;
+            deadline = Clock::now() + limit;
+        }
+    }
+}
+
+pg_result* PgConnection::Collect(const QString& what)
+{
+    // As PQexec: the last result, or the first failure.
+    Result last;
+    for (;;) {
+        Await(what);
+        PGresult* r = PQgetResult(conn_);
+        if (!r)
+            break;
+        if (last.r && PQresultStatus(last.r) == PGRES_FATAL_ERROR) {
+            PQclear(r);
+            continue;
+        }
+        PQclear(last.r);
+        last.r = r;
+    }
+    PGresult* r = last.r;
+    last.r = nullptr;
+    return r;
+}
+
+void PgConnection::Cancel()
+{
+    if (silent_ || PQstatus(conn_) != CONNECTION_OK)
+        return;
+    // On a thread of its own, waited for a bounded time: a server that accepts the
+    // connection and then says nothing would hold the caller as long as it likes.
+    PGcancel* cancel = PQgetCancel(conn_);
+    if (!cancel)
+        return;
+    auto sent = std::make_shared<std::promise<void>>();
+    std::future<void> done = sent->get_future();
+    std::thread([cancel, sent] {
+        char why[256];
+        PQcancel(cancel, why, int(sizeof why));
+        PQfreeCancel(cancel);
+        sent->set_value();
+    }).detach();
+    done.wait_for(std::chrono::milliseconds(kCancelWaitMs));
+}
+
 void PgConnection::Configure()
 {
     // The server's notices (a dropped object's cascade, a deprecation) are not the host's
@@ -417,15 +589,20 @@ void PgConnection::Configure()
     PQsetNoticeProcessor(conn_, [](void*, const char*) {}, nullptr);
     // What the data objects read and write relies on: dates as 'yyyy-mm-dd hh:mm:ss', and a
     // bounded wait for a row another session holds (error 3260 after it, never a hang).
-    Result r(Run("SET DateStyle = 'ISO, MDY'; SET lock_timeout = '5s'; SET extra_float_digits = 1",
+    // The Jet string literals are translated for standard strings (a backslash is a character),
+    // whatever the server's default. A statement that runs past a minute is ended by the
+    // server (error 3043): a refresh of a million IBOs takes a few seconds.
+    Result r(Run("SET DateStyle = 'ISO, MDY'; SET lock_timeout = '5s'; SET extra_float_digits = 1; "
+                 "SET standard_conforming_strings = on; SET statement_timeout = '60s'",
                  QStringLiteral("Configuring the session")));
+
 }
 
-void RaisePgOpenFailure(pg_conn* conn, const QString& display)
+void RaisePgOpenFailure(pg_conn* conn, const CredentialFilter& filter)
 {
     // A failed session has no SQLSTATE: libpq's message tells what refused it.
     const QString why = Utf8(PQerrorMessage(conn));
-    const QString what = QStringLiteral("Connecting to %1 failed: %2").arg(display, why);
+    const QString what = QStringLiteral("Connecting to %1 failed: %2").arg(filter.Display(), filter.Clean(why));
     if (why.contains(QLatin1String("authentication failed")) || why.contains(QLatin1String("no password supplied")) ||
         why.contains(QLatin1String("password")) ||
         (why.contains(QLatin1String("role \"")) && why.contains(QLatin1String("does not exist"))))
@@ -439,7 +616,7 @@ void RaisePgOpenFailure(pg_conn* conn, const QString& display)
 
 void PgConnection::RaiseOpenFailure() const
 {
-    RaisePgOpenFailure(conn_, display_);
+    RaisePgOpenFailure(conn_, filter_);
 }
 
 void PgConnection::RaiseFor(const pg_result* result, const QString& what) const
@@ -448,8 +625,9 @@ void PgConnection::RaiseFor(const pg_result* result, const QString& what) const
     QString why = result ? Utf8(PQresultErrorMessage(result)) : QString();
     if (why.isEmpty())
         why = Utf8(PQerrorMessage(conn_));
-    const QString text = QStringLiteral("%1 failed on %2: %3").arg(what, display_, why);
-    if (PQstatus(conn_) == CONNECTION_BAD || state.startsWith("08") || state.startsWith("57P"))
+    const QString text = QStringLiteral("%1 failed on %2: %3").arg(what, display_, filter_.Clean(why));
+    if (PQstatus(conn_) == CONNECTION_BAD || silent_ || state.startsWith("08") || state.startsWith("57P") ||
+        state == "57014")
         Raise(automation::ErrDiskIo, kSource, QStringLiteral("Disk or network error: the connection to the server was lost. ") + text);
     if (state == "55P03" || state == "40P01" || state == "40001")
         Raise(automation::ErrLocked, kSource, QStringLiteral("Couldn't update; currently locked. ") + text);
@@ -490,9 +668,20 @@ void PgConnection::Drain(bool raise)
     if (PQpipelineStatus(conn_) == PQ_PIPELINE_OFF)
         return;
     deferred_ = 0;
+    if (silent_) {
+        if (raise)
+            RaiseFor(nullptr, QStringLiteral("Writing the changes"));
+        return;
+    }
     PQpipelineSync(conn_);
     PGresult* failed = nullptr;
     for (;;) {
+        try {
+            Await(QStringLiteral("Writing the changes"));
+        } catch (const RuntimeError&) {
+            PQclear(failed);
+            throw;
+        }
         PGresult* r = PQgetResult(conn_);
         if (!r) {
             // A null ends each statement's answers; on a lost session nothing more comes.
@@ -526,10 +715,11 @@ quint64 PgConnection::Ready(PgStatement* next)
         for (int i = 0; i < 2 && PQconsumeInput(conn_); ++i) {
         }
     }
-    if (PQstatus(conn_) == CONNECTION_BAD) {
+    if (PQstatus(conn_) == CONNECTION_BAD || silent_) {
         if (inTransaction_)
             RaiseFor(nullptr, QStringLiteral("Continuing the transaction"));
         // Outside a transaction nothing is lost: open the session again.
+        silent_ = false;
         PQreset(conn_);
         if (PQstatus(conn_) != CONNECTION_OK)
             RaiseOpenFailure();
@@ -544,7 +734,8 @@ quint64 PgConnection::Ready(PgStatement* next)
         for (const QByteArray& name : stale_)
             sql += "DEALLOCATE " + name + ";";
         stale_.clear();
-        PQclear(PQexec(conn_, sql.constData()));
+        if (PQsendQuery(conn_, sql.constData()))
+            PQclear(Collect(QStringLiteral("Releasing statements")));
     }
     if (next)
         active_ = next;
@@ -577,7 +768,11 @@ pg_result* PgConnection::Run(const QByteArray& sql, const QString& what)
 {
     TakeBack(nullptr);
     Drain(true);
-    PGresult* r = PQexec(conn_, sql.constData());
+    if (silent_)
+        RaiseFor(nullptr, what);
+    if (!PQsendQuery(conn_, sql.constData()))
+        RaiseFor(nullptr, what);
+    PGresult* r = Collect(what);
     const ExecStatusType status = PQresultStatus(r);
     if (status != PGRES_COMMAND_OK && status != PGRES_TUPLES_OK) {
         Result failed(r);
@@ -595,7 +790,9 @@ pg_result* PgConnection::RunParams(const QByteArray& sql, const std::vector<QByt
     std::vector<const char*> raw;
     for (const QByteArray& v : values)
         raw.push_back(v.constData());
-    PGresult* r = PQexecParams(conn_, sql.constData(), int(raw.size()), nullptr, raw.data(), nullptr, nullptr, 0);
+    if (!PQsendQueryParams(conn_, sql.constData(), int(raw.size()), nullptr, raw.data(), nullptr, nullptr, 0))
+        RaiseFor(nullptr, what);
+    PGresult* r = Collect(what);
     const ExecStatusType status = PQresultStatus(r);
     if (status != PGRES_COMMAND_OK && status != PGRES_TUPLES_OK) {
         Result failed(r);
@@ -645,8 +842,10 @@ void PgConnection::Commit()
 void PgConnection::Rollback()
 {
     inTransaction_ = false;
+    if (silent_)
+        return;  // given up: the server rolls it back when the session ends
     Drain(false);
-    if (PQstatus(conn_) == CONNECTION_BAD)
+    if (PQstatus(conn_) == CONNECTION_BAD || silent_)
         return;  // the server rolled it back when the session ended
     Result r(Run("ROLLBACK", QStringLiteral("Rolling back")));
 }
@@ -700,12 +899,15 @@ void PgConnection::SaveQuery(const QString& name, const QString& sql)
     const QByteArray n = name.toUtf8();
     const QByteArray s = sql.toUtf8();
     const char* values[] = {n.constData(), s.constData()};
-    Result r(PQexecParams(conn_, "INSERT INTO brevquerydefs (name, sql) VALUES ($1, $2)", 2, nullptr, values, nullptr, nullptr, 0));
+    const QString saving = QStringLiteral("Saving query '%1'").arg(name);
+    if (!PQsendQueryParams(conn_, "INSERT INTO brevquerydefs (name, sql) VALUES ($1, $2)", 2, nullptr, values, nullptr, nullptr, 0))
+        RaiseFor(nullptr, saving);
+    Result r(Collect(saving));
     if (PQresultStatus(r.r) == PGRES_COMMAND_OK)
         return;
     if (QByteArray(PQresultErrorField(r.r, PG_DIAG_SQLSTATE)) == "23505")
         Raise(automation::ErrObjectExists, kSource, QStringLiteral("Object '%1' already exists.").arg(name));
-    RaiseFor(r.r, QStringLiteral("Saving query '%1'").arg(name));
+    RaiseFor(r.r, saving);
 }
 
 }  // namespace BrevView::data

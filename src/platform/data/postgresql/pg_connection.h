@@ -14,7 +14,6 @@
 // statement fails with error 3043 and the transaction is lost.
 
 #include <atomic>
-#include <initializer_list>
 #include <map>
 #include <utility>
 #include <memory>
@@ -23,6 +22,7 @@
 #include <QByteArray>
 #include <QString>
 
+#include "../credential_filter.h"
 #include "../engine.h"
 
 struct pg_conn;
@@ -33,12 +33,12 @@ namespace BrevView::data {
 class PgStatement;
 
 // The keywords and values a session is opened with: the URI, the user name and password that
-// take the place of the URI's own when given, and defaults the URI may set otherwise. Holds
+// take the place of the URI's own when given, and defaults (timeouts, keepalives) the URI
+// may set otherwise. Holds
 // the password only as long as it lives; it is never written anywhere.
 class PgConnectParams {
 public:
-    PgConnectParams(const QString& uri, const QString& userName, const QString& password,
-                    std::initializer_list<std::pair<const char*, const char*>> defaults = {});
+    PgConnectParams(const QString& uri, const QString& userName, const QString& password);
     PgConnectParams(const PgConnectParams&) = delete;
     PgConnectParams& operator=(const PgConnectParams&) = delete;
     // Null-terminated, for PQconnectdbParams and PQconnectStartParams with expand_dbname 1.
@@ -52,7 +52,8 @@ private:
 
 // Raises the numbered error for a session that did not open: 3029 authentication refused,
 // 3024 no such database, 3033 no permission, 3151 server unreachable or refused (TLS included).
-[[noreturn]] void RaisePgOpenFailure(pg_conn* conn, const QString& display);
+// libpq's reason is told through `filter`: it may echo the URI or name the user.
+[[noreturn]] void RaisePgOpenFailure(pg_conn* conn, const CredentialFilter& filter);
 
 class PgConnection final : public Connection {
 public:
@@ -81,6 +82,12 @@ public:
     // The server's process id for this session (tests end it from another session).
     int BackendPid() const;
 
+    // How long a statement waits for the server to send anything before the session is given
+    // up with error 3043; the next statement outside a transaction opens it anew.
+    static constexpr int kSilenceLimitMs = 30000;
+    // A shorter limit for the tests that stop a server (0: the usual one again).
+    static void SetSilenceLimitForTesting(int ms);
+
     // Called by the statements.
     pg_conn* handle() const { return conn_; }
     // Makes the session ready for a new statement: opens it again when it was lost (outside
@@ -92,6 +99,14 @@ public:
     QByteArray NextStatementName();
     quint64 Generation() const { return generation_; }
     void SetChanges(qint64 changes) { changes_ = changes; }
+    // Waits, at most the silence limit, until the session's next result can be read without
+    // blocking; error 3043 past it (the session is then given up).
+    void Await(const QString& what);
+    // The results of what was just sent, as PQexec gives them: the last, or the first failure.
+    pg_result* Collect(const QString& what);
+    // Asks the server to stop the statement running on the session (from any thread); waits
+    // a bounded time for the request to be taken.
+    void Cancel();
     // Inside a transaction a statement without rows (the won-date UPDATEs) is sent without
     // waiting for its answer: the answers are read in one go before the next other statement
     // or the commit, and the first failure is raised then (the transaction is lost with it, as
@@ -116,6 +131,7 @@ private:
     void Drain(bool raise);
 
     pg_conn* conn_ = nullptr;
+    CredentialFilter filter_;
     QString display_;
     // The statement whose rows are streaming; its reading thread, if any, clears it at the end.
     std::atomic<PgStatement*> active_ = nullptr;
@@ -124,6 +140,7 @@ private:
     quint64 nextName_ = 0;
     qint64 changes_ = 0;
     bool inTransaction_ = false;
+    bool silent_ = false;  // given up after the server sent nothing for the silence limit
     int deferred_ = 0;  // statements sent and not yet answered
     bool catalogueKnown_ = false;
     std::map<QString, QString> keys_;
