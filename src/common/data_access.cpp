@@ -74,13 +74,13 @@ void CleanupDataAccess(DataAccessState& state, const DataAccessTraits& traits)
 std::shared_ptr<data::QueryDef> GetStoredQuery(data::Database* database, const QString& name, const QString& sql)
 {
     std::shared_ptr<data::QueryDef> query;
-    // A server session that cannot be opened again (the server down or refusing) is not a
-    // missing query: that error reaches the caller instead of "Object variable not set".
-    // An embedded database never raises it.
+    // A server session that cannot be opened again (the server down or refusing), or a
+    // lookup whose reading failed (a server gone silent, a disk error), is not a missing
+    // query: that error reaches the caller instead of "Object variable not set".
     try {
         query = database->QueryDefs(name);
     } catch (const RuntimeError& e) {
-        if (e.number() == automation::ErrConnectionFailed)
+        if (e.number() == automation::ErrConnectionFailed || e.number() == automation::ErrDiskIo)
             throw;
     } catch (const std::exception&) {
         // skipped, as an "ignore errors" procedure does

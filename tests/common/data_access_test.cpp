@@ -151,6 +151,7 @@ TEST_F(DataAccessTest, FlatViewQueriesHaveTheirExactTexts)
 
 TEST_F(DataAccessTest, MissingStoredQueryIsCreatedOnceAndFoundLater)
 {
+    ForgetStoredQueries(path_);
     UseRecordingTrace();
     DataAccessState s = StateFor(path_);
     detail::SetupDataAccess(s, kFlat);

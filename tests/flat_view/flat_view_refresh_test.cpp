@@ -116,6 +116,7 @@ TEST_F(FlatViewTest, ArchiveListsEveryRowAndChangingSourceWaitsForRefresh)
 
 TEST_F(FlatViewTest, SecondRefreshOpensNoSecondWorkspace)
 {
+    ForgetStoredQueries(db_);
     View().Refresh();
     const int open = data::DBEngine::ForThisThread()->OpenWorkspaceCount();
     View().Refresh();

@@ -178,6 +178,7 @@ TEST_F(PriorityViewTest, NullWhereAConversionIsRequiredFailsThroughTheErrorTail)
 
 TEST_F(PriorityViewTest, StoredQueriesAreCreatedOnFirstUseAndUsedAsTheyStand)
 {
+    ForgetStoredQueries(db_);
     View().Refresh();
     EXPECT_EQ(QueryText(db_, QStringLiteral("SELECT Name FROM BrevQueryDefs ORDER BY Name")),
               QStringLiteral("V21_GetIbosForPriorityView\nV21_GetIbosForPriorityViewOverdues"));

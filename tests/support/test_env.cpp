@@ -71,8 +71,14 @@ void TestEnv::GrantRole(const QString& role, const QString& password, RoleRights
                       "GRANT SELECT ON ALL TABLES IN SCHEMA %3 TO %1;")
                       .arg(role, password, s);
     if (rights == RoleRights::ReadAndWrite)
-        sql += QStringLiteral("GRANT UPDATE (DateWWIH) ON %1.IboMain TO %2; GRANT INSERT ON %1.BrevQueryDefs TO %2;").arg(s, role);
+        sql += QStringLiteral("GRANT UPDATE (DateWWIH) ON %1.IboMain TO %2;").arg(s, role);
     Exec(PgTestServer::FromEnvironment().uri, sql);
+}
+
+void TestEnv::ForgetStoredQueries(const QString& path)
+{
+    if (OnPostgreSQL())
+        Exec(path, QStringLiteral("DELETE FROM BrevQueryDefs"));
 }
 
 bool TestEnv::OnPostgreSQL()

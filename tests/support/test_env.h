@@ -74,6 +74,9 @@ protected:
     enum class RoleRights { ReadOnly, ReadAndWrite };
     void GrantRole(const QString& role, const QString& password, RoleRights rights);
     static QString QueryText(const QString& path, const QString& sql);
+    // A database whose stored-query catalogue holds none of the views' queries (a host's own
+    // schema): the server's schema script stores them, an SQLite file has none to begin with.
+    static void ForgetStoredQueries(const QString& path);
 
     QTemporaryDir dir_;
     std::shared_ptr<RecordingTrace> trace_;

@@ -59,14 +59,30 @@ CREATE TABLE IF NOT EXISTS IboArchive (
 );
 CREATE INDEX IF NOT EXISTS IboArchive_ByDate ON IboArchive (DateWWIH NULLS FIRST);
 
--- The stored queries the views create on first use. A salesperson's role needs CREATE on
--- the schema for the views to create this table themselves; otherwise an administrator
--- runs this script once.
+-- The stored-query catalogue. A view creates a query missing from it on first use, where
+-- its role may write here.
 CREATE TABLE IF NOT EXISTS BrevQueryDefs (
     Name text NOT NULL,
     SQL  text NOT NULL
 );
 CREATE UNIQUE INDEX IF NOT EXISTS BrevQueryDefs_Name ON BrevQueryDefs (lower(Name));
+
+-- The stored queries the views read, made here by whoever may write this table (the
+-- administrator who runs this script), so that no salesperson's role needs to: a stored
+-- query is run as it stands by every colleague's view, so writing one is writing the SQL
+-- the whole team runs. A query already stored is left as it is.
+INSERT INTO BrevQueryDefs (Name, SQL) VALUES
+    ('V21_GetIbosForFlatViewFromMain',
+     'SELECT IboID, IboNumber, DateWWIH, ConFirstName, ConLastName, ConCompany, DescriptorUwwgi, DescriptorUwih, Product, IboValueNumeric, IboValueDecimal, DescriptorStatus, Note FROM IboMain WHERE ((RecStatusArchive = False) And (RecStatusDelete = False)) ORDER BY DateWWIH;'),
+    ('V21_GetIbosForFlatViewFromArchive',
+     'SELECT IboID, IboNumber, DateWWIH, ConFirstName, ConLastName, ConCompany, DescriptorUwwgi, DescriptorUwih, Product, IboValueNumeric, IboValueDecimal, DescriptorStatus, Note FROM IboArchive;'),
+    ('V21_GetIbosForForecastView',
+     'SELECT IboID,IboNumber,DateWWIH,ConFirstName,ConLastName,ConCompany, DescriptorUwwgi, DescriptorUwih, Product,IboValueNumeric, IboValueDecimal,DescriptorStatus,DateWonLostCancel, Note FROM IboMain WHERE ((DescriptorStatus=1) OR (DescriptorStatus=2)) AND ((RecStatusArchive=False) AND (RecStatusDelete=False))'),
+    ('V21_GetIbosForPriorityViewOverdues',
+     'SELECT DateWWIH, ConFirstName, ConLastName, ConCompany, DescriptorUwwgi, DescriptorUwih, IboValueNumeric, IboValueDecimal, Product, DateQualified, IboID, DescriptorPriority, IboNumber, Note FROM IboMain WHERE ((DescriptorStatus = 1) And (RecStatusArchive = False) And (RecStatusDelete = False) And (DateWWIH < Date())) ORDER BY DescriptorPriority, DateWWIH, IboValueNumeric, IboNumber;'),
+    ('V21_GetIbosForPriorityView',
+     'SELECT DateWWIH, ConFirstName, ConLastName, ConCompany, DescriptorUwwgi, DescriptorUwih, IboValueNumeric, IboValueDecimal, Product, DateQualified, IboID, DescriptorPriority, IboNumber, Note FROM IboMain WHERE ((DescriptorStatus = 1) And (RecStatusArchive = False) And (RecStatusDelete = False) And (DateWWIH >= Date()) And (DescriptorPriority = @Priority)) ORDER BY DateWWIH, IboValueNumeric, IboNumber;')
+ON CONFLICT (lower(Name)) DO NOTHING;
 
 -- Open views learn of a colleague's change through a notification on the channel
 -- "brev_ibos_changed", whose payload is the schema of the changed table. Statement-level

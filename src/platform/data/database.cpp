@@ -32,7 +32,7 @@ std::shared_ptr<QueryDef> Database::QueryDefs(const QString& name)
     if (!Conn().LookUpQuery(name, &text))
         automation::Raise(automation::ErrItemNotFound, kSource,
                           QStringLiteral("Item not found in this collection: query '%1'.").arg(name));
-    return std::make_shared<QueryDef>(conn_, name, text);
+    return std::make_shared<QueryDef>(conn_, name, text, QueryDef::Proof::WhenUsed);
 }
 
 std::shared_ptr<QueryDef> Database::CreateQueryDef(const QString& name, const QString& sql)

@@ -32,10 +32,18 @@ QString WithRowId(const QString& sql, QString* updateTable, const std::function<
     return sql.left(m.capturedEnd(1)) + QStringLiteral(", ") + key + QStringLiteral(" AS brev_rowid") + sql.mid(m.capturedEnd(1));
 }
 
-QueryDef::QueryDef(std::shared_ptr<Connection> connection, QString name, QString sql)
+QueryDef::QueryDef(std::shared_ptr<Connection> connection, QString name, QString sql, Proof proof)
     : conn_(std::move(connection)), name_(std::move(name)), sql_(std::move(sql))
 {
     translated_ = TranslateJetSql(sql_, conn_->dialect());
+    if (proof == Proof::Now)
+        Prove();
+}
+
+void QueryDef::Prove() const
+{
+    if (proved_)
+        return;
     // Preparing proves the text before anything relies on it.
     const std::unique_ptr<Statement> stmt = conn_->Prepare(translated_.text, translated_.parameters);
     const int count = stmt->ParameterCount();
@@ -44,15 +52,18 @@ QueryDef::QueryDef(std::shared_ptr<Connection> connection, QString name, QString
         if (!pname.isEmpty())
             parameterNames_.append(pname);
     }
+    proved_ = true;
 }
 
 QStringList QueryDef::ParameterNames() const
 {
+    Prove();
     return parameterNames_;
 }
 
 void QueryDef::SetParameter(const QString& name, const automation::Variant& value)
 {
+    Prove();
     bool known = false;
     for (const QString& p : parameterNames_)
         known = known || p.compare(name, Qt::CaseInsensitive) == 0;

@@ -20,7 +20,12 @@ class Connection;
 
 class QueryDef {
 public:
-    QueryDef(std::shared_ptr<Connection> connection, QString name, QString sql);
+    // How the text is proved: prepared at once (a query about to be stored, a temporary one),
+    // or only when its parameters or rows are first asked for (a query found stored, as the
+    // catalogue lookup must not wait on the tables it reads: a table another session locks
+    // is the recordset's error 3260, not a query not found).
+    enum class Proof { Now, WhenUsed };
+    QueryDef(std::shared_ptr<Connection> connection, QString name, QString sql, Proof proof = Proof::Now);
 
     const QString& Name() const { return name_; }
     const QString& SQL() const { return sql_; }
@@ -35,11 +40,15 @@ public:
     void Close();
 
 private:
+    // Prepares the text once, learning the parameter names it declares.
+    void Prove() const;
+
     std::shared_ptr<Connection> conn_;
     QString name_;
     QString sql_;
     TranslatedSql translated_;
-    QStringList parameterNames_;
+    mutable QStringList parameterNames_;
+    mutable bool proved_ = false;
     std::vector<std::pair<QString, automation::Variant>> values_;
     bool closed_ = false;
 };

@@ -86,6 +86,7 @@ TEST_F(DataTest, FileThatIsNotADatabaseIsError3343)
 
 TEST_F(DataTest, StoredQueryLookupAndCreation)
 {
+    ForgetStoredQueries(path_);
     EXPECT_RUNTIME_ERROR(db_->QueryDefs(QStringLiteral("Q1")), 3265);
     auto q = db_->CreateQueryDef(QStringLiteral("Q1"), QStringLiteral("SELECT IboID FROM IboMain WHERE IboID = 1;"));
     EXPECT_EQ(q->Name(), QStringLiteral("Q1"));
@@ -98,6 +99,7 @@ TEST_F(DataTest, StoredQueryLookupAndCreation)
 
 TEST_F(DataTest, BrokenQueryTextIsRefusedAndNotStored)
 {
+    ForgetStoredQueries(path_);
     db_->CreateQueryDef(QStringLiteral("Good"), QStringLiteral("SELECT 1"));
     EXPECT_RUNTIME_ERROR(db_->CreateQueryDef(QStringLiteral("Bad"), QStringLiteral("SELEKT nonsense FROM")), 3129);
     EXPECT_EQ(QueryText(path_, QStringLiteral("SELECT Name FROM BrevQueryDefs")), QStringLiteral("Good"));
