@@ -249,6 +249,8 @@ void Recordset::Start()
     if (started_)
         return;
     started_ = true;
+    // A first read that fails leaves the recordset at its end, with no current record.
+    pos_ = 0;
     if (type_ == dbOpenDynaset) {
         // A dynaset is read whole before the first record is shown, so that writes
         // through Update never meet a statement still walking the same table.
@@ -454,7 +456,7 @@ std::shared_ptr<Recordset> Recordset::OpenRecordset(int type)
         // The hidden row id stays in the base statement; narrow the outer select to the fields.
         QStringList cols;
         for (int c = 0; c < fieldCount_; ++c)
-            cols.append(QLatin1Char('"') + QString(names_[c]).replace(QLatin1Char('"'), QStringLiteral("\"\"")) + QLatin1Char('"'));
+            cols.append(QuoteIdentifier(names_[c]));
         next.baseSql = QStringLiteral("SELECT ") + cols.join(QStringLiteral(", ")) + QStringLiteral(" FROM (") + ComposeSql(next) + QStringLiteral(") AS brev_f");
         next.where.clear();
         next.order.clear();
@@ -515,12 +517,12 @@ void Recordset::Update()
             int n = 1;
             updateColumns_.clear();
             for (const auto& e : edits_) {
-                sets.append(QLatin1Char('"') + names_[e.first] + QStringLiteral("\" = $") + QString::number(n++));
+                sets.append(QuoteIdentifier(names_[e.first]) + QStringLiteral(" = $") + QString::number(n++));
                 updateColumns_.push_back(e.first);
             }
             // PostgreSQL's tables have folded names: the table is named as the query named it.
             const QString table = conn_->dialect() == Dialect::PostgreSQL ? source_.updateTable
-                                                                          : QLatin1Char('"') + source_.updateTable + QLatin1Char('"');
+                                                                          : QuoteIdentifier(source_.updateTable);
             updateStmt_.reset();
             updateStmt_ = conn_->Prepare(QStringLiteral("UPDATE %1 SET %2 WHERE %3 = $%4")
                                              .arg(table, sets.join(QStringLiteral(", ")), source_.keyColumn)

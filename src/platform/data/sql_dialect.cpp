@@ -18,13 +18,6 @@ namespace {
 bool IsIdentStart(QChar c) { return c.isLetter() || c == QLatin1Char('_'); }
 bool IsIdentChar(QChar c) { return c.isLetterOrNumber() || c == QLatin1Char('_'); }
 
-QString Quote(const QString& name)
-{
-    QString q = name;
-    q.replace(QLatin1Char('"'), QStringLiteral("\"\""));
-    return QLatin1Char('"') + q + QLatin1Char('"');
-}
-
 QString TimestampLiteral(const automation::Date& d, Dialect dialect)
 {
     const QString text = QLatin1Char('\'') + d.ToCanonicalText() + QLatin1Char('\'');
@@ -89,7 +82,7 @@ QString PgName(const QString& name)
     bool plain = !name.isEmpty() && IsIdentStart(name[0]);
     for (QChar c : name)
         plain = plain && IsIdentChar(c) && c.unicode() < 128;
-    return plain ? name : Quote(name.toLower());
+    return plain ? name : QuoteIdentifier(name.toLower());
 }
 
 bool IsWord(const QString& s, qsizetype at, QLatin1String word)
@@ -186,6 +179,13 @@ QString FunctionName(const QString& word)
 
 }  // namespace
 
+QString QuoteIdentifier(const QString& name)
+{
+    QString q = name;
+    q.replace(QLatin1Char('"'), QStringLiteral("\"\""));
+    return QLatin1Char('"') + q + QLatin1Char('"');
+}
+
 TranslatedSql TranslateJetSql(const QString& sql, Dialect dialect)
 {
     const bool pg = dialect == Dialect::PostgreSQL;
@@ -255,7 +255,7 @@ TranslatedSql TranslateJetSql(const QString& sql, Dialect dialect)
             if (pg && !result.names.contains(name))
                 result.names.append(name);
             if (bracketed) {
-                out += pg ? PgName(name) : Quote(name);
+                out += pg ? PgName(name) : QuoteIdentifier(name);
                 continue;
             }
             qsizetype k = i;

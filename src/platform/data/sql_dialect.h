@@ -43,6 +43,9 @@ struct TranslatedSql {
 
 // Error 3129 (with the reason) for a text the translator cannot read: an unclosed
 // string, bracket or date literal, or a date literal that is not a date.
+// `name` in double quotes, a double quote inside it doubled: a name that reaches SQL only so.
+QString QuoteIdentifier(const QString& name);
+
 TranslatedSql TranslateJetSql(const QString& jetSql, Dialect dialect);
 // The SQLite translation.
 QString TranslateJetSql(const QString& jetSql);

@@ -356,3 +356,22 @@ TEST_F(ReadAheadTest, OnAServerAStatementRunWhileAReadGoesAheadTakesTheSessionAn
 
 }  // namespace
 }  // namespace BrevView::test
+
+namespace BrevView::test {
+namespace {
+
+TEST_F(ReadAheadTest, AReaderThatFindsNoRoomForABatchEndsTheReadWithAnErrorInsteadOfTheProcess)
+{
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "AddressSanitizer stops the process on an allocation this size instead of failing it";
+#else
+    std::unique_ptr<data::Statement> stmt = db_->connection()->Prepare(QStringLiteral("SELECT IboID FROM IboMain"));
+    // A batch of a billion columns a row cannot be made.
+    ReadAhead ahead(std::move(stmt), 1 << 30);
+    EXPECT_THROW(ahead.Next(), std::exception);
+    EXPECT_FALSE(ahead.Next());
+#endif
+}
+
+}  // namespace
+}  // namespace BrevView::test

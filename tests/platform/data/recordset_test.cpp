@@ -197,3 +197,34 @@ TEST_F(DataTest, RecordsetOutlivesItsClosedDatabase)
 
 }  // namespace
 }  // namespace BrevView::test
+
+namespace BrevView::test {
+namespace {
+
+TEST_F(DataTest, ARecordsetWhoseFirstReadFailsIsAtItsEndWithNoCurrentRecord)
+{
+    // Prepares, then fails on its first row.
+    const QString failing = OnPostgreSQL() ? QStringLiteral("SELECT 1 / (IboID - IboID) AS x FROM IboMain")
+                                           : QStringLiteral("SELECT abs(-9223372036854775807 - IboID) AS x FROM IboMain");
+    auto rs = db_->OpenRecordset(failing, data::dbOpenSnapshot);
+    EXPECT_THROW(rs->Eof(), RuntimeError);
+    EXPECT_TRUE(rs->Eof());
+    EXPECT_TRUE(rs->Bof());
+    EXPECT_RUNTIME_ERROR(rs->Field(0), 3021);
+}
+
+TEST_F(DataTest, AnSQLiteColumnWhoseNameHoldsADoubleQuoteIsWrittenByUpdate)
+{
+    if (OnPostgreSQL())
+        GTEST_SKIP() << "SQLite's quoted names";
+    Exec(path_, QStringLiteral("CREATE TABLE Odd (Id INTEGER PRIMARY KEY, \"Say \"\"hi\"\"\" TEXT); INSERT INTO Odd VALUES (1, 'no')"));
+    auto rs = db_->OpenRecordset(QStringLiteral("SELECT [Say \"hi\"] FROM Odd"), data::dbOpenDynaset);
+    ASSERT_FALSE(rs->Eof());
+    rs->Edit();
+    rs->SetField(0, automation::Variant(QStringLiteral("yes")));
+    rs->Update();
+    EXPECT_EQ(QueryText(path_, QStringLiteral("SELECT \"Say \"\"hi\"\"\" FROM Odd")), QStringLiteral("yes"));
+}
+
+}  // namespace
+}  // namespace BrevView::test
