@@ -111,8 +111,7 @@ int Reader(const QString& uri, int seconds)
     BrevView::PriorityView priority;
     BrevView::ForecastView forecast;
     const BrevView::reliability::RefreshCounts counts = BrevView::reliability::RefreshForSeconds(flat, priority, forecast, seconds);
-    std::printf("reader: rounds %d, locked %d, other %d\n", counts.rounds, counts.locked, counts.other);
-    std::fflush(stdout);
+    BrevView::reliability::PrintReader(counts);
     return counts.other == 0 ? 0 : 1;
 }
 
@@ -204,6 +203,7 @@ int main(int argc, char** argv)
     bool ok = true;
     qint64 committed = 0, writerLocked = 0, readerLocked = 0, rounds = 0;
     std::vector<qint64> committedBy(size_t(writerCount), 0);
+    BrevView::reliability::RefreshCounts load;
     for (size_t i = 0; i < clients.size(); ++i) {
         QProcess& p = *clients[i];
         if (!p.waitForFinished(seconds * 1000 + 120000) || p.exitStatus() != QProcess::NormalExit || p.exitCode() != 0)
@@ -218,6 +218,7 @@ int main(int argc, char** argv)
             } else if (line.startsWith(QLatin1String("reader: rounds")) && w.size() >= 7) {
                 rounds += w[2].toLongLong();
                 readerLocked += w[4].toLongLong();
+            } else if (BrevView::reliability::ReadReaderLine(line, load)) {
             } else {
                 std::printf("%s\n", qPrintable(line));
             }
@@ -226,6 +227,7 @@ int main(int argc, char** argv)
     // Every committed IBO is there, and only those: the counts add up, per writer and in all.
     const int after = One(admin, QStringLiteral("SELECT count(*) FROM %1.IboMain").arg(schema).toUtf8()).toInt();
     bool counts = after == before + committed;
+    qint64 lost = 0;
     for (int k = 0; k < writerCount; ++k) {
         const qint64 present = One(admin, QStringLiteral("SELECT count(*) FROM %1.IboMain WHERE IboID / %2 = %3")
                                               .arg(schema)
@@ -234,6 +236,7 @@ int main(int argc, char** argv)
                                               .toUtf8())
                                    .toLongLong();
         counts = counts && present == committedBy[size_t(k)];
+        lost += std::max<qint64>(0, committedBy[size_t(k)] - present);
     }
     PQclear(Exec(admin, QStringLiteral("DROP SCHEMA %1 CASCADE").arg(schema).toUtf8()));
     PQfinish(admin);
@@ -241,6 +244,7 @@ int main(int argc, char** argv)
                 "(%lld lock errors), IBOs %d -> %d, counts %s\n",
                 readerCount, writerCount, seconds, rounds, readerLocked, committed, writerLocked, before, after,
                 counts ? "consistent" : "WRONG");
+    std::printf("many clients: %s, edits lost: %lld\n", qPrintable(BrevView::reliability::LoadFigures(load)), lost);
     if (!ok || !counts) {
         std::printf("many clients: FAILED\n");
         return 1;
