@@ -46,6 +46,22 @@ protected:
         return std::max(longest, since.elapsed());
     }
 
+    // Starts `watcher`, whose host deletes it from a slot, and removes the file under it.
+    void ExpectDeletedOnceTheFileGoes(ChangeWatcher* watcher)
+    {
+        bool deleted = false;
+        QObject::connect(watcher, &QObject::destroyed, [&] { deleted = true; });
+        ASSERT_TRUE(watcher->start());
+        ASSERT_TRUE(QFile::remove(db_));
+        QElapsedTimer clock;
+        clock.start();
+        while (!deleted && clock.elapsed() < 3000)
+            QTest::qWait(20);
+        EXPECT_TRUE(deleted);
+        // The sanitizer build finds any use of the freed watcher from here on.
+        QTest::qWait(300);
+    }
+
     QString db_;
 };
 
@@ -116,37 +132,18 @@ TEST_F(ChangeWatcherFaultsTest, AFileThatNoLongerReadsAsADatabaseAfterStartIsRep
 TEST_F(ChangeWatcherFaultsTest, AHostMayDeleteTheWatcherInASlotOfItsErrorSignal)
 {
     auto* watcher = new ChangeWatcher;
-    bool deleted = false;
-    QObject::connect(watcher, &ChangeWatcher::ErrorRaised, [&](int, const QString&, const QString&) { delete watcher; });
-    QObject::connect(watcher, &QObject::destroyed, [&] { deleted = true; });
-    ASSERT_TRUE(watcher->start());
-    ASSERT_TRUE(QFile::remove(db_));
-    QElapsedTimer clock;
-    clock.start();
-    while (!deleted && clock.elapsed() < 3000)
-        QTest::qWait(20);
-    EXPECT_TRUE(deleted);
-    // The sanitizer build finds any use of the freed watcher from here on.
-    QTest::qWait(300);
+    QObject::connect(watcher, &ChangeWatcher::ErrorRaised, [watcher](int, const QString&, const QString&) { delete watcher; });
+    ExpectDeletedOnceTheFileGoes(watcher);
 }
 
 TEST_F(ChangeWatcherFaultsTest, AHostMayDeleteTheWatcherInASlotOfActiveChanged)
 {
     auto* watcher = new ChangeWatcher;
-    bool deleted = false;
-    QObject::connect(watcher, &ChangeWatcher::activeChanged, [&](bool on) {
+    QObject::connect(watcher, &ChangeWatcher::activeChanged, [watcher](bool on) {
         if (!on)
             delete watcher;
     });
-    QObject::connect(watcher, &QObject::destroyed, [&] { deleted = true; });
-    ASSERT_TRUE(watcher->start());
-    ASSERT_TRUE(QFile::remove(db_));
-    QElapsedTimer clock;
-    clock.start();
-    while (!deleted && clock.elapsed() < 3000)
-        QTest::qWait(20);
-    EXPECT_TRUE(deleted);
-    QTest::qWait(300);
+    ExpectDeletedOnceTheFileGoes(watcher);
 }
 
 }  // namespace

@@ -1,30 +1,14 @@
-#include <unistd.h>
-
 #include <QDir>
-#include <QDirIterator>
 #include <QFile>
 
 #include <brevview/brevview.h>
 
 #include "support/ibo_builder.h"
+#include "support/secret_search.h"
 #include "support/test_env.h"
 
 namespace BrevView::test {
 namespace {
-
-// Every file below `dir` whose bytes contain `secret`.
-QStringList FilesContaining(const QString& dir, const QByteArray& secret)
-{
-    QStringList hits;
-    QDirIterator it(dir, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        const QString path = it.next();
-        QFile f(path);
-        if (f.open(QIODevice::ReadOnly) && f.readAll().contains(secret))
-            hits << path;
-    }
-    return hits;
-}
 
 class CredentialsTest : public TestEnv {};
 
@@ -43,12 +27,8 @@ TEST_F(CredentialsTest, APasswordAppearsInNoTraceLogSettingsSnapshotOrStandardEr
     QDir().mkpath(TempPath(QStringLiteral("install")));
 
     // Standard error goes to a file for the length of the test.
-    const QString errPath = TempPath(QStringLiteral("stderr.txt"));
-    fflush(stderr);
-    const int saved = dup(2);
-    FILE* errFile = fopen(errPath.toLocal8Bit().constData(), "w");
-    ASSERT_NE(errFile, nullptr);
-    dup2(fileno(errFile), 2);
+    auto errors = std::make_unique<StandardErrorToFile>(TempPath(QStringLiteral("stderr.txt")));
+    ASSERT_TRUE(errors->ok());
     {
         FlatView flat;
         PriorityView priority;
@@ -69,10 +49,7 @@ TEST_F(CredentialsTest, APasswordAppearsInNoTraceLogSettingsSnapshotOrStandardEr
             std::fprintf(stderr, "%s\n", e.what());
         }
     }
-    fflush(stderr);
-    dup2(saved, 2);
-    close(saved);
-    fclose(errFile);
+    errors.reset();
     qunsetenv("BREV_PASSWORD");
     qunsetenv("BREV_TRACE");
     qunsetenv("BREV_PRINT_TO_PDF");

@@ -2,9 +2,6 @@
 // way a password can upset libpq's parser: none of them may reach a description, a trace
 // file, a watcher's error, standard error or the settings file. On the real test server.
 
-#include <unistd.h>
-
-#include <QDirIterator>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QSignalSpy>
@@ -13,6 +10,7 @@
 #include <brevview/brevview.h>
 
 #include "support/pg_test_server.h"
+#include "support/secret_search.h"
 #include "support/test_env.h"
 
 namespace BrevView::test {
@@ -20,20 +18,6 @@ namespace {
 
 const QByteArray kUser = "zelda_rep_71";
 const QByteArray kPasswordTail = "Pw-9q";  // in every spelling of the password below
-
-// Every file below `dir` whose bytes contain `secret`.
-QStringList FilesContaining(const QString& dir, const QByteArray& secret)
-{
-    QStringList hits;
-    QDirIterator it(dir, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        const QString path = it.next();
-        QFile f(path);
-        if (f.open(QIODevice::ReadOnly) && f.readAll().contains(secret))
-            hits << path;
-    }
-    return hits;
-}
 
 class PostgreSQLCredentials : public TestEnv {
 protected:
@@ -94,21 +78,14 @@ TEST_F(PostgreSQLCredentials, NoSpellingOfAPasswordOrAUserReachesAnErrorATraceSt
         QStringLiteral("postgresql://%1/brevtest?user=%2&password=S3cret-Pw-9q").arg(host_, u),       // options
         QStringLiteral("postgresq://%1:S3cret-Pw-9q@%2/brevtest").arg(u, host_),                      // the scheme mistyped
     };
-    const QString errPath = TempPath(QStringLiteral("stderr.txt"));
-    fflush(stderr);
-    const int saved = dup(2);
-    FILE* errFile = fopen(errPath.toLocal8Bit().constData(), "w");
-    ASSERT_NE(errFile, nullptr);
-    dup2(fileno(errFile), 2);
+    auto errors = std::make_unique<StandardErrorToFile>(TempPath(QStringLiteral("stderr.txt")));
+    ASSERT_TRUE(errors->ok());
     QStringList said;
     for (const QString& uri : uris)
         said << Said(uri);
     // Through the settings object: a wrong password for a real user.
     said << Said(server_.uri, kUser, "S3cret-Pw-9q");
-    fflush(stderr);
-    dup2(saved, 2);
-    close(saved);
-    fclose(errFile);
+    errors.reset();
     qunsetenv("BREV_TRACE");
     qunsetenv("BREV_PASSWORD");
 

@@ -104,17 +104,6 @@ int Writer(const QString& uri, int index, int seconds)
     return failed == 0 ? 0 : 1;
 }
 
-int Reader(const QString& uri, int seconds)
-{
-    qputenv("BREV_DATABASE", uri.toUtf8());
-    BrevView::FlatView flat;
-    BrevView::PriorityView priority;
-    BrevView::ForecastView forecast;
-    const BrevView::reliability::RefreshCounts counts = BrevView::reliability::RefreshForSeconds(flat, priority, forecast, seconds);
-    BrevView::reliability::PrintReader(counts);
-    return counts.other == 0 ? 0 : 1;
-}
-
 }  // namespace
 
 int main(int argc, char** argv)
@@ -148,7 +137,7 @@ int main(int argc, char** argv)
     QTemporaryDir dir;
     qputenv("XDG_CONFIG_HOME", dir.filePath(QStringLiteral("config")).toLocal8Bit());
     if (parser.isSet(readerOption))
-        return Reader(parser.value(readerOption), seconds);
+        return BrevView::reliability::RunReader(parser.value(readerOption), seconds);
     if (parser.isSet(writerOption))
         return Writer(parser.value(uriOption), parser.value(writerOption).toInt(), seconds);
 

@@ -72,6 +72,19 @@ inline void PrintReader(const RefreshCounts& counts)
     std::fflush(stdout);
 }
 
+// A reader process's whole work on `database`: the three views refreshed for `seconds`, the
+// counts printed. Exits 0 when no error but 3260 came.
+inline int RunReader(const QString& database, int seconds)
+{
+    qputenv("BREV_DATABASE", database.toUtf8());
+    FlatView flat;
+    PriorityView priority;
+    ForecastView forecast;
+    const RefreshCounts counts = RefreshForSeconds(flat, priority, forecast, seconds);
+    PrintReader(counts);
+    return counts.other == 0 ? 0 : 1;
+}
+
 // Adds a reader's "reader times:" or "reader errors:" line to `into`; false for another line.
 inline bool ReadReaderLine(const QString& line, RefreshCounts& into)
 {

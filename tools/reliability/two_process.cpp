@@ -92,15 +92,8 @@ int main(int argc, char** argv)
     const int seconds = parser.value(secondsOption).toInt();
     if (parser.isSet(writerOption))
         return Writer(parser.value(writerOption), seconds);
-    if (parser.isSet(readerOption)) {
-        qputenv("BREV_DATABASE", parser.value(readerOption).toLocal8Bit());
-        BrevView::FlatView flat;
-        BrevView::PriorityView priority;
-        BrevView::ForecastView forecast;
-        const BrevView::reliability::RefreshCounts counts = BrevView::reliability::RefreshForSeconds(flat, priority, forecast, seconds);
-        BrevView::reliability::PrintReader(counts);
-        return counts.other == 0 ? 0 : 1;
-    }
+    if (parser.isSet(readerOption))
+        return BrevView::reliability::RunReader(parser.value(readerOption), seconds);
     QTemporaryDir dir;
     qputenv("XDG_CONFIG_HOME", dir.filePath(QStringLiteral("config")).toLocal8Bit());
     const QString db = dir.filePath(QStringLiteral("shared.db"));

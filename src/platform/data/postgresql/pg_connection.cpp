@@ -222,9 +222,6 @@ public:
         conn_.Finished(this);
     }
 
-    // Rows of this read held in memory while kept (for tests of the bound).
-    qint64 KeptRowsInMemory() const { return kept_ ? kept_->RowsInMemory() : 0; }
-
 private:
     // The current row's cell `column` as its column's type makes it: a number in place (read
     // in the C form whatever the process locale: the server writes a point), a text's length
@@ -289,9 +286,8 @@ private:
             conn_.RaiseFor(nullptr, preparing);
         Result prepared(conn_.Collect(preparing));
         if (PQresultStatus(prepared.r) != PGRES_COMMAND_OK) {
-            const QString what = QStringLiteral("Preparing \"%1\"").arg(QString::fromUtf8(sql_.left(200)));
             name_.clear();
-            conn_.RaiseFor(prepared.r, what);
+            conn_.RaiseFor(prepared.r, preparing);
         }
         if (!PQsendDescribePrepared(conn_.handle(), name_.constData()))
             conn_.RaiseFor(nullptr, preparing);

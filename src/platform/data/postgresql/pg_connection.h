@@ -140,7 +140,8 @@ private:
     quint64 nextName_ = 0;
     qint64 changes_ = 0;
     bool inTransaction_ = false;
-    bool silent_ = false;  // given up after the server sent nothing for the silence limit
+    // Given up after the server sent nothing for the silence limit (read by Cancel from any thread).
+    std::atomic<bool> silent_ = false;
     int deferred_ = 0;  // statements sent and not yet answered
     bool catalogueKnown_ = false;
     std::map<QString, QString> keys_;

@@ -24,22 +24,6 @@ PgKeptRows::PgKeptRows(int columns) : columns_(columns) {}
 
 PgKeptRows::~PgKeptRows() = default;
 
-qint64 PgKeptRows::MemoryBound()
-{
-    // The chunks waiting in memory, the one filling and the one read.
-    return qint64(kChunksInMemory + 2) * kChunkRows;
-}
-
-qint64 PgKeptRows::RowsInMemory() const
-{
-    qint64 rows = qint64(inMemory_) * kChunkRows;
-    if (filling_)
-        rows += filling_->rows;
-    if (reading_)
-        rows += reading_->rows;
-    return rows;
-}
-
 StoredCell* PgKeptRows::NewRow(TextBuffer** text)
 {
     if (!filling_) {

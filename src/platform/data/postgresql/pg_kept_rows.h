@@ -30,11 +30,6 @@ public:
     const StoredCell& Cell(int column) const { return reading_->cells[size_t(row_) * size_t(columns_) + size_t(column)]; }
     const char* TextOf(const StoredCell& cell) const { return cell.len == 0 ? "" : reading_->text.data() + cell.i; }
 
-    // How many rows are held in memory now, at most (for tests of the bound).
-    qint64 RowsInMemory() const;
-    // Rows held in memory at most, whatever is kept.
-    static qint64 MemoryBound();
-
 private:
     struct Chunk {
         std::vector<StoredCell> cells;
