@@ -357,12 +357,20 @@ TEST_F(ReadAheadTest, OnAServerAStatementRunWhileAReadGoesAheadTakesTheSessionAn
 }  // namespace
 }  // namespace BrevView::test
 
+#if defined(__SANITIZE_ADDRESS__)
+#define BREV_UNDER_ADDRESS_SANITIZER
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define BREV_UNDER_ADDRESS_SANITIZER
+#endif
+#endif
+
 namespace BrevView::test {
 namespace {
 
 TEST_F(ReadAheadTest, AReaderThatFindsNoRoomForABatchEndsTheReadWithAnErrorInsteadOfTheProcess)
 {
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(BREV_UNDER_ADDRESS_SANITIZER)
     GTEST_SKIP() << "AddressSanitizer stops the process on an allocation this size instead of failing it";
 #else
     std::unique_ptr<data::Statement> stmt = db_->connection()->Prepare(QStringLiteral("SELECT IboID FROM IboMain"));

@@ -49,7 +49,7 @@ void SqliteChangeFeed::CheckStillThere() const
     // error: only its name tells that the database the host uses is another one now.
     struct stat st {};
     if (::stat(path_.toLocal8Bit().constData(), &st) != 0 || st.st_dev != device_ || st.st_ino != inode_)
-        automation::Raise(automation::ErrFileNotFoundDb, kSource, QStringLiteral("Could not find file '%1'.").arg(path_));
+        automation::Raise(automation::ErrFileNotFoundDb, kSource, QStringLiteral("Could not find file '%1'.").arg(DisplayPath(path_)));
 }
 
 bool SqliteChangeFeed::Prepared()
