@@ -1,5 +1,8 @@
 #include <brevview/forecast_view.h>
 
+#include <utility>
+#include <vector>
+
 #include <QResizeEvent>
 
 #include "../common/control_surface.h"
@@ -337,49 +340,50 @@ void ForecastViewPrivate::GetAllOpenWon()
         data::Recordset& rs = *da.recordset;
         const int status = rs.FieldIndex(QStringLiteral("DescriptorStatus"));
         const int wonDate = rs.FieldIndex(QStringLiteral("DateWonLostCancel"));
-        // Every won IBO's date is written, or none: one transaction for the refresh. It begins
-        // at the first date to write, after the rows are read: a refresh that writes nothing
-        // (every refresh but the first after an edit) takes no write lock at all, and one that
-        // writes holds it for its writes alone, so open windows do not queue behind each
-        // other's reads, nor a host's own save behind them.
-        bool writing = false;
-        try {
-            while (!rs.Eof()) {
-                if (ToLong(rs.Field(status)) == 2) {
-                    const Variant won = rs.Field(wonDate);
-                    if (won.IsNull()) {
-                        // Storing the Null would erase the only date the IBO still has, and
-                        // stopping here would keep the whole team's forecast from showing for
-                        // one bad record: that IBO alone is left as it is, and reported.
-                        detail::ReportTrapped(QStringLiteral("BrevView.ForecastView::GetAllOpenWon"),
-                                              RuntimeError(automation::ErrInvalidUseOfNull, {},
-                                                           QStringLiteral("Invalid use of Null: won IBO %1 has no DateWonLostCancel; "
-                                                                          "its DateWWIH is left as it is")
-                                                               .arg(ToText(rs.Field(fi.IboID)))));
-                        rs.MoveNext();
-                        continue;
-                    }
-                    // A won IBO whose DateWWIH already holds its won date is left alone:
-                    // the table ends up the same, and an unchanged row wakes no colleague's
-                    // ChangeWatcher, so open forecast views do not keep refreshing each other.
-                    if (!(rs.Field(fi.DateWWIH) == won)) {
-                        if (!writing) {
-                            da.database->BeginTrans();
-                            writing = true;
-                        }
-                        rs.Edit();
-                        rs.SetField(QStringLiteral("DateWWIH"), won);
-                        rs.Update();
-                    }
-                }
-                rs.MoveNext();
+        // Every won IBO's date is written, or none: one transaction for the refresh. The dates
+        // to write are found first and the transaction holds the writes alone: a refresh that
+        // has nothing to write (every refresh but the first after an edit) takes no write lock
+        // at all, and one that writes holds it for a moment, so open windows do not queue
+        // behind each other's reads, nor a host's own save behind them.
+        std::vector<std::pair<qint64, Variant>> writes;  // record number, won date
+        for (qint64 record = 0; !rs.Eof(); rs.MoveNext(), ++record) {
+            if (ToLong(rs.Field(status)) != 2)
+                continue;
+            const Variant won = rs.Field(wonDate);
+            if (won.IsNull()) {
+                // Storing the Null would erase the only date the IBO still has, and stopping
+                // here would keep the whole team's forecast from showing for one bad record:
+                // that IBO alone is left as it is, and reported.
+                detail::ReportTrapped(QStringLiteral("BrevView.ForecastView::GetAllOpenWon"),
+                                      RuntimeError(automation::ErrInvalidUseOfNull, {},
+                                                   QStringLiteral("Invalid use of Null: won IBO %1 has no DateWonLostCancel; "
+                                                                  "its DateWWIH is left as it is")
+                                                       .arg(ToText(rs.Field(fi.IboID)))));
+                continue;
             }
-            if (writing)
+            // A won IBO whose DateWWIH already holds its won date is left alone: the table
+            // ends up the same, and an unchanged row wakes no colleague's ChangeWatcher, so
+            // open forecast views do not keep refreshing each other.
+            if (!(rs.Field(fi.DateWWIH) == won))
+                writes.emplace_back(record, won);
+        }
+        if (!writes.empty()) {
+            da.database->BeginTrans();
+            try {
+                rs.MoveFirst();
+                qint64 at = 0;
+                for (const auto& [record, won] : writes) {
+                    for (; at < record; ++at)
+                        rs.MoveNext();
+                    rs.Edit();
+                    rs.SetField(QStringLiteral("DateWWIH"), won);
+                    rs.Update();
+                }
                 da.database->CommitTrans();
-        } catch (...) {
-            if (writing)
+            } catch (...) {
                 IgnoringErrors([&] { da.database->Rollback(); });
-            throw;
+                throw;
+            }
         }
         rs.SetSort(detail::ForecastSort());
         ibos = rs.OpenRecordset();

@@ -2,6 +2,7 @@
 #include "platform/automation/conversions.h"
 #include "platform/automation/runtime_error.h"
 #include "platform/data/read_ahead.h"
+#include "support/memory_in_use.h"
 
 namespace BrevView::test {
 namespace {
@@ -356,14 +357,6 @@ TEST_F(ReadAheadTest, OnAServerAStatementRunWhileAReadGoesAheadTakesTheSessionAn
 
 }  // namespace
 }  // namespace BrevView::test
-
-#if defined(__SANITIZE_ADDRESS__)
-#define BREV_UNDER_ADDRESS_SANITIZER
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define BREV_UNDER_ADDRESS_SANITIZER
-#endif
-#endif
 
 namespace BrevView::test {
 namespace {
