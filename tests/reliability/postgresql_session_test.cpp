@@ -12,9 +12,9 @@
 
 #include <brevview/brevview.h>
 
-#include "platform/automation/conversions.h"
 #include "common/data_access.h"
 #include "forecast_view/forecast_view_private.h"
+#include "platform/automation/conversions.h"
 #include "platform/data/database.h"
 #include "platform/data/engine.h"
 #include "platform/data/postgresql/pg_connection.h"
@@ -239,12 +239,6 @@ TEST_F(PostgreSQLSession, TheSchemaScriptStoresTheQueriesEachViewWouldCreateSoTh
     priority.Refresh();
     EXPECT_GT(GridOf(priority).Rows(), 1);
 }
-
-}  // namespace
-}  // namespace BrevView::test
-
-namespace BrevView::test {
-namespace {
 
 TEST_F(PostgreSQLSession, AJetTextWithABackslashMeansTheSameWhateverTheServersStringDefault)
 {

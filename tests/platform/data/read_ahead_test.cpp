@@ -355,12 +355,6 @@ TEST_F(ReadAheadTest, OnAServerAStatementRunWhileAReadGoesAheadTakesTheSessionAn
     EXPECT_EQ(ReadAhead::StartedOnThisThread(), before + 1);
 }
 
-}  // namespace
-}  // namespace BrevView::test
-
-namespace BrevView::test {
-namespace {
-
 TEST_F(ReadAheadTest, AReaderThatFindsNoRoomForABatchEndsTheReadWithAnErrorInsteadOfTheProcess)
 {
 #if defined(BREV_UNDER_ADDRESS_SANITIZER)

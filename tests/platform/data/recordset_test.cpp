@@ -195,12 +195,6 @@ TEST_F(DataTest, RecordsetOutlivesItsClosedDatabase)
     EXPECT_RUNTIME_ERROR(db_->OpenRecordset(QStringLiteral("SELECT 1")), 3420);
 }
 
-}  // namespace
-}  // namespace BrevView::test
-
-namespace BrevView::test {
-namespace {
-
 TEST_F(DataTest, ARecordsetWhoseFirstReadFailsIsAtItsEndWithNoCurrentRecord)
 {
     // Prepares, then fails on its first row.
