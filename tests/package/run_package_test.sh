@@ -4,7 +4,8 @@
 #  - builds the README's own recipe, taken from the README at the time of the test (the
 #    blocks marked "package-test: FILE"), with no C++ standard set by the host, and runs it;
 #  - builds and runs a host that checks the package from the outside;
-#  - runs the installed programs from the prefix (--help, --version, a sample database).
+#  - runs the installed programs from the prefix (--help, --version, a sample database);
+#  - builds a host with make and the installed brevview.pc, and runs it.
 set -euo pipefail
 build_dir=$1
 source_dir=$(cd "$(dirname "$0")" && pwd)
@@ -55,5 +56,11 @@ for program in brevview-sampledb brevview-demo; do
 done
 "$prefix/bin/brevview-sampledb" --count 30 "$work/sample.db" > /dev/null
 echo "installed programs: ok"
+
+# A host built with make and pkg-config alone.
+pc_dir=$(dirname "$(find "$prefix" -name brevview.pc | head -1)")
+cp -r "$source_dir/makefile-host" "$work/makefile-host"
+PKG_CONFIG_PATH="$pc_dir" make -s -C "$work/makefile-host" > "$work/make.log" 2>&1 || { cat "$work/make.log"; exit 1; }
+env -u LD_LIBRARY_PATH "$work/makefile-host/makefile_host" | grep "makefile host: ok" || { echo "the pkg-config host failed"; exit 1; }
 
 BREV_DATABASE="$work/none.db" "$work/build/package_host" "$work/sample.db"
