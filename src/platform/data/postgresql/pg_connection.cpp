@@ -120,7 +120,7 @@ public:
     void Interrupt() override
     {
         // Not under receiving_: the reading thread holds it while it waits for a row.
-        if (reading_)
+        if (reading_ && !cancelled_.exchange(true))
             conn_.Cancel();
     }
 
@@ -337,6 +337,7 @@ private:
         for (size_t p = 0; p < values_.size(); ++p)
             values[p] = values_[p].isNull() ? nullptr : values_[p].constData();
         running_ = true;
+        cancelled_ = false;
         if (!PQsendQueryPrepared(conn_.handle(), name_.constData(), int(values.size()), values.data(), nullptr, nullptr, 0)) {
             finished_ = true;
             conn_.Finished(this);
@@ -416,7 +417,8 @@ private:
     {
         if (reading_) {
             reading_ = false;
-            if (cancel)
+            // Asked once per run: a read the read-ahead interrupted is not cancelled again.
+            if (cancel && !cancelled_.exchange(true))
                 conn_.Cancel();
             try {
                 for (;;) {
@@ -455,6 +457,7 @@ private:
     bool launched_ = false;  // stepped by a reading thread (set before it starts)
     bool running_ = false;   // sent since the last Reset
     std::atomic<bool> reading_ = false;  // rows still to come from the session
+    std::atomic<bool> cancelled_ = false;  // the server was asked to stop this run's rows
     bool finished_ = false;
 };
 
