@@ -106,6 +106,9 @@ void FlatViewPrivate::InitView()
         g.setColDataType(colDate, grid::flexDTDate);
         g.setColDataType(colValue, grid::flexDTCurrency);
         g.setColFormat(colValue, QStringLiteral("$###,##0"));
+        // Numbers, dates and amounts are drawn whole in any font.
+        for (int c : {colIboNumber, colStatus, colDate, colUwih, colUwwgi, colProbability, colValue})
+            g.setColFitText(c, true);
         g.setFixedRows(1);
         g.setFixedCols(0);
         // A plain list: no outline bar, row selection, scroll tips while dragging.

@@ -171,6 +171,9 @@ void ForecastViewPrivate::InitForecastView()
         g.setColDataType(colDate, grid::flexDTDate);
         g.setColDataType(colValue, grid::flexDTCurrency);
         g.setColFormat(colValue, QStringLiteral("$###,##0"));
+        // Numbers, dates and amounts are drawn whole in any font.
+        for (int c : {colDate, colIboNumber, colWih, colWwgi, colProbability, colCount, colValue})
+            g.setColFitText(c, true);
         g.setFixedRows(1);
         g.setFixedCols(0);
         g.setOutlineCol(colDate);

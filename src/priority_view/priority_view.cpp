@@ -205,6 +205,9 @@ void PriorityViewPrivate::InitPriorityView()
         g.setColDataType(colValue, grid::flexDTCurrency);
         g.setColFormat(colValue, QStringLiteral("$###,##0"));
         g.setColHidden(colQualified, true);
+        // Numbers, dates, amounts and the sales-cycle caption are drawn whole in any font.
+        for (int c : {colIboNumber, colWtc, colDate, colWih, colWwgi, colProbability, colCount, colValue, colSalesCycle})
+            g.setColFitText(c, true);
         // An outline with +/- buttons in the first column; the sales-cycle cells are drawn by the view.
         g.setOutlineBar(grid::FlexGrid::flexOutlineBarComplete);
         g.setOutlineCol(colPriority);

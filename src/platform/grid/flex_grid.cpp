@@ -117,6 +117,7 @@ void FlexGrid::changeEvent(QEvent* event)
 {
     if (event->type() == QEvent::FontChange) {
         defaultRowPx_ = fontMetrics().height() + 6;
+        fit_.Invalidate();
         OutlineChanged();
     }
     QAbstractScrollArea::changeEvent(event);
@@ -253,7 +254,18 @@ int FlexGrid::RowPx(int row) const
     const qint32 t = store_.Row(row).height;
     if (t < 0)
         return defaultRowPx_;
-    return qMax(0, qRound(t * qMax(1, logicalDpiY()) / 1440.0));
+    const int px = qMax(0, qRound(t * qMax(1, logicalDpiY()) / 1440.0));
+    if (row >= fixedRows_ || px == 0)
+        return px;
+    // A header row is never drawn shorter than the lines of its texts need in the grid's
+    // font: a two-line caption keeps its second line with a bigger font.
+    int lines = 1;
+    for (int c = 0; c < store_.cols(); ++c) {
+        const QString text = store_.Text(row, c);
+        const auto breaks = std::count_if(text.cbegin(), text.cend(), [](QChar ch) { return ch == u'\r' || ch == u'\n'; });
+        lines = std::max(lines, int(breaks) + 1);
+    }
+    return std::max(px, lines * fontMetrics().lineSpacing() + 4);
 }
 
 int FlexGrid::OwnColPx(int col) const
@@ -262,7 +274,8 @@ int FlexGrid::OwnColPx(int col) const
     if (c.hidden)
         return 0;
     const qint32 t = c.width < 0 ? kDefaultColTwips : c.width;
-    return qMax(0, qRound(t * qMax(1, logicalDpiX()) / 1440.0));
+    const int px = qMax(0, qRound(t * qMax(1, logicalDpiX()) / 1440.0));
+    return c.fitText ? std::max(px, fit_.Px(*this, col)) : px;
 }
 
 int FlexGrid::ColPx(int col) const
@@ -739,6 +752,22 @@ void FlexGrid::setColWidth(int col, int twips)
     Changed();
 }
 
+bool FlexGrid::ColFitText(int col) const
+{
+    CheckCol(col, "ColFitText");
+    return store_.Col(col).fitText;
+}
+
+void FlexGrid::setColFitText(int col, bool fit)
+{
+    CheckCol(col, "ColFitText");
+    store_.Col(col).fitText = fit;
+    store_.Touch();
+    if (redraw_ != 0)
+        UpdateScrollBars();
+    Changed();
+}
+
 bool FlexGrid::ColHidden(int col) const
 {
     CheckCol(col, "ColHidden");
@@ -749,6 +778,7 @@ void FlexGrid::setColHidden(int col, bool hidden)
 {
     CheckCol(col, "ColHidden");
     store_.Col(col).hidden = hidden;
+    store_.Touch();
     if (redraw_ != 0)
         UpdateScrollBars();
     Changed();
@@ -790,6 +820,7 @@ void FlexGrid::setColFormat(int col, const QString& format)
 {
     CheckCol(col, "ColFormat");
     store_.Col(col).format = format;
+    store_.Touch();
     Changed();
 }
 
@@ -1866,7 +1897,11 @@ bool FlexGrid::Read(QDataStream& in)
         return false;
     SelectionWatch watch(*this);
     BeginStructure();
+    // Which columns keep their texts whole is the view's choice, not the snapshot's.
+    for (int c = 0; c < std::min(store.cols(), store_.cols()); ++c)
+        store.Col(c).fitText = store_.Col(c).fitText;
     store_ = std::move(store);
+    store_.Touch();
     fixedRows_ = fixedRows;
     fixedCols_ = fixedCols;
     row_ = row;

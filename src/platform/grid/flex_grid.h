@@ -14,6 +14,7 @@
 #include <QVariant>
 
 #include "../automation/variant.h"
+#include "column_fit.h"
 #include "grid_store.h"
 
 class QPrinter;
@@ -92,6 +93,11 @@ public:
     Q_INVOKABLE void setRowHeight(int row, int twips);
     Q_INVOKABLE int ColWidth(int col) const;               // twips
     Q_INVOKABLE void setColWidth(int col, int twips);
+    // A column that keeps its texts whole is drawn at least as wide as its widest text needs
+    // in the font it is drawn in (on screen and in print), so that its numbers, dates and
+    // amounts are never cut or shown as "###"; ColWidth keeps the twips it was given.
+    Q_INVOKABLE bool ColFitText(int col) const;
+    Q_INVOKABLE void setColFitText(int col, bool fit);
     Q_INVOKABLE bool ColHidden(int col) const;
     Q_INVOKABLE void setColHidden(int col, bool hidden);
     Q_INVOKABLE int ColAlignment(int col) const;
@@ -191,7 +197,7 @@ public:
     int OutlineBar() const { return outlineBar_; }
     void setOutlineBar(int o) { outlineBar_ = o; Changed(); }
     int OutlineCol() const { return outlineCol_; }
-    void setOutlineCol(int c) { outlineCol_ = c; Changed(); }
+    void setOutlineCol(int c) { outlineCol_ = c; store_.Touch(); Changed(); }
     int OwnerDraw() const { return ownerDraw_; }
     void setOwnerDraw(int o) { ownerDraw_ = o; Changed(); }
     bool WordWrap() const { return wordWrap_; }
@@ -319,6 +325,7 @@ private:
     bool Read(QDataStream& in);
 
     GridStore store_;
+    ColumnFit fit_;
     int fixedRows_ = 1;
     int fixedCols_ = 0;
     int row_ = -1;

@@ -148,6 +148,7 @@ GridStore::GridStore()
 
 void GridStore::SetRows(int rows)
 {
+    ++generation_;
     if (rows < 0)
         automation::Raise(automation::ErrInvalidPropertyValue, QStringLiteral("flexGrid"), QStringLiteral("Invalid Rows value %1").arg(rows));
     if (rows < rows_) {
@@ -165,6 +166,7 @@ void GridStore::SetRows(int rows)
 
 void GridStore::SetCols(int cols)
 {
+    ++generation_;
     if (cols < 0)
         automation::Raise(automation::ErrInvalidPropertyValue, QStringLiteral("flexGrid"), QStringLiteral("Invalid Cols value %1").arg(cols));
     if (cols == cols_)
@@ -188,6 +190,7 @@ void GridStore::SetCols(int cols)
 
 void GridStore::InsertRow(int row)
 {
+    ++generation_;
     if (row < 0 || row > rows_)
         automation::Raise(automation::ErrInvalidArrayIndex, QStringLiteral("flexGrid"), QStringLiteral("Invalid row %1 to insert at").arg(row));
     cellText_.insert(cellText_.begin() + std::ptrdiff_t(size_t(row) * size_t(cols_)), size_t(cols_), 0u);
@@ -218,6 +221,7 @@ QString GridStore::Text(int row, int col) const
 
 void GridStore::SetText(int row, int col, const QString& text)
 {
+    ++generation_;
     quint32& ref = cellText_[Index(row, col)];
     Release(ref);
     ref = AddText(text);
@@ -227,6 +231,7 @@ void GridStore::SetText(int row, int col, const QString& text)
 
 void GridStore::SetTextUtf8(int row, int col, const char* text, int length)
 {
+    ++generation_;
     quint32& ref = cellText_[Index(row, col)];
     Release(ref);
     ref = 0;
@@ -297,6 +302,7 @@ const CellStyle& GridStore::Style(int row, int col) const
 
 void GridStore::ApplySetting(int setting, int row1, int col1, int row2, int col2, const QVariant& value)
 {
+    ++generation_;
     if (row1 > row2)
         std::swap(row1, row2);
     if (col1 > col2)
@@ -496,7 +502,9 @@ bool GridStore::Read(QDataStream& in)
         if (in.status() != QDataStream::Ok)
             return false;
     }
+    const quint64 generation = generation_ + 1;
     *this = std::move(fresh);
+    generation_ = generation;
     return true;
 }
 

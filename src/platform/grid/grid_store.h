@@ -74,6 +74,7 @@ struct ColInfo {
     qint32 alignment = flexAlignGeneral;
     qint32 dataType = flexDTEmpty;
     QString format;
+    bool fitText = false;  // drawn at least as wide as its widest text (not in snapshots)
 };
 
 // The grid's texts, one after another: [length low][length high][chars...] each, found by
@@ -118,6 +119,12 @@ public:
 
     QString Text(int row, int col) const;
     bool TextIsEmpty(int row, int col) const { return cellText_[Index(row, col)] == 0; }
+    // The text's length in UTF-16 units, without making the text.
+    int TextLength(int row, int col) const
+    {
+        const quint32 at = cellText_[Index(row, col)];
+        return at == 0 ? 0 : int(pool_.Length(at));
+    }
     void SetText(int row, int col, const QString& text);
     // The same from UTF-8, decoded straight into the text pool.
     void SetTextUtf8(int row, int col, const char* text, int length);
@@ -133,6 +140,12 @@ public:
     void ApplySetting(int setting, int row1, int col1, int row2, int col2, const QVariant& value);
     QVariant Setting(int setting, int row, int col) const;
     QString FontName(qint32 index) const { return index >= 0 && index < fontNames_.size() ? fontNames_[index] : QString(); }
+
+    // Counts every change of texts, rows, columns or styles, so that what is worked out from
+    // them (how wide a column's texts are) is worked out again only after one. Column
+    // settings changed through Col() count when the grid calls Touch().
+    quint64 generation() const { return generation_; }
+    void Touch() { ++generation_; }
 
     // Everything, for snapshots.
     void Write(QDataStream& out) const;
@@ -151,6 +164,7 @@ private:
 
     int rows_ = 0;
     int cols_ = 0;
+    quint64 generation_ = 0;
     std::vector<quint32> cellText_;    // address in pool_, 0 = empty
     TextPool pool_;
     size_t garbage_ = 0;               // pool units no cell refers to
