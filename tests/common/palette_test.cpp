@@ -1,8 +1,10 @@
-// Each view drawn under a light and a dark Fusion palette: the colours the views fix stay
-// as they are, everything else follows the palette, every text the views leave uncoloured
-// reads at 4.5:1 or better against what is behind it, and a text colour a view chose reads
-// at 3:1 or better where the view left the background to the palette (its own pairs of
-// colours, such as its node captions on its node rows, are its own). The pictures are kept in
+// Each view drawn under a light and a dark Fusion palette. Under the light one the colours the
+// views fix are drawn as they are, every text the views leave uncoloured reads at 4.5:1 or
+// better against what is behind it, and a text colour a view chose reads at 3:1 or better
+// where the view left the background to the palette (its own pairs of colours, such as its
+// node captions on its node rows, are its own). Under the dark one each colour a view fixes is
+// drawn as its dark counterpart, of the same hue, and every text reads at 4.5:1 or better. The
+// values the views set read back unchanged under both. The pictures are kept in
 // $BREV_TEST_PICTURES when it names a folder, to be looked at.
 
 #include <cmath>
@@ -58,7 +60,7 @@ class PaletteTest : public ThreeViewsTest<V> {
 protected:
     // Draws the view with `palette` and checks every uncoloured text on screen; returns how
     // many cells were checked, and how many of them lie on a background the view fixed.
-    void Check(const QPalette& palette, const QString& name, int* checked, int* onFixedBack)
+    void Check(const QPalette& palette, const QString& name, bool dark, int* checked, int* onFixedBack)
     {
         V& view = this->View();
         style_.reset(QStyleFactory::create(QStringLiteral("Fusion")));
@@ -84,13 +86,18 @@ protected:
         *onFixedBack = 0;
         for (int r : g.VisibleRows()) {
             for (int c = 0; c < g.Cols(); ++c) {
-                const QRect cell = g.CellRect(r, c);
+                QRect cell = g.CellRect(r, c);
+                if (g.IsSubtotal(r) && c == g.OutlineCol()) {
+                    // A node's caption runs on over the empty cells to its right.
+                    for (int next = c + 1; next < g.Cols() && g.TextMatrix(r, next).isEmpty(); ++next)
+                        cell.setRight(std::max(cell.right(), g.CellRect(r, next).right()));
+                }
                 const grid::CellStyle& style = g.store().Style(r, c);
                 if (cell.isEmpty() || g.DisplayText(r, c).trimmed().isEmpty())
                     continue;  // off screen or empty
-                if (style.fore >= 0 && style.back >= 0)
+                if (!dark && style.fore >= 0 && style.back >= 0)
                     continue;  // both colours the view's
-                const double needed = style.fore >= 0 ? 3.0 : 4.5;
+                const double needed = dark || style.fore < 0 ? 4.5 : 3.0;
                 if (cell.right() >= g.viewport()->width() || cell.bottom() >= g.viewport()->height())
                     continue;
                 QRect inner = cell.adjusted(4, 2, -4, -2);
@@ -125,28 +132,79 @@ protected:
 };
 TYPED_TEST_SUITE(PaletteTest, AllViews);
 
-TYPED_TEST(PaletteTest, UncolouredTextReadsWellUnderALightAndADarkPalette)
+double Hue(const QColor& c)
+{
+    return c.toHsl().hslHueF() * 360.0;
+}
+
+bool HasHue(const QColor& c)
+{
+    return c.toHsl().hslSaturationF() >= 0.12 && c.toHsl().hslHueF() >= 0;
+}
+
+TYPED_TEST(PaletteTest, FixedColoursKeepTheirMeaningUnderALightAndADarkPalette)
 {
     const QString view = QString::fromLatin1(TypeParam::staticMetaObject.className()).section(QLatin1String("::"), -1);
     std::unique_ptr<QStyle> fusion(QStyleFactory::create(QStringLiteral("Fusion")));
-    int checked = 0, fixed = 0;
-    this->Check(fusion->standardPalette(), view + QStringLiteral("-light"), &checked, &fixed);
-    EXPECT_GT(checked, 20);
-    this->Check(DarkPalette(), view + QStringLiteral("-dark"), &checked, &fixed);
-    EXPECT_GT(checked, 20);
-    if (!std::is_same_v<TypeParam, FlatView>) {
-        EXPECT_GT(fixed, 0) << "no text on a background the view fixed was checked";
-    }
-    // The colours the view fixed are its data and stay as they are under any palette.
     grid::FlexGrid& g = this->Grid();
+    auto colorRef = [](qint32 c) { return QColor(c & 0xFF, (c >> 8) & 0xFF, (c >> 16) & 0xFF); };
+    // What the view set, as a host reads it back through the grid.
+    auto setValues = [&] {
+        QStringList values;
+        for (int r = 1; r < g.Rows(); ++r)
+            values << g.Cell(grid::flexcpBackColor, r, 0).toString() << g.Cell(grid::flexcpForeColor, r, g.Cols() - 1).toString();
+        return values;
+    };
+    int checked = 0, fixed = 0;
+    this->Check(fusion->standardPalette(), view + QStringLiteral("-light"), false, &checked, &fixed);
+    EXPECT_GT(checked, 20);
+    const QStringList lightValues = setValues();
+    int chosenBacks = 0, chosenFores = 0;
     for (int r = 1; r < g.Rows(); ++r) {
         for (int c = 0; c < g.Cols(); ++c) {
-            const qint32 back = g.store().Style(r, c).back;
-            if (back >= 0) {
-                EXPECT_EQ(g.BackColorOf(r, c), QColor(back & 0xFF, (back >> 8) & 0xFF, (back >> 16) & 0xFF));
+            const grid::CellStyle& style = g.store().Style(r, c);
+            if (style.back >= 0) {
+                ++chosenBacks;
+                EXPECT_EQ(g.BackColorOf(r, c), colorRef(style.back)) << "light palette, row " << r << " column " << c;
+            }
+            if (style.fore >= 0) {
+                ++chosenFores;
+                EXPECT_EQ(g.TextColorOf(r, c), colorRef(style.fore)) << "light palette, row " << r << " column " << c;
             }
         }
     }
+    EXPECT_GT(chosenFores, 0);
+
+    this->Check(DarkPalette(), view + QStringLiteral("-dark"), true, &checked, &fixed);
+    EXPECT_GT(checked, 20);
+    if (!std::is_same_v<TypeParam, FlatView>) {
+        EXPECT_GT(chosenBacks, 0);
+        EXPECT_GT(fixed, 0) << "no text on a background the view fixed was checked";
+    }
+    ASSERT_TRUE(g.DrawsDark());
+    for (int r = 1; r < g.Rows(); ++r) {
+        for (int c = 0; c < g.Cols(); ++c) {
+            const grid::CellStyle& style = g.store().Style(r, c);
+            const QColor back = g.BackColorOf(r, c);
+            if (style.back >= 0) {
+                // A dark band of the same hue (a white one is the palette's base).
+                const QColor set = colorRef(style.back);
+                EXPECT_LT(Luminance(back.rgb()), 0.1) << "row " << r << " column " << c << " " << qPrintable(back.name());
+                if (HasHue(set)) {
+                    EXPECT_NEAR(Hue(back), Hue(set), 3.0) << "row " << r << " column " << c;
+                }
+            }
+            if (style.fore >= 0) {
+                const QColor fore = g.TextColorOf(r, c);
+                const QColor set = colorRef(style.fore);
+                EXPECT_GE(Contrast(fore.rgb(), back.rgb()), 4.5) << "row " << r << " column " << c << " " << qPrintable(fore.name());
+                if (HasHue(set)) {
+                    EXPECT_NEAR(Hue(fore), Hue(set), 3.0) << "row " << r << " column " << c;
+                }
+            }
+        }
+    }
+    EXPECT_EQ(setValues(), lightValues) << "the colour values the view set read back unchanged";
 }
 
 }  // namespace

@@ -31,6 +31,7 @@
 #include "grid_accessible.h"
 #include "grid_export.h"
 #include "grid_format.h"
+#include "palette_colors.h"
 
 namespace BrevView::grid {
 namespace {
@@ -50,27 +51,6 @@ FlexGrid::PrintDialogHandler g_printDialog;
 QColor FromColorRef(qint32 c)
 {
     return QColor(c & 0xFF, (c >> 8) & 0xFF, (c >> 16) & 0xFF);
-}
-
-// Relative luminance and contrast ratio as WCAG defines them.
-double Luminance(const QColor& c)
-{
-    auto channel = [](double v) { return v <= 0.03928 ? v / 12.92 : std::pow((v + 0.055) / 1.055, 2.4); };
-    return 0.2126 * channel(c.redF()) + 0.7152 * channel(c.greenF()) + 0.0722 * channel(c.blueF());
-}
-
-double Contrast(const QColor& a, const QColor& b)
-{
-    const double la = Luminance(a), lb = Luminance(b);
-    return (std::max(la, lb) + 0.05) / (std::min(la, lb) + 0.05);
-}
-
-// `preferred` when it reads well on `back` (4.5:1), else black or white, whichever reads better.
-QColor ReadableOn(const QColor& back, const QColor& preferred)
-{
-    if (Contrast(preferred, back) >= 4.5)
-        return preferred;
-    return Contrast(QColor(Qt::black), back) >= Contrast(QColor(Qt::white), back) ? QColor(Qt::black) : QColor(Qt::white);
 }
 
 // Whether a cell's text is a number or an amount: such a text is never cut, because its
@@ -1251,37 +1231,38 @@ QColor FlexGrid::ColorOf(qint32 colorref, const QColor& fallback) const
     return colorref >= 0 ? FromColorRef(colorref) : fallback;
 }
 
+bool FlexGrid::DrawsDark() const
+{
+    // A print is on white paper whatever the screen's palette.
+    return !printing_ && IsDarkPalette(palette());
+}
+
 QColor FlexGrid::BackColorOf(int row, int col) const
 {
     const CellStyle& cs = store_.Style(row, col);
     const QPalette& pal = palette();
     const bool fixed = row < fixedRows_;
-    if (!fixed && cs.back < 0 && backColor_ < 0) {
-        // A text colour the view chose was chosen for a white grid: where the palette's base
-        // would hide it (a blue on a dark base), the cell keeps the white it was meant for.
-        const qint32 foreRef = cs.fore >= 0 ? cs.fore : foreColor_;
-        const QColor base = pal.color(QPalette::Base);
-        if (foreRef >= 0) {
-            const QColor fore = FromColorRef(foreRef);
-            if (Contrast(fore, base) < 4.5 && Contrast(fore, QColor(Qt::white)) > Contrast(fore, base))
-                return QColor(Qt::white);
-        }
+    const QColor base = pal.color(QPalette::Base);
+    if (!fixed && cs.back < 0 && backColor_ < 0)
         return base;
-    }
-    return ColorOf(cs.back, fixed ? pal.color(QPalette::Button) : ColorOf(backColor_, pal.color(QPalette::Base)));
+    const QColor back = ColorOf(cs.back, fixed ? pal.color(QPalette::Button) : ColorOf(backColor_, base));
+    const bool chosen = cs.back >= 0 || (!fixed && backColor_ >= 0);
+    return chosen && DrawsDark() ? DarkBackground(back, base) : back;
 }
 
 QColor FlexGrid::TextColorOf(int row, int col) const
 {
     const CellStyle& cs = store_.Style(row, col);
-    if (cs.fore >= 0)
-        return FromColorRef(cs.fore);  // a colour the view chose is kept as it is
-    if (foreColor_ >= 0)
-        return FromColorRef(foreColor_);
+    const qint32 chosen = cs.fore >= 0 ? cs.fore : foreColor_;
+    if (chosen >= 0) {
+        // A colour the view chose is drawn as it is, or as its counterpart under a dark palette.
+        const QColor fore = FromColorRef(chosen);
+        return DrawsDark() ? DarkText(fore, BackColorOf(row, col)) : fore;
+    }
     const bool fixed = row < fixedRows_;
     const QColor text = palette().color(fixed ? QPalette::ButtonText : QPalette::Text);
     // Text nobody coloured, on a background somebody did: it must stay readable whatever
-    // the palette (a light band under a dark palette).
+    // the palette.
     const bool fixedBack = cs.back >= 0 || (!fixed && backColor_ >= 0);
     return fixedBack ? ReadableOn(BackColorOf(row, col), text) : text;
 }

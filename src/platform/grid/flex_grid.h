@@ -231,7 +231,8 @@ public:
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
-    // The colour a cell's text is drawn in, as the cell is painted on screen (not selected).
+    // The colour a cell's text is drawn in, as the cell is painted on screen (not selected);
+    // under a dark palette a colour the view chose is drawn as its dark counterpart.
     QColor TextColorOf(int row, int col) const;
     // `base` with the cell's own font settings (name, size in points, bold, italic, underline).
     QFont CellFont(int row, int col, const QFont& base) const;
@@ -240,6 +241,9 @@ public:
     Qt::Alignment TextAlignmentOf(int row, int col) const;
     // The colour behind a cell on screen (not selected).
     QColor BackColorOf(int row, int col) const;
+    // Whether the colours the views fix are drawn as their dark counterparts: on screen, under
+    // a palette whose base is darker than its text.
+    bool DrawsDark() const;
     int TwipsPerPixelX() const;
     int TwipsPerPixelY() const;
 
