@@ -57,16 +57,8 @@ protected:
         return -1;
     }
     bool Outline() const { return !std::is_same_v<V, FlatView>; }
-    // The columns a user sees: not hidden, not of width 0.
-    std::vector<int> ShownCols()
-    {
-        std::vector<int> cols;
-        for (int c = 0; c < Grid().Cols(); ++c) {
-            if (!Grid().ColHidden(c) && Grid().ColWidth(c) > 0)
-                cols.push_back(c);
-        }
-        return cols;
-    }
+    // The columns a user sees: not hidden, not a placeholder.
+    std::vector<int> ShownCols() { return Grid().ShownCols(); }
 
     QString db_;
     std::unique_ptr<V> view_;

@@ -44,6 +44,8 @@ constexpr quint32 kSnapshotVersion = 1;
 constexpr int kIndentPx = 14;
 constexpr int kButtonPx = 9;
 constexpr int kDefaultColTwips = 960;
+// A column narrower than this (two pixels at 96 DPI) is a placeholder that never shows a text.
+constexpr int kPlaceholderTwips = 30;
 
 std::mutex g_printMutex;
 FlexGrid::PrintDialogHandler g_printDialog;
@@ -192,7 +194,37 @@ void FlexGrid::contextMenuEvent(QContextMenuEvent* event)
 void FlexGrid::focusInEvent(QFocusEvent* event)
 {
     QAbstractScrollArea::focusInEvent(event);
+    // Focus from the keyboard lands on a cell, as in Qt's item views: without a current row,
+    // the first IBO row on show becomes current (not selected); a current column that never
+    // shows (a placeholder) gives way to the row's first cell with a text.
+    if (event->reason() != Qt::MouseFocusReason) {
+        EnsureLayout();
+        bool moved = false;
+        if ((row_ < fixedRows_ || row_ >= store_.rows() || VisibleIndexOf(row_) < 0) && !visible_.empty()) {
+            const auto ibo = std::find_if(visible_.begin(), visible_.end(), [this](int r) { return !store_.Row(r).subtotal; });
+            row_ = ibo != visible_.end() ? *ibo : visible_.front();
+            moved = true;
+        }
+        if (row_ >= fixedRows_ && row_ < store_.rows() && !ColShown(col_)) {
+            const int col = ReadableCol(row_);
+            if (col >= 0) {
+                col_ = col;
+                moved = true;
+            }
+        }
+        if (moved) {
+            ShowCell(row_, col_);
+            emit CurrentChanged(row_, col_);
+        }
+    }
+    viewport()->update();  // the focus cue
     grid::NotifyAccessibleFocus(*this);
+}
+
+void FlexGrid::focusOutEvent(QFocusEvent* event)
+{
+    QAbstractScrollArea::focusOutEvent(event);
+    viewport()->update();
 }
 
 // ---------------------------------------------------------------- checks and units
@@ -726,10 +758,56 @@ int FlexGrid::ColWidth(int col) const
 void FlexGrid::setColWidth(int col, int twips)
 {
     CheckCol(col, "ColWidth");
+    const bool shown = ColShown(col);
     store_.Col(col).width = twips < 0 ? -1 : twips;
+    if (ColShown(col) != shown)
+        emit ColumnsChanged();
     if (redraw_ != 0)
         UpdateScrollBars();
     Changed();
+}
+
+bool FlexGrid::ColShown(int col) const
+{
+    CheckCol(col, "ColShown");
+    const ColInfo& info = store_.Col(col);
+    return !info.hidden && (info.width < 0 || info.width >= kPlaceholderTwips);
+}
+
+std::vector<int> FlexGrid::ShownCols() const
+{
+    std::vector<int> cols;
+    for (int c = 0; c < store_.cols(); ++c) {
+        if (ColShown(c))
+            cols.push_back(c);
+    }
+    return cols;
+}
+
+int FlexGrid::TextColOf(int row, int col) const
+{
+    if (row < fixedRows_ || !store_.Row(row).subtotal || !store_.TextIsEmpty(row, col) || outlineBar_ == flexOutlineBarNone ||
+        col <= outlineCol_ || outlineCol_ >= store_.cols() || ColShown(outlineCol_))
+        return col;
+    for (int k = outlineCol_ + 1; k < col; ++k) {
+        if (ColShown(k) || !store_.TextIsEmpty(row, k))
+            return col;
+    }
+    return outlineCol_;
+}
+
+int FlexGrid::ReadableCol(int row) const
+{
+    int first = -1;
+    for (int c = 0; c < store_.cols(); ++c) {
+        if (!ColShown(c))
+            continue;
+        if (first < 0)
+            first = c;
+        if (row >= 0 && row < store_.rows() && !store_.TextIsEmpty(row, TextColOf(row, c)))
+            return c;
+    }
+    return first;
 }
 
 bool FlexGrid::ColFitText(int col) const
@@ -757,8 +835,11 @@ bool FlexGrid::ColHidden(int col) const
 void FlexGrid::setColHidden(int col, bool hidden)
 {
     CheckCol(col, "ColHidden");
+    const bool shown = ColShown(col);
     store_.Col(col).hidden = hidden;
     store_.Touch();
+    if (ColShown(col) != shown)
+        emit ColumnsChanged();
     if (redraw_ != 0)
         UpdateScrollBars();
     Changed();
@@ -899,12 +980,14 @@ void FlexGrid::SetCollapsed(int row, bool collapsed, bool raiseEvent)
     const bool toggled = store_.Row(row).collapsed != collapsed;
     store_.Row(row).collapsed = collapsed;
     OutlineChanged();
-    if (toggled) {
+    if (toggled)
         emit OutlineToggled(row);
-        grid::NotifyAccessibleToggle(*this, row);
-    }
     if (raiseEvent)
         emit AfterCollapse(row, collapsed ? flexOutlineCollapsed : flexOutlineExpanded);
+    // Told after the view's own handler, which may fill the node anew: a cell named before
+    // that would be gone by the time a reader asks about it.
+    if (toggled && row < store_.rows())
+        grid::NotifyAccessibleToggle(*this, row);
 }
 
 int FlexGrid::GetNodeRow(int row, int which) const
@@ -1763,7 +1846,12 @@ void FlexGrid::keyPressEvent(QKeyEvent* event)
     // plain list moves its current column.
     const bool outline = outlineBar_ != flexOutlineBarNone;
     auto moveColumn = [&](int delta) {
-        col_ = std::clamp(col_ + delta, 0, std::max(0, store_.cols() - 1));
+        // Over the columns that show; past the first or the last one it stays.
+        int col = col_ + delta;
+        while (col >= 0 && col < store_.cols() && !ColShown(col))
+            col += delta;
+        if (col >= 0 && col < store_.cols())
+            col_ = col;
         ShowCell(std::max(row_, 0), col_);
         Changed();
         NotifyCurrent();

@@ -99,6 +99,18 @@ public:
     Q_INVOKABLE bool ColFitText(int col) const;
     Q_INVOKABLE void setColFitText(int col, bool fit);
     Q_INVOKABLE bool ColHidden(int col) const;
+    // Whether a column ever shows its texts: not hidden and wider than a placeholder (a
+    // column under two pixels wide, such as the priority view's "P", never shows a text).
+    // Copy, export, the item model and the accessible table carry only these columns.
+    Q_INVOKABLE bool ColShown(int col) const;
+    std::vector<int> ShownCols() const;
+    // The column whose text a cell shows: its own; or, for an empty cell of a node row, the
+    // node's caption when that sits in a column never shown and runs on over this cell
+    // first.
+    int TextColOf(int row, int col) const;
+    // The first shown column whose cell in `row` shows a text (else the first shown column;
+    // -1 when no column shows): where the keyboard and a screen reader land on a row.
+    int ReadableCol(int row) const;
     Q_INVOKABLE void setColHidden(int col, bool hidden);
     Q_INVOKABLE int ColAlignment(int col) const;
     Q_INVOKABLE void setColAlignment(int col, int alignment);
@@ -267,6 +279,7 @@ signals:
     void SortChanged(int Col, int Order);  // Col -1: the rows' own order
     void RowActivated(int Row);        // Enter or Return on the current row
     void ContextMenuKey(int Row);      // the Menu key or Shift+F10 on the current row
+    void ColumnsChanged();             // the columns shown (ColShown) changed
 protected:
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
@@ -279,6 +292,7 @@ protected:
     bool viewportEvent(QEvent* event) override;
     void changeEvent(QEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
 
 private:

@@ -12,6 +12,20 @@
 namespace BrevView::grid {
 namespace {
 
+std::function<void(QAccessibleEvent*)>& Observer()
+{
+    static std::function<void(QAccessibleEvent*)> observer;
+    return observer;
+}
+
+void Send(QAccessibleEvent* event)
+{
+    if (Observer())
+        Observer()(event);
+    QAccessible::updateAccessibility(event);
+}
+
+
 class GridAccessible;
 
 // The interfaces live in Qt's accessibility cache, which deletes the last of them when the
@@ -47,7 +61,7 @@ public:
         switch (t) {
         case QAccessible::Name:
         case QAccessible::Value: {
-            QString s = grid_->DisplayText(row_, col_);
+            QString s = grid_->DisplayText(row_, IsHeader() ? col_ : grid_->TextColOf(row_, col_));
             s.replace(QLatin1Char('\r'), QLatin1Char(' '));
             return s;
         }
@@ -358,6 +372,7 @@ public:
 
     // Rows or nodes changed while redraw was off: one reset when it comes back on.
     bool pendingReset = false;
+    bool pendingFocus = false;
 
     void ClearCells()
     {
@@ -367,15 +382,7 @@ public:
     }
 
 private:
-    std::vector<int> ShownCols() const
-    {
-        std::vector<int> cols;
-        for (int c = 0; c < grid_->Cols(); ++c) {
-            if (!grid_->ColHidden(c) && grid_->ColWidth(c) > 0)
-                cols.push_back(c);
-        }
-        return cols;
-    }
+    std::vector<int> ShownCols() const { return grid_->ShownCols(); }
 
     FlexGrid* grid_;
     mutable QHash<quint64, QAccessible::Id> cells_;
@@ -423,13 +430,19 @@ int CurrentChild(FlexGrid& grid, GridAccessible*& table)
             return -1;
     }
     const int row = table->RowIndexOf(grid.Row());
-    const int col = table->ColumnIndexOf(grid.Col());
+    // A current column that never shows is announced as the row's first cell with a text.
+    const int col = table->ColumnIndexOf(grid.ColShown(grid.Col()) ? grid.Col() : grid.ReadableCol(grid.Row()));
     if (row < 0 || col < 0)
         return -1;
     return (row + table->HeaderRows()) * table->columnCount() + col;
 }
 
 }  // namespace
+
+void SetAccessibleEventObserver(std::function<void(QAccessibleEvent*)> observer)
+{
+    Observer() = std::move(observer);
+}
 
 void InstallGridAccessibility()
 {
@@ -466,27 +479,39 @@ void NotifyAccessibleReset(FlexGrid& grid)
     table->pendingReset = false;
     table->ClearCells();
     QAccessibleTableModelChangeEvent event(&grid, QAccessibleTableModelChangeEvent::ModelReset);
-    QAccessible::updateAccessibility(&event);
+    Send(&event);
 }
 
 void NotifyAccessibleRedrawOn(FlexGrid& grid)
 {
     GridAccessible* table = Tables().value(&grid);
-    if (table && table->pendingReset)
+    if (!table)
+        return;
+    if (table->pendingReset)
         NotifyAccessibleReset(grid);
+    if (table->pendingFocus) {
+        table->pendingFocus = false;
+        NotifyAccessibleFocus(grid);
+    }
 }
 
 void NotifyAccessibleFocus(FlexGrid& grid)
 {
     if (!Listened(grid) || !grid.hasFocus())
         return;
+    // While redraw is off the rows on show are about to change, and the cells with them: a
+    // cell named now would be gone before anybody asked about it. The focus is told after.
+    if (GridAccessible* pending = Tables().value(&grid); pending && (grid.Redraw() == 0 || pending->pendingReset)) {
+        pending->pendingFocus = true;
+        return;
+    }
     GridAccessible* table = nullptr;
     const int child = CurrentChild(grid, table);
     if (child < 0)
         return;
     QAccessibleEvent event(&grid, QAccessible::Focus);
     event.setChild(child);
-    QAccessible::updateAccessibility(&event);
+    Send(&event);
 }
 
 void NotifyAccessibleSelection(FlexGrid& grid)
@@ -498,7 +523,7 @@ void NotifyAccessibleSelection(FlexGrid& grid)
     QAccessibleEvent event(&grid, QAccessible::SelectionWithin);
     if (child >= 0)
         event.setChild(child);
-    QAccessible::updateAccessibility(&event);
+    Send(&event);
 }
 
 void NotifyAccessibleToggle(FlexGrid& grid, int row)
@@ -510,11 +535,20 @@ void NotifyAccessibleToggle(FlexGrid& grid, int row)
         table = dynamic_cast<GridAccessible*>(QAccessible::queryAccessibleInterface(&grid));
     if (!table || Deferred(grid, table))
         return;
-    // The rows on show changed: cells made before may stand for other rows now.
-    table->ClearCells();
+    // The rows on show changed, the grid's rows did not: the cells made before (one per grid
+    // row and column) stay, and what a reader was told about them stays true.
     QAccessibleTableModelChangeEvent rows(&grid, QAccessibleTableModelChangeEvent::ModelReset);
-    QAccessible::updateAccessibility(&rows);
-    const int col = table->ColumnIndexOf(grid.OutlineCol());
+    Send(&rows);
+    // The node's caption cell: the outline column, or the first shown cell its caption runs
+    // on over when the outline column never shows.
+    int captionCol = grid.OutlineCol();
+    for (int c : grid.ShownCols()) {
+        if (c == captionCol || (c > captionCol && grid.TextColOf(row, c) == captionCol)) {
+            captionCol = c;
+            break;
+        }
+    }
+    const int col = table->ColumnIndexOf(captionCol);
     const int r = table->RowIndexOf(row);
     if (r < 0 || col < 0)
         return;
@@ -522,7 +556,7 @@ void NotifyAccessibleToggle(FlexGrid& grid, int row)
     changed.expanded = true;
     changed.collapsed = true;
     QAccessibleStateChangeEvent event(table->cellAt(r, col), changed);
-    QAccessible::updateAccessibility(&event);
+    Send(&event);
 }
 
 }  // namespace BrevView::grid

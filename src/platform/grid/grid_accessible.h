@@ -5,9 +5,17 @@
 // rows, their expanded or collapsed state and the actions to change it. The grid tells it
 // of changes through the functions below, as Qt's own item views do.
 
+#include <functional>
+
+class QAccessibleEvent;
+
 namespace BrevView::grid {
 
 class FlexGrid;
+
+// Sees every event the grids send, just before it goes to the accessibility bridge (for
+// tests, where no bridge is there to receive them); an empty function stops it.
+void SetAccessibleEventObserver(std::function<void(QAccessibleEvent*)> observer);
 
 // Registers the factory that gives every FlexGrid its accessible interface (once).
 void InstallGridAccessibility();

@@ -12,12 +12,13 @@ namespace {
 
 std::vector<int> ShownColumns(const FlexGrid& grid)
 {
-    std::vector<int> cols;
-    for (int c = 0; c < grid.Cols(); ++c) {
-        if (!grid.ColHidden(c) && grid.ColWidth(c) > 0)
-            cols.push_back(c);
-    }
-    return cols;
+    return grid.ShownCols();
+}
+
+// What a cell shows: its text, or the node caption that runs on over it.
+QString ShownText(const FlexGrid& grid, int row, int col)
+{
+    return grid.DisplayText(row, grid.TextColOf(row, col));
 }
 
 QString HeaderText(const FlexGrid& grid, int col)
@@ -74,7 +75,7 @@ QMimeData* SelectedRowsAsMime(const FlexGrid& grid)
             continue;
         html += QStringLiteral("<tr>");
         for (size_t i = 0; i < cols.size(); ++i) {
-            const QString cell = grid.DisplayText(r, cols[i]);
+            const QString cell = ShownText(grid, r, cols[i]);
             text += (i ? QStringLiteral("\t") : QString()) + Tsv(cell);
             html += QStringLiteral("<td>") + cell.toHtmlEscaped().replace(QLatin1Char('\n'), QStringLiteral("<br>")) +
                     QStringLiteral("</td>");
@@ -118,7 +119,7 @@ bool ExportCsv(const FlexGrid& grid, const QString& fileName, bool allRows, cons
     for (int r : rows) {
         line.clear();
         for (size_t i = 0; i < cols.size(); ++i) {
-            const QString shown = grid.DisplayText(r, cols[i]);
+            const QString shown = ShownText(grid, r, cols[i]);
             line += (i ? QStringLiteral(",") : QString()) + Csv(shown);
             if (grid.ColDataType(cols[i]) == flexDTCurrency) {
                 // The stored text of an amount is its plain number ("1140381.25"); a total
@@ -168,7 +169,7 @@ int FindText(const FlexGrid& grid, const QString& text, int from, bool caseSensi
     const Qt::CaseSensitivity cs = caseSensitive ? Qt::CaseSensitive : Qt::CaseInsensitive;
     auto matches = [&](int r) {
         for (int c : cols) {
-            const QString shown = grid.DisplayText(r, c);
+            const QString shown = ShownText(grid, r, c);
             if (wholeText ? shown.compare(text, cs) == 0 : shown.contains(text, cs))
                 return true;
         }

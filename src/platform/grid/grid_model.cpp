@@ -9,6 +9,8 @@ GridModel::GridModel(FlexGrid* grid, QObject* parent) : QAbstractItemModel(paren
     connect(grid, &FlexGrid::StructureAboutToChange, this, &GridModel::StructureAboutToChange);
     connect(grid, &FlexGrid::StructureChanged, this, &GridModel::StructureChanged);
     connect(grid, &FlexGrid::ContentChanged, this, &GridModel::ContentChanged);
+    connect(grid, &FlexGrid::ColumnsChanged, this, &GridModel::ColumnsChanged);
+    connect(grid, &FlexGrid::SortChanged, this, &GridModel::SortChanged);
     connect(grid, &QObject::destroyed, this, [this] {
         beginResetModel();
         parent_.clear();
@@ -16,9 +18,45 @@ GridModel::GridModel(FlexGrid* grid, QObject* parent) : QAbstractItemModel(paren
         children_.clear();
         childStart_.clear();
         nodeNumber_.clear();
+        cols_.clear();
         dirty_ = false;
         endResetModel();
     });
+}
+
+void GridModel::ColumnsChanged()
+{
+    if (resetting_ || !grid_)
+        return;
+    EnsureTree();
+    if (grid_->ShownCols() == cols_)
+        return;
+    beginResetModel();
+    dirty_ = true;
+    endResetModel();
+}
+
+void GridModel::SortChanged()
+{
+    if (resetting_ || !grid_)
+        return;
+    // The rows keep their places in the tree (their parents), only their order among their
+    // siblings changes: persistent indexes follow their grid rows.
+    EnsureTree();
+    emit layoutAboutToBeChanged({}, QAbstractItemModel::VerticalSortHint);
+    const QModelIndexList before = persistentIndexList();
+    std::vector<std::pair<int, int>> rows;  // grid row and column of each
+    rows.reserve(size_t(before.size()));
+    for (const QModelIndex& index : before)
+        rows.emplace_back(GridRow(index), index.column());
+    dirty_ = true;
+    EnsureTree();
+    QModelIndexList after;
+    after.reserve(before.size());
+    for (const auto& [row, column] : rows)
+        after.append(row < 0 ? QModelIndex() : IndexOfGridRow(row, column));
+    changePersistentIndexList(before, after);
+    emit layoutChanged({}, QAbstractItemModel::VerticalSortHint);
 }
 
 void GridModel::StructureAboutToChange()
@@ -70,8 +108,10 @@ void GridModel::EnsureTree() const
     children_.clear();
     childStart_.clear();
     nodeNumber_.clear();
+    cols_.clear();
     if (!grid_)
         return;
+    cols_ = grid_->ShownCols();
     const GridStore& store = grid_->store();
     const int rows = grid_->Rows();
     const int fixed = std::min(grid_->FixedRows(), rows);
@@ -79,7 +119,10 @@ void GridModel::EnsureTree() const
     position_.assign(size_t(rows), 0);
     std::vector<int> counts{0};  // children per parent: the top level, then each node
     std::vector<int> open;       // the nodes a new row may belong to, innermost last
-    for (int r = fixed; r < rows; ++r) {
+    // In the order the grid shows the rows: a sort reorders the rows among their siblings
+    // and leaves the nodes where they are.
+    const std::vector<int>& order = grid_->DisplayOrder();
+    for (int r : order) {
         const RowInfo& info = store.Row(r);
         if (info.subtotal) {
             // A node's parent is the nearest node above it with a lower level.
@@ -101,7 +144,7 @@ void GridModel::EnsureTree() const
     for (size_t k = 0; k < counts.size(); ++k)
         childStart_[k + 1] = childStart_[k] + counts[k];
     children_.assign(size_t(rows - fixed), 0);
-    for (int r = fixed; r < rows; ++r) {
+    for (int r : order) {
         const int p = parent_[size_t(r)];
         const size_t k = p < 0 ? 0 : size_t(1 + nodeNumber_.value(p));
         children_[size_t(childStart_[k] + position_[size_t(r)])] = r;
@@ -186,7 +229,16 @@ int GridModel::rowCount(const QModelIndex& parent) const
 
 int GridModel::columnCount(const QModelIndex&) const
 {
-    return grid_ ? grid_->Cols() : 0;
+    if (!grid_)
+        return 0;
+    EnsureTree();
+    return int(cols_.size());
+}
+
+int GridModel::GridColumn(int column) const
+{
+    EnsureTree();
+    return column >= 0 && size_t(column) < cols_.size() ? cols_[size_t(column)] : -1;
 }
 
 bool GridModel::hasChildren(const QModelIndex& parent) const
@@ -197,9 +249,11 @@ bool GridModel::hasChildren(const QModelIndex& parent) const
 QVariant GridModel::data(const QModelIndex& index, int role) const
 {
     const int r = GridRow(index);
-    if (r < 0)
+    const int shown = GridColumn(index.column());
+    if (r < 0 || shown < 0)
         return QVariant();
-    const int c = index.column();
+    // A node's caption in a column never shown is the first shown cell's it runs on over.
+    const int c = grid_->TextColOf(r, shown);
     const CellStyle& style = grid_->store().Style(r, c);
     switch (role) {
     case Qt::DisplayRole: return grid_->DisplayText(r, c);
@@ -230,13 +284,16 @@ QVariant GridModel::headerData(int section, Qt::Orientation orientation, int rol
 {
     if (!grid_ || orientation != Qt::Horizontal || section < 0 || section >= columnCount() || grid_->FixedRows() == 0)
         return QAbstractItemModel::headerData(section, orientation, role);
+    const int col = GridColumn(section);
     if (role == Qt::DisplayRole) {
-        QString text = grid_->TextMatrix(0, section);
+        QString text = grid_->TextMatrix(0, col);
         text.replace(QLatin1Char('\r'), QLatin1Char('\n'));
         return text;
     }
     if (role == Qt::TextAlignmentRole)
-        return QVariant::fromValue(grid_->TextAlignmentOf(0, section));
+        return QVariant::fromValue(grid_->TextAlignmentOf(0, col));
+    if (role == Qt::UserRole)
+        return col;
     return QVariant();
 }
 

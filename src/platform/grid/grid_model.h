@@ -1,6 +1,9 @@
 #pragma once
 // A read-only item model that mirrors an outline grid live: node rows are the parents of
-// the rows under them (a flat grid has only top-level rows), the header row gives the
+// the rows under them (a flat grid has only top-level rows), in the order the grid shows
+// them (a sort by a header click is a layout change that keeps persistent indexes); its
+// columns are the columns the grid shows (hidden ones and placeholders left out; the
+// header's Qt::UserRole gives a column's number in the grid); the header row gives the
 // header data, and each cell's shown text, row data and style are its roles. It keeps three
 // integers per row and no object per cell, and it resets once per burst of changes (a
 // refresh), not once per cell.
@@ -34,11 +37,15 @@ public:
     // The grid row an index stands for (-1 for an invalid index), and the index of a grid row.
     int GridRow(const QModelIndex& index) const;
     QModelIndex IndexOfGridRow(int gridRow, int column = 0) const;
+    // The grid column a model column stands for (-1 when there is none).
+    int GridColumn(int column) const;
 
 private:
     void StructureAboutToChange();
     void StructureChanged();
     void ContentChanged();
+    void ColumnsChanged();
+    void SortChanged();
     void EnsureTree() const;
     // The children of a node row (-1: the top level), as grid rows.
     const int* Children(int node, int* count) const;
@@ -55,6 +62,7 @@ private:
     mutable std::vector<int> children_;
     mutable std::vector<int> childStart_;
     mutable QHash<int, int> nodeNumber_;  // node row -> its number among the node rows
+    mutable std::vector<int> cols_;       // the grid columns shown, in order
 };
 
 }  // namespace BrevView::grid

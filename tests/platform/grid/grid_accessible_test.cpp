@@ -1,12 +1,16 @@
 // What a screen reader gets from each control's grid: a table (a tree for the outline
 // views) of the rows on show, cells named by their text with their header captions,
-// node rows with their expanded state and actions, and the focused cell. (The events the
-// grid sends reach only an active accessibility bridge, which no test platform here has;
-// their effect on the interface, cells made anew after a refresh, is checked.)
+// node rows with their expanded state and actions, and the focused cell. The events the
+// grid sends reach only an active accessibility bridge, which no test platform here has:
+// they are caught just before it, and what they name is checked.
 
 #include <QAccessible>
+#include <QHBoxLayout>
+#include <QLineEdit>
+#include <QScopeGuard>
 #include <QTest>
 
+#include "platform/grid/grid_accessible.h"
 #include "support/three_views.h"
 
 namespace BrevView::test {
@@ -131,6 +135,114 @@ TYPED_TEST(GridAccessibleTest, TheFocusedCellFollowsAKeyboardMoveAndIsAnnounced)
     EXPECT_EQ(table->selectedRows(), QList<int>{1});
     EXPECT_TRUE(table->isRowSelected(1));
     EXPECT_FALSE(table->isRowSelected(0));
+}
+
+// The events the grid sends, caught in process just before they go to the accessibility
+// bridge (the test platform has none), with what each names as the bridge would read it.
+class EventLog {
+public:
+    EventLog()
+    {
+        grid::SetAccessibleEventObserver([this](QAccessibleEvent* event) {
+            QAccessibleInterface* iface = event->accessibleInterface();
+            if (iface)
+                entries.push_back({event->type(), QAccessible::uniqueId(iface), iface->text(QAccessible::Name)});
+        });
+    }
+    ~EventLog() { grid::SetAccessibleEventObserver({}); }
+    struct Entry {
+        QAccessible::Event type;
+        QAccessible::Id id;
+        QString name;
+    };
+    std::vector<Entry> entries;
+};
+
+TYPED_TEST(GridAccessibleTest, TabIntoTheGridMakesACurrentCellWithTextAndAFocusCue)
+{
+    QWidget window;
+    auto* before = new QLineEdit;
+    auto* layout = new QHBoxLayout(&window);
+    layout->addWidget(before);
+    this->View().setParent(&window);
+    const auto giveBack = qScopeGuard([this] { this->View().setParent(nullptr); });
+    layout->addWidget(&this->View());
+    window.resize(1400, 500);
+    window.show();
+    window.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    grid::FlexGrid& g = this->Grid();
+    this->View().Refresh();  // a fresh fill: no current cell
+    QMetaObject::invokeMethod(&this->View(), "ExpandAllNodes");
+    before->setFocus();
+    ASSERT_TRUE(before->hasFocus());
+    const QImage unfocused = g.viewport()->grab().toImage();
+    EventLog log;
+    QTest::keyClick(before, Qt::Key_Tab);
+    ASSERT_TRUE(g.hasFocus());
+    // The first IBO row on show, at its first cell with a text.
+    int firstIbo = -1;
+    for (int r : g.VisibleRows()) {
+        if (!g.IsSubtotal(r)) {
+            firstIbo = r;
+            break;
+        }
+    }
+    ASSERT_GE(firstIbo, 0);
+    EXPECT_EQ(g.Row(), firstIbo);
+    EXPECT_TRUE(g.ColShown(g.Col()));
+    EXPECT_FALSE(g.DisplayText(g.Row(), g.Col()).isEmpty());
+    EXPECT_EQ(g.Col(), g.ShownCols().front());
+    // A focus cue is drawn on that cell.
+    const QImage focused = g.viewport()->grab().toImage();
+    const QRect cell = g.CellRect(g.Row(), g.Col());
+    ASSERT_FALSE(cell.isEmpty());
+    int differing = 0;
+    for (int y = cell.top(); y <= cell.bottom(); ++y)
+        for (int x = cell.left(); x <= cell.right(); ++x)
+            differing += focused.pixel(x, y) != unfocused.pixel(x, y);
+    EXPECT_GT(differing, cell.width()) << "no focus cue drawn";
+    // A screen reader hears the cell's text.
+    const auto focus = std::find_if(log.entries.rbegin(), log.entries.rend(), [](const auto& e) { return e.type == QAccessible::Focus; });
+    ASSERT_NE(focus, log.entries.rend());
+    EXPECT_EQ(focus->name, g.DisplayText(g.Row(), g.Col()));
+    EXPECT_FALSE(focus->name.isEmpty());
+}
+
+TYPED_TEST(GridAccessibleTest, NoEventOfACollapseOrExpandNamesAGoneObject)
+{
+    if (!this->Outline())
+        GTEST_SKIP() << "a flat list has no nodes";
+    this->View().show();
+    this->View().activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&this->View()));
+    grid::FlexGrid& g = this->Grid();
+    g.setFocus();
+    const int node = this->FirstNode();
+    g.setRow(node);
+    EventLog log;
+    for (Qt::Key key : {Qt::Key_Left, Qt::Key_Right, Qt::Key_Down, Qt::Key_Up, Qt::Key_Left, Qt::Key_Right}) {
+        log.entries.clear();
+        QTest::keyClick(&g, key);
+        QCoreApplication::processEvents();
+        for (const auto& e : log.entries)
+            EXPECT_NE(QAccessible::accessibleInterface(e.id), nullptr)
+                << "event " << int(e.type) << " after key " << int(key) << " names a gone object (\"" << qPrintable(e.name) << "\")";
+        // The focus, when told, is a cell with a text (the node's caption).
+        for (const auto& e : log.entries) {
+            if (e.type == QAccessible::Focus && g.Row() == node) {
+                EXPECT_FALSE(e.name.isEmpty()) << "after key " << int(key);
+            }
+        }
+    }
+    // Expanding by the view's own handler (the priority and forecast views refill on expand)
+    // names no gone object either.
+    log.entries.clear();
+    g.setIsCollapsed(node, grid::FlexGrid::flexOutlineCollapsed);
+    g.setIsCollapsed(node, grid::FlexGrid::flexOutlineExpanded);
+    QCoreApplication::processEvents();
+    for (const auto& e : log.entries)
+        EXPECT_NE(QAccessible::accessibleInterface(e.id), nullptr) << "event " << int(e.type) << " names a gone object";
 }
 
 TYPED_TEST(GridAccessibleTest, ARefreshMakesANewTableAndTheCellsOfTheOldOneAreGone)

@@ -57,13 +57,18 @@ TYPED_TEST(GridModelTest, RowsAreTheGridRowsWithNodeRowsAsTheParentsOfTheirIboRo
     QList<QModelIndex> all;
     Walk(m, QModelIndex(), &all);
     ASSERT_EQ(all.size(), g.Rows() - 1);
+    const std::vector<int> cols = g.ShownCols();
+    ASSERT_EQ(m.columnCount(), int(cols.size()));
     // Depth first is the grid's own order: row i of the walk is grid row i + 1.
     for (int i = 0; i < all.size(); ++i) {
         const int r = i + 1;
         SCOPED_TRACE(r);
         EXPECT_EQ(m.data(all[i], Qt::UserRole), g.RowData(r));
-        for (int c = 0; c < g.Cols(); ++c)
-            EXPECT_EQ(m.data(all[i].siblingAtColumn(c)).toString(), g.DisplayText(r, c));
+        for (int k = 0; k < int(cols.size()); ++k)
+            EXPECT_EQ(m.data(all[i].siblingAtColumn(k)).toString(), g.DisplayText(r, g.TextColOf(r, cols[size_t(k)])));
+        if (g.IsSubtotal(r)) {
+            EXPECT_FALSE(m.data(all[i]).toString().isEmpty()) << "a node's caption is in its first column";
+        }
         const QModelIndex parent = all[i].parent();
         if (g.IsSubtotal(r) || !this->Outline()) {
             EXPECT_EQ(parent.isValid(), g.GetNodeRow(r, grid::FlexGrid::flexNTParent) >= 0);
@@ -78,8 +83,53 @@ TYPED_TEST(GridModelTest, RowsAreTheGridRowsWithNodeRowsAsTheParentsOfTheirIboRo
     } else {
         EXPECT_LT(m.rowCount(), g.Rows() - 1);
     }
-    for (int c = 0; c < g.Cols(); ++c)
-        EXPECT_EQ(m.headerData(c, Qt::Horizontal).toString(), g.TextMatrix(0, c).replace(QLatin1Char('\r'), QLatin1Char('\n')));
+    for (int k = 0; k < int(cols.size()); ++k) {
+        const int c = cols[size_t(k)];
+        EXPECT_EQ(m.headerData(k, Qt::Horizontal, Qt::UserRole).toInt(), c);
+        EXPECT_EQ(m.headerData(k, Qt::Horizontal).toString(), g.TextMatrix(0, c).replace(QLatin1Char('\r'), QLatin1Char('\n')));
+        // Hidden columns and placeholders are left out: every column a host gets has a caption.
+        EXPECT_FALSE(m.headerData(k, Qt::Horizontal).toString().isEmpty());
+        EXPECT_NE(m.headerData(k, Qt::Horizontal).toString(), QStringLiteral("P"));
+    }
+}
+
+TYPED_TEST(GridModelTest, ASortIsALayoutChangeThatKeepsPersistentIndexes)
+{
+    QAbstractItemModel* m = this->View().model();
+    QAbstractItemModelTester tester(m, QAbstractItemModelTester::FailureReportingMode::Fatal);
+    grid::FlexGrid& g = this->Grid();
+    QMetaObject::invokeMethod(&this->View(), "ExpandAllNodes");
+    QSignalSpy layouts(m, &QAbstractItemModel::layoutChanged);
+    QSignalSpy resets(m, &QAbstractItemModel::modelReset);
+    // A persistent index on IBO 2 (the largest value) and one on IBO 1.
+    auto indexOf = [&](qint32 id) { return qobject_cast<grid::GridModel*>(m)->IndexOfGridRow(this->RowOf(id), 1); };
+    QPersistentModelIndex two(indexOf(2)), one(indexOf(1));
+    ASSERT_TRUE(two.isValid() && one.isValid());
+    int valueSection = -1;
+    for (int k = 0; k < m->columnCount(); ++k) {
+        if (m->headerData(k, Qt::Horizontal).toString() == QLatin1String("Value"))
+            valueSection = k;
+    }
+    ASSERT_GE(valueSection, 0);
+    for (Qt::SortOrder order : {Qt::DescendingOrder, Qt::AscendingOrder}) {
+        g.SortByColumn(m->headerData(valueSection, Qt::Horizontal, Qt::UserRole).toInt(), order);
+        // The walk of the model is the order the grid shows.
+        QList<QModelIndex> all;
+        Walk(*m, QModelIndex(), &all);
+        std::vector<int> walked;
+        for (const QModelIndex& i : all)
+            walked.push_back(qobject_cast<grid::GridModel*>(m)->GridRow(i));
+        EXPECT_EQ(walked, g.DisplayOrder());
+        EXPECT_EQ(m->data(two, Qt::UserRole), g.RowData(this->RowOf(2)));
+        EXPECT_EQ(m->data(one, Qt::UserRole), g.RowData(this->RowOf(1)));
+        EXPECT_EQ(two.column(), 1);
+    }
+    // The largest value first among its siblings when sorted descending, last ascending.
+    g.SortByColumn(m->headerData(valueSection, Qt::Horizontal, Qt::UserRole).toInt(), Qt::DescendingOrder);
+    EXPECT_EQ(two.row(), 0);
+    g.SortByColumn(-1, Qt::AscendingOrder);
+    EXPECT_EQ(layouts.count(), 4);
+    EXPECT_EQ(resets.count(), 0);
 }
 
 TYPED_TEST(GridModelTest, StyleRolesComeFromTheCellsStyle)
@@ -89,10 +139,12 @@ TYPED_TEST(GridModelTest, StyleRolesComeFromTheCellsStyle)
     QList<QModelIndex> all;
     Walk(m, QModelIndex(), &all);
     int styled = 0;
+    const std::vector<int> cols = g.ShownCols();
     for (int i = 0; i < all.size(); ++i) {
         const int r = i + 1;
-        for (int c = 0; c < g.Cols(); ++c) {
-            const QModelIndex index = all[i].siblingAtColumn(c);
+        for (int k = 0; k < int(cols.size()); ++k) {
+            const int c = g.TextColOf(r, cols[size_t(k)]);
+            const QModelIndex index = all[i].siblingAtColumn(k);
             const qint32 fore = g.Cell(grid::flexcpForeColor, r, c).toInt();
             const qint32 back = g.Cell(grid::flexcpBackColor, r, c).toInt();
             if (back > 0) {
