@@ -45,10 +45,9 @@ class ChangeWatcherPrivate;
 /// are reported through ErrorRaised() and lastError(), and the watcher keeps trying.
 class BREVVIEW_EXPORT ChangeWatcher : public QObject {
     Q_OBJECT
-    /// The shortest time between two IbosChanged() signals, in milliseconds (default 1000;
-    /// 0 reports every change seen).
+    /// The shortest time between two IbosChanged() signals in ms (default 1000; 0: every change). Notify signal: intervalChanged().
     Q_PROPERTY(int interval READ interval WRITE setInterval NOTIFY intervalChanged)
-    /// Whether the watcher is watching now: started, and its connection open.
+    /// Whether the watcher is watching now: started, and its connection open. Notify signal: activeChanged().
     Q_PROPERTY(bool active READ isActive NOTIFY activeChanged)
 
 public:

@@ -43,13 +43,13 @@ class FlatViewPrivate;
 /// as well. The trace lines are the same either way.
 class BREVVIEW_EXPORT FlatView : public QWidget {
     Q_OBJECT
-    // The table shown: eViewMainTable (0) or eViewArchiveTable (1) (FlatViewSourceEnum).
+    /// The table shown: eViewMainTable (0) or eViewArchiveTable (1) (FlatViewSourceEnum). Notify signal: ViewSourceChanged().
     Q_PROPERTY(qint32 ViewSource READ ViewSource WRITE setViewSource NOTIFY ViewSourceChanged)
-    // The statuses shown, an OR of FlatViewFilterEnum flags.
+    /// The statuses shown, an OR of FlatViewFilterEnum flags. Notify signal: FilterChanged().
     Q_PROPERTY(qint32 Filter READ Filter WRITE setFilter NOTIFY FilterChanged)
-    // The native window handle of the grid (0 before it has one).
+    /// The native window handle of the grid (0 before it has one). Notify signal: FlexGridHWndChanged().
     Q_PROPERTY(qint32 FlexGridHWnd READ FlexGridHWnd NOTIFY FlexGridHWndChanged)
-    // The selected IBO ids (see GetSelection()).
+    /// The selected IBO ids (see GetSelection()). Notify signal: SelectionChanged().
     Q_PROPERTY(QVariant GetSelection READ GetSelection NOTIFY SelectionChanged)
 
 public:

@@ -30,15 +30,15 @@ class ForecastViewPrivate;
 /// in its section on errors. The lowerCamelCase members are additions for Qt hosts.
 class BREVVIEW_EXPORT ForecastView : public QWidget {
     Q_OBJECT
-    // eUnweightedForecast (0) or eWeightedForecast (1) (ForecastModeEnum).
+    /// eUnweightedForecast (0) or eWeightedForecast (1) (ForecastModeEnum). Notify signal: ForecastModeChanged().
     Q_PROPERTY(qint32 ForecastMode READ ForecastMode WRITE setForecastMode NOTIFY ForecastModeChanged)
-    // The native window handle of the grid (0 before it has one).
+    /// The native window handle of the grid (0 before it has one). Notify signal: FlexGridHWndChanged().
     Q_PROPERTY(qint32 FlexGridHWnd READ FlexGridHWnd NOTIFY FlexGridHWndChanged)
-    // The selected IBO ids (see GetSelection()).
+    /// The selected IBO ids (see GetSelection()). Notify signal: SelectionChanged().
     Q_PROPERTY(QVariant GetSelection READ GetSelection NOTIFY SelectionChanged)
-    // Whether the won IBOs are shown too.
+    /// Whether the won IBOs are shown too. Notify signal: ShowWonIBOsChanged().
     Q_PROPERTY(bool ShowWonIBOs READ ShowWonIBOs WRITE setShowWonIBOs NOTIFY ShowWonIBOsChanged)
-    // Which won IBOs are shown: 0 all, 1 this month, 2 and 3 two and three months back.
+    /// Which won IBOs are shown: 0 all, 1 this month, 2 and 3 two and three months back. Notify signal: ShowWonDateRangeChanged().
     Q_PROPERTY(qint32 ShowWonDateRange READ ShowWonDateRange WRITE setShowWonDateRange NOTIFY ShowWonDateRangeChanged)
 
 public:

@@ -34,13 +34,13 @@ class PriorityViewPrivate;
 /// errors. The lowerCamelCase members are additions for Qt hosts.
 class BREVVIEW_EXPORT PriorityView : public QWidget {
     Q_OBJECT
-    // The native window handle of the grid (0 before it has one).
+    /// The native window handle of the grid (0 before it has one). Notify signal: FlexGridHWndChanged().
     Q_PROPERTY(qint32 FlexGridHWnd READ FlexGridHWnd NOTIFY FlexGridHWndChanged)
-    // How many units of SalesCycleRangeUnits the sales-cycle column spans on each side of today.
+    /// How many units of SalesCycleRangeUnits the sales-cycle column spans on each side of today. Notify signal: SalesCycleRangeValueChanged().
     Q_PROPERTY(qint32 SalesCycleRangeValue READ SalesCycleRangeValue WRITE setSalesCycleRangeValue NOTIFY SalesCycleRangeValueChanged)
-    // The unit of the sales-cycle range (SalesCycleUnitsEnum).
+    /// The unit of the sales-cycle range (SalesCycleUnitsEnum). Notify signal: SalesCycleRangeUnitsChanged().
     Q_PROPERTY(qint32 SalesCycleRangeUnits READ SalesCycleRangeUnits WRITE setSalesCycleRangeUnits NOTIFY SalesCycleRangeUnitsChanged)
-    // The selected IBO ids (see GetSelection()).
+    /// The selected IBO ids (see GetSelection()). Notify signal: SelectionChanged().
     Q_PROPERTY(QVariant GetSelection READ GetSelection NOTIFY SelectionChanged)
 
 public:

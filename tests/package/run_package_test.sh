@@ -5,7 +5,8 @@
 #    blocks marked "package-test: FILE"), with no C++ standard set by the host, and runs it;
 #  - builds and runs a host that checks the package from the outside;
 #  - runs the installed programs from the prefix (--help, --version, a sample database);
-#  - builds a host with make and the installed brevview.pc, and runs it.
+#  - builds a host with make and the installed brevview.pc, and runs it;
+#  - loads the installed Designer plugin from a host linked to Qt alone, with no library path.
 set -euo pipefail
 build_dir=$1
 source_dir=$(cd "$(dirname "$0")" && pwd)
@@ -62,5 +63,16 @@ pc_dir=$(dirname "$(find "$prefix" -name brevview.pc | head -1)")
 cp -r "$source_dir/makefile-host" "$work/makefile-host"
 PKG_CONFIG_PATH="$pc_dir" make -s -C "$work/makefile-host" > "$work/make.log" 2>&1 || { cat "$work/make.log"; exit 1; }
 env -u LD_LIBRARY_PATH "$work/makefile-host/makefile_host" | grep "makefile host: ok" || { echo "the pkg-config host failed"; exit 1; }
+
+# The Designer plugin, loaded as Qt Designer loads it: from the prefix, no library path set.
+plugin_dir=$(dirname "$(find "$prefix" -name libbrevview_designer.so | head -1)")
+if [ -n "$plugin_dir" ] && [ "$plugin_dir" != . ]; then
+  cmake -S "$source_dir/designer-host" -B "$work/designer-build" -G Ninja > "$work/designer-configure.log"
+  cmake --build "$work/designer-build" > "$work/designer-build.log" || { cat "$work/designer-build.log"; exit 1; }
+  env -u LD_LIBRARY_PATH BREV_DATABASE="$work/sample.db" "$work/designer-build/designer_host" "$plugin_dir" | grep "designer host: ok" \
+    || { echo "the installed Designer plugin does not load from its prefix"; exit 1; }
+else
+  echo "no Designer plugin installed (qt6-tools-dev missing)"; exit 1
+fi
 
 BREV_DATABASE="$work/none.db" "$work/build/package_host" "$work/sample.db"
