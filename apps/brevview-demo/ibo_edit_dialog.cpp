@@ -17,7 +17,13 @@ IboEditDialog::IboEditDialog(const IboRecord& ibo, QWidget* parent) : QDialog(pa
     first_ = new QLineEdit(ibo.firstName);
     last_ = new QLineEdit(ibo.lastName);
     company_ = new QLineEdit(ibo.company);
-    product_ = new QLineEdit(ibo.product);
+    // A stored product reads "name~detail"; the views show the name, and so does the dialog,
+    // with the detail beside it (kept as it is unless edited).
+    const qsizetype tilde = ibo.product.indexOf(QLatin1Char('~'));
+    product_ = new QLineEdit(tilde < 0 ? ibo.product : ibo.product.left(tilde));
+    productDetail_ = new QLineEdit(tilde < 0 ? QString() : ibo.product.mid(tilde + 1));
+    product_->setObjectName(QStringLiteral("product"));
+    productDetail_->setObjectName(QStringLiteral("productDetail"));
     date_ = new QDateEdit(QDate::fromString(ibo.dateWWIH, QStringLiteral("yyyy-MM-dd")));
     date_->setCalendarPopup(true);
     status_ = new QComboBox;
@@ -43,6 +49,7 @@ IboEditDialog::IboEditDialog(const IboRecord& ibo, QWidget* parent) : QDialog(pa
     form->addRow(tr("Last name"), last_);
     form->addRow(tr("Company"), company_);
     form->addRow(tr("Product"), product_);
+    form->addRow(tr("Product detail"), productDetail_);
     form->addRow(tr("When will it happen?"), date_);
     form->addRow(tr("Status"), status_);
     form->addRow(tr("Priority"), priority_);
@@ -64,7 +71,7 @@ IboRecord IboEditDialog::Result() const
     r.firstName = first_->text();
     r.lastName = last_->text();
     r.company = company_->text();
-    r.product = product_->text();
+    r.product = productDetail_->text().isEmpty() ? product_->text() : product_->text() + QLatin1Char('~') + productDetail_->text();
     r.dateWWIH = date_->date().toString(QStringLiteral("yyyy-MM-dd"));
     r.status = status_->currentIndex() + 1;
     r.priority = priority_->currentIndex() + 1;

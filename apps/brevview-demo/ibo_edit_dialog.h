@@ -25,6 +25,7 @@ private:
     QLineEdit* last_;
     QLineEdit* company_;
     QLineEdit* product_;
+    QLineEdit* productDetail_;
     QDateEdit* date_;
     QComboBox* status_;
     QComboBox* priority_;

@@ -16,12 +16,26 @@
 
 int main(int argc, char** argv)
 {
-    // Screenshots need no display.
+    // Screenshots, --help and --version need no display; a window does, and says so plainly
+    // rather than aborting in the platform plugin.
+    bool needsDisplay = true;
     for (int i = 1; i < argc; ++i) {
-        if (QByteArray(argv[i]) == "--screenshot")
-            qputenv("QT_QPA_PLATFORM", "offscreen");
+        const QByteArray arg(argv[i]);
+        if (arg == "--screenshot" || arg.startsWith("--screenshot=") || arg == "--help" || arg == "-h" || arg == "--help-all" ||
+            arg == "--version" || arg == "-v")
+            needsDisplay = false;
+    }
+    if (!needsDisplay) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    } else if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && qEnvironmentVariableIsEmpty("DISPLAY") &&
+               qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
+        std::fprintf(stderr, "brevview-demo: no display (DISPLAY and WAYLAND_DISPLAY are unset); "
+                             "use --screenshot DIR to render the views into pictures\n");
+        return 2;
     }
     QApplication app(argc, argv);
+    // Where the demo keeps its settings (the window's place, the views' preferences).
+    QApplication::setOrganizationName(QStringLiteral("BrevView"));
     QApplication::setApplicationName(QStringLiteral("brevview-demo"));
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("BrevView demo host"));

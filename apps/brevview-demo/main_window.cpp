@@ -1,4 +1,5 @@
 #include "main_window.h"
+#include "print_target.h"
 
 #include <cstdio>
 
@@ -177,6 +178,9 @@ MainWindow::MainWindow(const QString& databasePath, QWidget* parent) : QMainWind
     find_->setMaximumWidth(260);
     main->addWidget(find_);
     // Incremental: each edit looks again from the current row; Enter goes to the next match.
+    finder_ = new IncrementalFind(this);
+    connect(finder_, &IncrementalFind::Found, this, &MainWindow::OnFound);
+    connect(finder_, &IncrementalFind::NotFound, this, &MainWindow::OnNotFound);
     connect(find_, &QLineEdit::textEdited, this, [this] { Find(false); });
     connect(find_, &QLineEdit::returnPressed, this, [this] { Find(true); });
 
@@ -355,6 +359,8 @@ void MainWindow::RefreshLive(QWidget* view)
         ReportError(e, tr("refreshing"));
         return;
     }
+    if (view == forecast_)
+        ownWrite_.start();  // counted from the end of a refresh that may have been long
     // Where the user was, then the current IBO into view if the rows moved under it.
     if (grid)
         grid->verticalScrollBar()->setValue(scroll);
@@ -377,6 +383,9 @@ void MainWindow::RefreshAll()
             ReportError(e, tr("refreshing"));
         }
     }
+    // The forecast view's won-date writes reach the watcher after the refresh: on a large
+    // pipeline the refresh alone can outlast the grace that counts them as this window's.
+    ownWrite_.start();
     QApplication::restoreOverrideCursor();
     statusBar()->showMessage(tr("Double-click an IBO to edit it; right-click for more."));
     WritePoints();
@@ -386,6 +395,8 @@ void MainWindow::Refresh()
 {
     try {
         QMetaObject::invokeMethod(CurrentView(), "Refresh");
+        if (CurrentView() == forecast_)
+            ownWrite_.start();  // its won-date writes come back through the watcher
         statusBar()->showMessage(tr("Refreshed."), 3000);
     } catch (const BrevView::RuntimeError& e) {
         ReportError(e, tr("refreshing"));
@@ -487,21 +498,28 @@ void MainWindow::ExportCsv()
 void MainWindow::Find(bool again)
 {
     const QString text = find_->text().trimmed();
-    if (text.isEmpty())
-        return;
-    QWidget* view = CurrentView();
-    const QVariant before = view->property("GetSelection");
-    if (!again && before.isValid()) {
-        // Typing on: look again from the row before the current one, so that the current
-        // row still counts while it matches.
-        OnView(view, [&](auto* v) { v->findNext(text, QTextDocument::FindBackward); });
-    }
-    const bool found = OnView(view, [&](auto* v) { return v->findNext(text); });
-    if (found) {
-        statusBar()->showMessage(tr("Found \"%1\".").arg(text), 3000);
-        Event(QStringLiteral("found %1").arg(text));
+    if (text.isEmpty()) {
+        finder_->Cancel();
         return;
     }
+    findView_ = CurrentView();
+    findAgain_ = again;
+    // In slices on the event loop: the box keeps up with the keyboard on any number of IBOs.
+    finder_->Start(OnView(CurrentView(), [](auto* v) { return v->model(); }), text, again);
+}
+
+void MainWindow::OnFound(const QString& text, const QVariant& rowData)
+{
+    if (findView_ != CurrentView())
+        return;
+    QMetaObject::invokeMethod(findView_, "GotoIBO", Q_ARG(qint32, rowData.toInt()));
+    statusBar()->showMessage(tr("Found \"%1\".").arg(text), 3000);
+    Event(QStringLiteral("found %1").arg(text));
+}
+
+void MainWindow::OnNotFound(const QString& text)
+{
+    const bool again = findAgain_;
     // Not in the list: say so honestly when the IBO exists but the view does not show it,
     // and offer to show it in the list with every status.
     const qint32 hiddenId = store_.IdOfNumber(text);
@@ -557,9 +575,7 @@ void MainWindow::Print()
             // No printer here: into a PDF file, and say where.
             QString pdf = qEnvironmentVariable("BREV_PRINT_TO_PDF");
             if (pdf.isEmpty())
-                pdf = QDir(QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation))
-                          .filePath(tabs_->tabText(tabs_->currentIndex()).remove(QLatin1Char('&')).replace(QLatin1Char(' '), QLatin1Char('-')) +
-                                    QStringLiteral(".pdf"));
+                pdf = BrevViewDemo::PrintPdfPath(tabs_->tabText(tabs_->currentIndex()));
             printer.setOutputFormat(QPrinter::PdfFormat);
             printer.setOutputFileName(pdf);
             OnView(view, [&](auto* v) { v->print(&printer); });
@@ -629,10 +645,7 @@ void MainWindow::ContextMenu(qint32 id, QWidget* from)
         if (other == from)
             continue;
         menu.addAction(tr("Go to in the %1 view").arg(tabs_->tabText(tabs_->indexOf(other)).remove(QLatin1Char('&'))), this,
-                       [this, other, id] {
-                           tabs_->setCurrentWidget(other);
-                           QMetaObject::invokeMethod(other, "GotoIBO", Q_ARG(qint32, id));
-                       });
+                       [this, other, id] { GoToIn(other, id); });
     }
     menu.addAction(tr("&Copy IBO number"), this, [this, id] {
         QString error;
@@ -640,6 +653,31 @@ void MainWindow::ContextMenu(qint32 id, QWidget* from)
             QApplication::clipboard()->setText(ibo->number);
     });
     menu.exec(QCursor::pos());
+}
+
+void MainWindow::GoToIn(QWidget* view, qint32 id)
+{
+    tabs_->setCurrentWidget(view);
+    QMetaObject::invokeMethod(view, "GotoIBO", Q_ARG(qint32, id));
+    if (view->property("GetSelection").value<QList<qint32>>().contains(id)) {
+        Event(QStringLiteral("went-to %1").arg(id));
+        return;
+    }
+    // Not in that view: say why instead of doing nothing.
+    QString error;
+    const auto ibo = store_.Load(id, &error);
+    const QString number = ibo ? ibo->number : QString::number(id);
+    static const QStringList statuses{tr("open"), tr("won"), tr("lost"), tr("cancelled")};
+    const QString status = ibo ? statuses.value(ibo->status - 1, tr("of another status")) : QString();
+    QString why;
+    if (view == priority_)
+        why = tr("IBO %1 is %2: the priority view shows open IBOs only.").arg(number, status);
+    else if (view == forecast_)
+        why = tr("IBO %1 is %2: the forecast view shows open IBOs (and won ones when \"Show won\" is on).").arg(number, status);
+    else
+        why = tr("IBO %1 is %2: the flat list's filter or table hides it.").arg(number, status);
+    statusBar()->showMessage(why, 8000);
+    Event(QStringLiteral("not-shown %1").arg(id));
 }
 
 void MainWindow::keyPressEvent(QKeyEvent* event)

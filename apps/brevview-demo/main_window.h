@@ -4,11 +4,13 @@
 
 #include <QElapsedTimer>
 #include <QMainWindow>
+#include <QPointer>
 #include <QSet>
 
 #include <brevview/brevview.h>
 
 #include "ibo_store.h"
+#include "incremental_find.h"
 
 class QCheckBox;
 class QComboBox;
@@ -45,6 +47,10 @@ private:
     void Copy();
     void ExportCsv();
     void Find(bool again);
+    void OnFound(const QString& text, const QVariant& rowData);
+    void OnNotFound(const QString& text);
+    // Goes to an IBO in another view, or says why that view does not show it.
+    void GoToIn(QWidget* view, qint32 id);
     // Refreshes the view on show, keeping the current IBO current and in view.
     void RefreshKeepingCurrent();
     // A colleague (or this window) changed the IBOs: the view on screen is refreshed now,
@@ -78,6 +84,9 @@ private:
     QComboBox* source_;
     QLineEdit* search_;
     QLineEdit* find_;
+    IncrementalFind* finder_;
+    QPointer<QWidget> findView_;  // the view the search under way looks in
+    bool findAgain_ = false;      // it was asked for with Return or F3, not by typing
     BrevView::ChangeWatcher* watcher_;
     QSet<QWidget*> stale_;       // views to refresh when their tab is shown
     bool liveWaiting_ = false;   // a change came during a dialog: refresh when it closes

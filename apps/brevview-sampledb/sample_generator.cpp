@@ -99,9 +99,16 @@ void MakeRows(const Options& options, Write&& write)
             r.product = QString::fromUtf8(Pick(rng, kProducts));
             r.valueNumeric = qint64(magnitude);
             r.valueDecimal = days(0, 99);
-            r.dateQualified = Canonical(qualified);
-            if (r.status != 1)
-                r.dateWonLostCancel = Canonical(std::min(today, wwih.addDays(-days(0, 30))));
+            QDate qualifiedOn = qualified;
+            if (r.status != 1) {
+                const QDate closed = std::min(today, wwih.addDays(-days(0, 30)));
+                r.dateWonLostCancel = Canonical(closed);
+                // An IBO is qualified before it closes: a cycle that would start after the
+                // close starts as long before it.
+                if (qualifiedOn > closed)
+                    qualifiedOn = closed.addDays(-qualified.daysTo(wwih));
+            }
+            r.dateQualified = Canonical(qualifiedOn);
             r.note = QString::fromUtf8(Pick(rng, kNotes));
             r.archive = archive;
             r.deleted = !archive && chance(2);

@@ -12,6 +12,7 @@
 #include <QContextMenuEvent>
 #include <QCryptographicHash>
 #include <QDataStream>
+#include <QDir>
 #include <QFile>
 #include <QGuiApplication>
 #include <QKeyEvent>
@@ -2110,9 +2111,15 @@ void FlexGrid::PrintTo(QPrinter& printer, const QString& heading, bool pageNumbe
         ~Done() { flag = false; }
     } done{printing_};
     QPainter p;
-    if (!p.begin(&printer))
+    if (!p.begin(&printer)) {
+        // A PDF that cannot be written (its folder missing, no right to write there) is told
+        // as such, not as a missing printer.
+        if (printer.outputFormat() == QPrinter::PdfFormat && !printer.outputFileName().isEmpty())
+            Raise(automation::ErrPrinter, kSource,
+                  QStringLiteral("Printer error: cannot write the PDF file '%1'").arg(QDir::toNativeSeparators(printer.outputFileName())));
         Raise(automation::ErrPrinter, kSource,
               QStringLiteral("Printer error: no printer is available (set BREV_PRINT_TO_PDF to print into a PDF file)"));
+    }
     EnsureLayout();
     const QRect page = printer.pageLayout().paintRectPixels(printer.resolution());
     double scale = double(printer.resolution()) / qMax(1, logicalDpiX());
@@ -2125,6 +2132,15 @@ void FlexGrid::PrintTo(QPrinter& printer, const QString& heading, bool pageNumbe
     for (int r = 0; r < std::min(fixedRows_, store_.rows()); ++r)
         fixedRows.push_back(r);
     const int fixedH = FixedHeightPx();
+    // Paint in screen pixels: the font must be sized in them too, not in printer points.
+    QFont screenFont = font();
+    screenFont.setPixelSize(QFontInfo(font()).pixelSize());
+    const int lineH = QFontMetrics(screenFont).height();
+    // A heading and a page number take a line of the page each, inside its printable area:
+    // a print preview shows what lies in the margins faded, and some printers cut it off.
+    const int headingH = heading.isEmpty() ? 0 : lineH + 4;
+    const int footerH = pageNumbers ? lineH + 4 : 0;
+    const int rowsH = pageH - headingH - footerH;
     // The pages first, so that a footer can say how many there are.
     std::vector<std::vector<int>> pages;
     size_t next = 0;
@@ -2133,7 +2149,7 @@ void FlexGrid::PrintTo(QPrinter& printer, const QString& heading, bool pageNumbe
         int y = fixedH;
         while (next < visible_.size()) {
             const int h = RowPx(visible_[next]);
-            if (y + h > pageH && !chunk.empty())
+            if (y + h > rowsH && !chunk.empty())
                 break;
             chunk.push_back(visible_[next++]);
             y += h;
@@ -2141,33 +2157,20 @@ void FlexGrid::PrintTo(QPrinter& printer, const QString& heading, bool pageNumbe
         pages.push_back(std::move(chunk));
     } while (next < visible_.size());
     p.scale(scale, scale);
-    // Paint in screen pixels: the font must be sized in them too, not in printer points.
-    QFont screenFont = font();
-    screenFont.setPixelSize(QFontInfo(font()).pixelSize());
     p.setFont(screenFont);
-    // A heading and a page number stand in the page's margins, so that the rows of each
-    // page are the same with them as without.
-    const QPageLayout layout = printer.pageLayout();
-    const QMarginsF margins = layout.marginsPoints();
-    const double pointsToGrid = double(printer.resolution()) / 72.0 / scale;
-    const int lineH = QFontMetrics(screenFont).height();
     const int pageW = int(page.width() / scale);
     for (size_t n = 0; n < pages.size(); ++n) {
         if (n > 0)
             printer.newPage();
-        PaintRows(p, fixedRows, 0, 0, true, all);
-        PaintRows(p, pages[n], fixedH, 0, true, all);
+        PaintRows(p, fixedRows, headingH, 0, true, all);
+        PaintRows(p, pages[n], headingH + fixedH, 0, true, all);
         p.save();
         p.setPen(Qt::black);
-        if (!heading.isEmpty()) {
-            const int top = -std::min(int(margins.top() * pointsToGrid), lineH + 4);
-            p.drawText(QRect(0, top, pageW, lineH), Qt::AlignLeft | Qt::AlignVCenter, heading);
-        }
-        if (pageNumbers) {
-            const int bottom = pageH + std::max(2, std::min(int(margins.bottom() * pointsToGrid) - lineH, 4));
-            p.drawText(QRect(0, bottom, pageW, lineH), Qt::AlignHCenter | Qt::AlignVCenter,
+        if (!heading.isEmpty())
+            p.drawText(QRect(0, 0, pageW, lineH), Qt::AlignLeft | Qt::AlignVCenter, heading);
+        if (pageNumbers)
+            p.drawText(QRect(0, pageH - lineH, pageW, lineH), Qt::AlignHCenter | Qt::AlignVCenter,
                        tr("Page %1 of %2").arg(n + 1).arg(pages.size()));
-        }
         p.restore();
     }
     if (!p.end())

@@ -226,7 +226,8 @@ public:
     // PDF file to print into instead (for tests and machines without a printer).
     Q_INVOKABLE void PrintGrid(const QString& docName = QString(), bool showDialog = false, int orientation = 0);
     // Paints the grid as shown, paginated with the fixed rows on every page; `heading` above
-    // and "Page n of m" below the rows of each page, in the page's margins, when asked for.
+    // and "Page n of m" below the rows of each page, each on a line of the page's printable
+    // area, when asked for.
     void PrintTo(QPrinter& printer, const QString& heading = QString(), bool pageNumbers = false);
     // How the print dialog is shown; a handler returns false to cancel. Without one,
     // the dialog is a modal QPrintDialog on a real display and skipped (accepted) on
