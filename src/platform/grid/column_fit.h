@@ -25,7 +25,7 @@ public:
 
 private:
     void Measure(const FlexGrid& grid) const;
-    int MeasureCol(const FlexGrid& grid, int col) const;
+    int MeasureCol(const FlexGrid& grid, int col, const std::vector<int>& nodes) const;
 
     mutable bool valid_ = false;
     mutable quint64 generation_ = 0;

@@ -154,6 +154,7 @@ void GridStore::SetRows(int rows)
     if (rows < rows_) {
         for (size_t i = Index(rows, 0); i < cellText_.size(); ++i)
             Release(cellText_[i]);
+        ForgetLengths();
     }
     rows_ = rows;
     cellText_.resize(size_t(rows_) * size_t(cols_), 0);
@@ -185,6 +186,7 @@ void GridStore::SetCols(int cols)
     cellStyle_.swap(style);
     cols_ = cols;
     colInfo_.resize(size_t(cols_));
+    ForgetLengths();
     CompactPool();
 }
 
@@ -198,6 +200,13 @@ void GridStore::InsertRow(int row)
         cellStyle_.insert(cellStyle_.begin() + std::ptrdiff_t(size_t(row) * size_t(cols_)), size_t(cols_), quint16(0));
     rowInfo_.insert(rowInfo_.begin() + row, RowInfo{});
     ++rows_;
+    // The sampled rows at or after it move down with it.
+    if (!lengthsDirty_) {
+        for (LengthSamples& samples : lengths_)
+            for (std::vector<int>& sampled : samples.rowsByLength)
+                for (int& r : sampled)
+                    r += r >= row ? 1 : 0;
+    }
 }
 
 quint32 GridStore::AddText(const QString& text)
@@ -225,6 +234,7 @@ void GridStore::SetText(int row, int col, const QString& text)
     quint32& ref = cellText_[Index(row, col)];
     Release(ref);
     ref = AddText(text);
+    NoteLength(row, col, int(text.size()));
     if (garbage_ > 65536 && garbage_ * 2 > pool_.size())
         CompactPool();
 }
@@ -253,8 +263,36 @@ void GridStore::SetTextUtf8(int row, int col, const char* text, int length)
             ref = 0;
         }
     }
+    NoteLength(row, col, ref == 0 ? 0 : int(pool_.Length(ref)));
     if (garbage_ > 65536 && garbage_ * 2 > pool_.size())
         CompactPool();
+}
+
+void GridStore::ForgetLengths()
+{
+    lengths_.clear();
+    lengthsDirty_ = true;
+    // A grid emptied for a new fill (Rows = FixedRows) is sampled again at once, so that the
+    // fill keeps the samples as it writes.
+    if (rows_ <= 64)
+        RebuildLengths();
+}
+
+void GridStore::RebuildLengths() const
+{
+    lengths_.assign(size_t(cols_), LengthSamples{});
+    lengthsDirty_ = false;
+    for (int r = 0; r < rows_; ++r) {
+        for (int c = 0; c < cols_; ++c)
+            NoteLength(r, c, TextLength(r, c));
+    }
+}
+
+const GridStore::LengthSamples& GridStore::Lengths(int col, bool rebuild) const
+{
+    if (rebuild || lengthsDirty_ || lengths_.size() != size_t(cols_))
+        RebuildLengths();
+    return lengths_[size_t(col)];
 }
 
 void GridStore::CompactPool()
@@ -505,6 +543,7 @@ bool GridStore::Read(QDataStream& in)
     const quint64 generation = generation_ + 1;
     *this = std::move(fresh);
     generation_ = generation;
+    ForgetLengths();
     return true;
 }
 

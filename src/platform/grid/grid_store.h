@@ -147,6 +147,19 @@ public:
     quint64 generation() const { return generation_; }
     void Touch() { ++generation_; }
 
+    // For each column, a few rows of each text length, kept up to date as texts are written:
+    // the widest texts of a column of numbers are among its longest, and a column a million
+    // rows long is measured on these without a pass over its rows. Rows may hold other texts
+    // since; their length is read again when they are measured.
+    struct LengthSamples {
+        int longest = 0;
+        std::vector<std::vector<int>> rowsByLength;  // [length]: up to kSamplesPerLength rows
+    };
+    static constexpr size_t kSamplesPerLength = 8;
+    // `rebuild` makes them anew from the rows first (when the sampled rows no longer hold
+    // texts of their lengths).
+    const LengthSamples& Lengths(int col, bool rebuild = false) const;
+
     // Everything, for snapshots.
     void Write(QDataStream& out) const;
     // Reads what Write wrote; false (and this store untouched) when the data is damaged.
@@ -162,9 +175,27 @@ private:
     quint16 Intern(const CellStyle& style);
     void EnsureStyles();
 
+    void NoteLength(int row, int col, int length) const
+    {
+        if (lengthsDirty_ || length <= 0)
+            return;
+        LengthSamples& samples = lengths_[size_t(col)];
+        if (size_t(length) >= samples.rowsByLength.size())
+            samples.rowsByLength.resize(size_t(length) + 1);
+        std::vector<int>& rows = samples.rowsByLength[size_t(length)];
+        if (rows.size() < kSamplesPerLength)
+            rows.push_back(row);
+        samples.longest = std::max(samples.longest, length);
+    }
+    // Dropped and made again from the rows when next asked for.
+    void ForgetLengths();
+    void RebuildLengths() const;
+
     int rows_ = 0;
     int cols_ = 0;
     quint64 generation_ = 0;
+    mutable std::vector<LengthSamples> lengths_;
+    mutable bool lengthsDirty_ = true;
     std::vector<quint32> cellText_;    // address in pool_, 0 = empty
     TextPool pool_;
     size_t garbage_ = 0;               // pool units no cell refers to
