@@ -788,7 +788,7 @@ std::vector<int> FlexGrid::ShownCols() const
 int FlexGrid::TextColOf(int row, int col) const
 {
     if (row < fixedRows_ || !store_.Row(row).subtotal || !store_.TextIsEmpty(row, col) || outlineBar_ == flexOutlineBarNone ||
-        col <= outlineCol_ || outlineCol_ >= store_.cols() || ColShown(outlineCol_))
+        col <= outlineCol_ || outlineCol_ < 0 || outlineCol_ >= store_.cols() || ColShown(outlineCol_))
         return col;
     for (int k = outlineCol_ + 1; k < col; ++k) {
         if (ColShown(k) || !store_.TextIsEmpty(row, k))
@@ -1738,7 +1738,8 @@ void FlexGrid::mousePressEvent(QMouseEvent* event)
             if (col >= 0)
                 col_ = col;
             const RowInfo& info = store_.Row(row);
-            if (info.subtotal && outlineBar_ != flexOutlineBarNone) {
+            // An outline column the grid does not have draws no button to hit.
+            if (info.subtotal && outlineBar_ != flexOutlineBarNone && outlineCol_ >= 0 && outlineCol_ < store_.cols()) {
                 const QRect cell = CellRect(row, outlineCol_);
                 if (OutlineButtonRect(cell, row).adjusted(-2, -2, 2, 2).contains(pos)) {
                     {

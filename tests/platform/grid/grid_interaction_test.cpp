@@ -1,5 +1,6 @@
 #include <QScrollBar>
 #include <QSignalSpy>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include "grid_fixture.h"
@@ -148,6 +149,33 @@ TEST_F(GridInteractionTest, ShowCellScrollsTheRowIntoView)
     EXPECT_TRUE(grid_->CellRect(2, 0).isEmpty());
     grid_->ShowCell(2, 0);
     EXPECT_FALSE(grid_->CellRect(2, 0).isEmpty());
+}
+
+TEST_F(GridInteractionTest, AnOutlineColumnOutsideTheGridIsIgnoredNotThrown)
+{
+    // A host (or a damaged snapshot) may name an outline column the grid does not have; the
+    // node rows then draw no button there, and focus, clicks and the accessible cells go on.
+    grid_->setTextMatrix(4, 0, QString());  // a node whose caption cell is empty
+    QTemporaryDir dir;
+    ASSERT_TRUE(dir.isValid());
+    for (int outlineCol : {-16777216, -1, 3, 99}) {
+        SCOPED_TRACE(outlineCol);
+        grid_->setOutlineCol(outlineCol);
+        EXPECT_EQ(grid_->TextColOf(4, 1), 1);
+        EXPECT_EQ(grid_->ReadableCol(4), 0);
+        grid_->setRow(4);
+        grid_->setCol(1);
+        QFocusEvent in(QEvent::FocusIn, Qt::TabFocusReason);
+        EXPECT_NO_THROW(QApplication::sendEvent(grid_.get(), &in));
+        EXPECT_NO_THROW(QTest::mouseClick(Port(), Qt::LeftButton, {}, Center(4, 0)));
+        EXPECT_EQ(grid_->Row(), 4);
+        EXPECT_FALSE(grid_->IsCollapsed(4));
+        EXPECT_NO_THROW(grid_->grab());
+        const QString file = dir.filePath(QStringLiteral("outline.grid"));
+        EXPECT_NO_THROW(grid_->SaveGrid(file));
+        EXPECT_NO_THROW(grid_->LoadGrid(file));
+        EXPECT_EQ(grid_->OutlineCol(), outlineCol);
+    }
 }
 
 }  // namespace
