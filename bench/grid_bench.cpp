@@ -23,7 +23,7 @@
 
 #include <brevview/version.h>
 
-#include "platform/grid/flex_grid.h"
+#include "grid/flex_grid.h"
 
 using BrevView::grid::FlexGrid;
 using Clock = std::chrono::steady_clock;

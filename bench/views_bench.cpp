@@ -35,8 +35,8 @@
 
 #include <brevview/brevview.h>
 
-#include "forecast_view/forecast_view_private.h"
-#include "priority_view/priority_view_private.h"
+#include "views/forecast/forecast_view_private.h"
+#include "views/priority/priority_view_private.h"
 #include "sample_generator.h"
 
 using Clock = std::chrono::steady_clock;

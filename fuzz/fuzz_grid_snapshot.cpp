@@ -3,8 +3,8 @@
 
 #include <QApplication>
 
-#include "platform/automation/runtime_error.h"
-#include "platform/grid/flex_grid.h"
+#include "automation/runtime_error.h"
+#include "grid/flex_grid.h"
 
 namespace {
 BrevView::grid::FlexGrid* g_grid = nullptr;

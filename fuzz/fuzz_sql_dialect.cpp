@@ -8,9 +8,9 @@
 #include <sqlite3.h>
 
 #include "common/ibo_schema.h"
-#include "platform/automation/runtime_error.h"
-#include "platform/data/database.h"
-#include "platform/data/sql_dialect.h"
+#include "automation/runtime_error.h"
+#include "data/database.h"
+#include "data/sql_dialect.h"
 
 namespace {
 std::shared_ptr<BrevView::data::Database> g_db;

@@ -10,8 +10,8 @@
 #include <brevview/brevview.h>
 
 #include "common/ibo_schema.h"
-#include "platform/host/object_factory.h"
-#include "platform/settings/app_settings.h"
+#include "host/object_factory.h"
+#include "host/app_settings.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include <brevview/brevview.h>
 
-#include "platform/automation/runtime_error.h"
+#include "automation/runtime_error.h"
 
 namespace BrevView {
 

@@ -9,7 +9,7 @@
 
 #include <brevview/version.h>
 
-#include "platform/data/engine.h"
+#include "data/engine.h"
 #include "sample_generator.h"
 
 int main(int argc, char** argv)

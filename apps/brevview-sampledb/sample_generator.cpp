@@ -11,8 +11,8 @@
 #include <QThread>
 
 #include "common/ibo_schema.h"
-#include "platform/data/engine.h"
-#include "platform/host/clock.h"
+#include "data/engine.h"
+#include "host/clock.h"
 
 namespace BrevView::sample {
 namespace {

@@ -1,4 +1,4 @@
-#include "call_boundary.h"
+#include "common/call_boundary.h"
 
 #include <QCoreApplication>
 #include <QPointer>

@@ -12,7 +12,7 @@
 
 #include <QEvent>
 
-#include "../platform/automation/runtime_error.h"
+#include "automation/runtime_error.h"
 
 class QObject;
 

@@ -5,10 +5,10 @@
 #include <QPointer>
 #include <QTimer>
 
-#include "../platform/automation/runtime_error.h"
-#include "../platform/data/change_feed.h"
-#include "../platform/host/automation_object.h"
-#include "../platform/host/object_factory.h"
+#include "automation/runtime_error.h"
+#include "data/change_feed.h"
+#include "host/automation_object.h"
+#include "host/object_factory.h"
 
 namespace BrevView {
 namespace {

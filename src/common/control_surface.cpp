@@ -1,4 +1,4 @@
-#include "control_surface.h"
+#include "common/control_surface.h"
 
 #include <QClipboard>
 #include <QEvent>
@@ -7,10 +7,10 @@
 #include <QTextDocument>
 #include <QWidget>
 
-#include "../platform/automation/runtime_error.h"
-#include "../platform/grid/flex_grid.h"
-#include "../platform/grid/grid_export.h"
-#include "../platform/grid/grid_model.h"
+#include "automation/runtime_error.h"
+#include "grid/flex_grid.h"
+#include "grid/grid_export.h"
+#include "grid/grid_model.h"
 
 namespace BrevView::detail {
 namespace {

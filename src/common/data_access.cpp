@@ -1,8 +1,8 @@
-#include "data_access.h"
+#include "common/data_access.h"
 
-#include "../platform/automation/runtime_error.h"
-#include "../platform/host/object_factory.h"
-#include "traced.h"
+#include "automation/runtime_error.h"
+#include "host/object_factory.h"
+#include "common/traced.h"
 
 namespace BrevView::detail {
 

@@ -6,11 +6,11 @@
 
 #include <QString>
 
-#include "../platform/data/database.h"
-#include "../platform/data/query_def.h"
-#include "../platform/data/recordset.h"
-#include "../platform/data/workspace.h"
-#include "../platform/host/automation_object.h"
+#include "data/database.h"
+#include "data/query_def.h"
+#include "data/recordset.h"
+#include "data/workspace.h"
+#include "host/automation_object.h"
 
 namespace BrevView::detail {
 

@@ -1,8 +1,8 @@
-#include "dates.h"
+#include "common/dates.h"
 
-#include "../platform/automation/conversions.h"
-#include "../platform/automation/runtime_error.h"
-#include "../platform/host/locale_info.h"
+#include "automation/conversions.h"
+#include "automation/runtime_error.h"
+#include "automation/locale_info.h"
 
 namespace BrevView::detail {
 
@@ -26,7 +26,7 @@ bool ShortDateTextOfCanonical(const char* text, int length, QString* out)
     automation::Date d;
     if (!automation::Date::FromCanonicalUtf8(text, length, &d))
         return false;
-    *out = host::FormatShortDate(d.ToQDate());
+    *out = automation::FormatShortDate(d.ToQDate());
     return true;
 }
 

@@ -1,8 +1,8 @@
 #pragma once
 // Calendar-day helpers shared by the views.
 
-#include "../platform/automation/ole_date.h"
-#include "../platform/automation/variant.h"
+#include "automation/ole_date.h"
+#include "automation/variant.h"
 
 #include <QString>
 

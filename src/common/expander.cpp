@@ -1,9 +1,9 @@
-#include "expander.h"
+#include "common/expander.h"
 
-#include "../platform/automation/conversions.h"
-#include "../platform/grid/flex_grid.h"
-#include "../platform/host/mouse_pointer.h"
-#include "traced.h"
+#include "automation/conversions.h"
+#include "grid/flex_grid.h"
+#include "host/mouse_pointer.h"
+#include "common/traced.h"
 
 namespace BrevView::detail {
 

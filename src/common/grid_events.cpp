@@ -1,11 +1,11 @@
-#include "grid_events.h"
+#include "common/grid_events.h"
 
 #include <QWidget>
 
-#include "../platform/automation/conversions.h"
-#include "../platform/grid/flex_grid.h"
-#include "call_boundary.h"
-#include "traced.h"
+#include "automation/conversions.h"
+#include "grid/flex_grid.h"
+#include "common/call_boundary.h"
+#include "common/traced.h"
 
 namespace BrevView::detail {
 

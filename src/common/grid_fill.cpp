@@ -1,13 +1,13 @@
-#include "grid_fill.h"
+#include "common/grid_fill.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cstring>
 
-#include "../platform/automation/conversions.h"
-#include "../platform/data/recordset.h"
-#include "../platform/grid/flex_grid.h"
-#include "ibo_record.h"
+#include "automation/conversions.h"
+#include "data/recordset.h"
+#include "grid/flex_grid.h"
+#include "common/ibo_record.h"
 
 namespace BrevView::detail {
 

@@ -3,8 +3,8 @@
 // Variant: the results are those of ToText(Field()) and ToDate(Field()), and a field
 // that cannot be converted fails as those do (Null raises 94).
 
-#include "../platform/automation/ole_date.h"
-#include "../platform/automation/variant.h"
+#include "automation/ole_date.h"
+#include "automation/variant.h"
 
 #include <cstring>
 

@@ -1,7 +1,7 @@
-#include "ibo_record.h"
+#include "common/ibo_record.h"
 
-#include "../platform/automation/conversions.h"
-#include "../platform/automation/runtime_error.h"
+#include "automation/conversions.h"
+#include "automation/runtime_error.h"
 
 namespace BrevView::detail {
 namespace {

@@ -5,7 +5,7 @@
 #include <QString>
 #include <QtGlobal>
 
-#include "../platform/automation/variant.h"
+#include "automation/variant.h"
 
 namespace BrevView::detail {
 

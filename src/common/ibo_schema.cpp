@@ -1,4 +1,4 @@
-#include "ibo_schema.h"
+#include "common/ibo_schema.h"
 
 #include <QFile>
 

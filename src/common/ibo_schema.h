@@ -4,7 +4,7 @@
 
 #include <QString>
 
-#include "platform/data/engine.h"
+#include "data/engine.h"
 
 namespace BrevView::detail {
 

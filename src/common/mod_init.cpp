@@ -1,10 +1,10 @@
-#include "mod_init.h"
+#include "common/mod_init.h"
 
 #include <memory>
 
-#include "../platform/automation/runtime_error.h"
-#include "../platform/host/message_box.h"
-#include "../platform/host/object_factory.h"
+#include "automation/runtime_error.h"
+#include "host/message_box.h"
+#include "host/object_factory.h"
 
 namespace BrevView::modInit {
 namespace {

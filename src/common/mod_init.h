@@ -2,7 +2,7 @@
 // The library's start-up on a thread: `Main` of module modInit creates the thread's
 // trace object, which every traced procedure of every control on that thread shares.
 
-#include "../platform/host/automation_object.h"
+#include "host/automation_object.h"
 
 namespace BrevView::modInit {
 

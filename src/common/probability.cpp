@@ -1,7 +1,7 @@
-#include "probability.h"
+#include "common/probability.h"
 
-#include "../platform/automation/conversions.h"
-#include "../platform/automation/runtime_error.h"
+#include "automation/conversions.h"
+#include "automation/runtime_error.h"
 
 namespace BrevView::detail {
 

@@ -7,8 +7,8 @@
 #include <QString>
 #include <QtGlobal>
 
-#include "../platform/automation/currency.h"
-#include "../platform/automation/variant.h"
+#include "automation/currency.h"
+#include "automation/variant.h"
 
 namespace BrevView::detail {
 

@@ -1,7 +1,7 @@
-#include "traced.h"
+#include "common/traced.h"
 
-#include "../platform/automation/error_numbers.h"
-#include "mod_init.h"
+#include "automation/error_numbers.h"
+#include "common/mod_init.h"
 
 namespace BrevView::detail {
 namespace {

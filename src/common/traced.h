@@ -13,7 +13,7 @@
 
 #include <QString>
 
-#include "../platform/automation/runtime_error.h"
+#include "automation/runtime_error.h"
 
 namespace BrevView::detail {
 

@@ -1,10 +1,10 @@
-#include "type_library.h"
+#include "common/type_library.h"
 
 #include <QMetaMethod>
 #include <QMetaObject>
 #include <QObject>
 
-#include "../platform/automation/runtime_error.h"
+#include "automation/runtime_error.h"
 
 namespace BrevView::detail {
 namespace {

@@ -1,8 +1,8 @@
-#include "view_preferences.h"
+#include "common/view_preferences.h"
 
-#include "../platform/automation/runtime_error.h"
-#include "../platform/host/object_factory.h"
-#include "traced.h"
+#include "automation/runtime_error.h"
+#include "host/object_factory.h"
+#include "common/traced.h"
 
 namespace BrevView::detail {
 

@@ -1,15 +1,15 @@
-#include "view_printing.h"
+#include "common/view_printing.h"
 
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 
-#include "../platform/automation/runtime_error.h"
-#include "../platform/grid/flex_grid.h"
-#include "../platform/host/clock.h"
-#include "../platform/host/locale_info.h"
-#include "../platform/host/object_factory.h"
-#include "traced.h"
+#include "automation/runtime_error.h"
+#include "grid/flex_grid.h"
+#include "host/clock.h"
+#include "automation/locale_info.h"
+#include "host/object_factory.h"
+#include "common/traced.h"
 
 namespace BrevView::detail {
 namespace {
@@ -70,7 +70,7 @@ void PrintInto(grid::FlexGrid& g, QPrinter& printer, const QString& heading)
     if (!dir.isValid())
         automation::Raise(automation::ErrPathFileAccess, QStringLiteral("BrevView"), QStringLiteral("No temporary folder for printing"));
     const QString file = dir.filePath(QStringLiteral("print.fg"));
-    const QString title = heading + QStringLiteral("  \u2014  ") + host::CurrentLocale().toString(host::Clock::Today().ToQDate(), QLocale::LongFormat);
+    const QString title = heading + QStringLiteral("  \u2014  ") + automation::CurrentLocale().toString(host::Clock::Today().ToQDate(), QLocale::LongFormat);
     g.setRedraw(0);
     g.SaveGrid(file, 0, true);
     ApplyPrintLook(g, false, false);

@@ -11,7 +11,7 @@
 #include <brevview/change_watcher.h>
 #include <brevview/forecast_view.h>
 
-#include "platform/data/engine.h"
+#include "data/engine.h"
 #include "support/child_process.h"
 #include "support/ibo_builder.h"
 #include "support/test_env.h"

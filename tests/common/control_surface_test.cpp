@@ -7,7 +7,7 @@
 #include <QSignalSpy>
 #include <QTest>
 
-#include "platform/grid/grid_format.h"
+#include "grid/grid_format.h"
 #include "support/three_views.h"
 
 namespace BrevView::test {

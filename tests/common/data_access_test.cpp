@@ -1,7 +1,7 @@
 #include <QFile>
 
 #include "common/data_access.h"
-#include "platform/host/object_factory.h"
+#include "host/object_factory.h"
 #include "support/test_env.h"
 
 namespace BrevView::test {

@@ -7,8 +7,8 @@
 
 #include <brevview/brevview.h>
 
-#include "platform/grid/flex_grid.h"
-#include "platform/host/clock.h"
+#include "grid/flex_grid.h"
+#include "host/clock.h"
 #include "sample_generator.h"
 #include "support/test_env.h"
 

@@ -6,7 +6,7 @@
 #include <QSignalSpy>
 #include <QTest>
 
-#include "platform/automation/conversions.h"
+#include "automation/conversions.h"
 #include "support/three_views.h"
 
 namespace BrevView::test {

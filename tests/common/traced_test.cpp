@@ -2,8 +2,8 @@
 
 #include "common/mod_init.h"
 #include "common/traced.h"
-#include "platform/host/message_box.h"
-#include "platform/host/object_factory.h"
+#include "host/message_box.h"
+#include "host/object_factory.h"
 #include "support/test_env.h"
 
 namespace BrevView::test {

@@ -6,7 +6,7 @@
 
 #include "common/type_library.h"
 #include "flat_view/flat_view_fixture.h"
-#include "platform/grid/flex_grid.h"
+#include "grid/flex_grid.h"
 
 namespace BrevView::test {
 namespace {

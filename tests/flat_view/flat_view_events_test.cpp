@@ -3,8 +3,8 @@
 #include <QTest>
 
 #include "common/view_preferences.h"
-#include "platform/host/default_objects.h"
-#include "platform/host/object_factory.h"
+#include "host/default_objects.h"
+#include "host/object_factory.h"
 #include "flat_view_fixture.h"
 
 namespace BrevView::test {

@@ -5,10 +5,10 @@
 
 #include <brevview/flat_view.h>
 
-#include "flat_view/flat_view_private.h"
-#include "platform/grid/flex_grid.h"
-#include "platform/host/default_objects.h"
-#include "platform/host/object_factory.h"
+#include "views/flat/flat_view_private.h"
+#include "grid/flex_grid.h"
+#include "host/default_objects.h"
+#include "host/object_factory.h"
 #include "common/view_preferences.h"
 #include "support/ibo_builder.h"
 #include "support/test_env.h"

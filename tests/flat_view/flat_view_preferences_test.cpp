@@ -1,7 +1,7 @@
 #include "common/view_preferences.h"
 #include "flat_view_fixture.h"
-#include "platform/host/default_objects.h"
-#include "platform/host/object_factory.h"
+#include "host/default_objects.h"
+#include "host/object_factory.h"
 
 namespace BrevView::test {
 namespace {

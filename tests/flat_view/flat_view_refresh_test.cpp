@@ -1,8 +1,8 @@
 #include <QGuiApplication>
 
 #include "flat_view_fixture.h"
-#include "platform/data/workspace.h"
-#include "platform/host/mouse_pointer.h"
+#include "data/workspace.h"
+#include "host/mouse_pointer.h"
 
 namespace BrevView::test {
 namespace {

@@ -2,7 +2,7 @@
 
 #include "common/view_preferences.h"
 #include "forecast_view_fixture.h"
-#include "forecast_view/monthly_totals.h"
+#include "views/forecast/monthly_totals.h"
 
 namespace BrevView::test {
 namespace {

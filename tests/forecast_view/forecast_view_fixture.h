@@ -5,9 +5,9 @@
 
 #include <brevview/forecast_view.h>
 
-#include "forecast_view/forecast_view_private.h"
-#include "platform/automation/conversions.h"
-#include "platform/grid/flex_grid.h"
+#include "views/forecast/forecast_view_private.h"
+#include "automation/conversions.h"
+#include "grid/flex_grid.h"
 #include "support/ibo_builder.h"
 #include "support/test_env.h"
 #include "support/view_fixture.h"

@@ -1,6 +1,6 @@
 #include "common/view_preferences.h"
 #include "forecast_view_fixture.h"
-#include "platform/data/sqlite/sqlite_connection.h"
+#include "data/engines/sqlite/sqlite_connection.h"
 
 namespace BrevView::test {
 namespace {

@@ -7,7 +7,7 @@
 
 #include <brevview/brevview.h>
 
-#include "platform/host/clock.h"
+#include "host/clock.h"
 #include "support/child_process.h"
 #include "support/memory_in_use.h"
 #include "support/test_env.h"

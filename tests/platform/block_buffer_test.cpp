@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/block_buffer.h"
+#include "automation/block_buffer.h"
 
 namespace BrevView::test {
 namespace {

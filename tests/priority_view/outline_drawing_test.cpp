@@ -2,8 +2,8 @@
 #include <QPainter>
 #include <QTest>
 
-#include "platform/automation/conversions.h"
-#include "priority_view/outline_drawing.h"
+#include "automation/conversions.h"
+#include "views/priority/outline_drawing.h"
 #include "priority_view_fixture.h"
 
 namespace BrevView::test {

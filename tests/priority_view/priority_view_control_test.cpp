@@ -3,7 +3,7 @@
 #include <QSignalSpy>
 #include <QTest>
 
-#include "platform/settings/app_settings.h"
+#include "host/app_settings.h"
 
 
 #include "priority_view_fixture.h"

@@ -5,8 +5,8 @@
 
 #include <brevview/priority_view.h>
 
-#include "platform/grid/flex_grid.h"
-#include "priority_view/priority_view_private.h"
+#include "grid/flex_grid.h"
+#include "views/priority/priority_view_private.h"
 #include "support/ibo_builder.h"
 #include "support/test_env.h"
 #include "support/view_fixture.h"

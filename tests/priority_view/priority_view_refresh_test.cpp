@@ -1,6 +1,6 @@
 #include <QGuiApplication>
 
-#include "platform/host/mouse_pointer.h"
+#include "host/mouse_pointer.h"
 #include "priority_view_fixture.h"
 
 namespace BrevView::test {

@@ -1,5 +1,5 @@
-#include "platform/host/locale_info.h"
-#include "priority_view/sales_cycle.h"
+#include "automation/locale_info.h"
+#include "views/priority/sales_cycle.h"
 #include "support/test_env.h"
 
 namespace BrevView::test {
@@ -37,21 +37,21 @@ TEST(SalesCycleTest, UnitsOutOfRangeBehaveAsMonths)
 
 TEST(SalesCycleTest, HeaderTextFollowsTheShortDateOrder)
 {
-    host::SetLocaleOverride(QLocale(QLocale::English, QLocale::UnitedKingdom));
+    automation::SetLocaleOverride(QLocale(QLocale::English, QLocale::UnitedKingdom));
     const detail::ViewDates d{Date::FromParts(2026, 10, 16), kToday, Date::FromParts(2026, 12, 1)};
     EXPECT_EQ(detail::SalesCycleHeaderText(d, 1), QStringLiteral("Sales Cycle\r16/Oct/26 - 01/Dec/26"));
     EXPECT_EQ(detail::SalesCycleHeaderText(d, 2), QStringLiteral("Sales Cycle\r26/Oct/16 - 26/Dec/01"));
     EXPECT_EQ(detail::SalesCycleHeaderText(d, 0), QStringLiteral("Sales Cycle\rOct/16/26 - Dec/01/26"));
     EXPECT_EQ(detail::SalesCycleHeaderText(d, 7), QStringLiteral("Sales Cycle\rOct/16/26 - Dec/01/26"));
-    host::SetLocaleOverride(QLocale(QLocale::German, QLocale::Germany));
+    automation::SetLocaleOverride(QLocale(QLocale::German, QLocale::Germany));
     EXPECT_TRUE(detail::SalesCycleHeaderText(d, 1).startsWith(QStringLiteral("Sales Cycle\r16.")));
-    host::SetLocaleOverride(std::nullopt);
+    automation::SetLocaleOverride(std::nullopt);
 }
 
 TEST(SalesCycleTest, AMonthAbbreviationEndingInTheSeparatorIsNotFollowedByItAgain)
 {
     const QLocale german(QLocale::German, QLocale::Germany);
-    host::SetLocaleOverride(german);
+    automation::SetLocaleOverride(german);
     const detail::ViewDates d{Date::FromParts(2026, 10, 7), kToday, Date::FromParts(2027, 1, 7)};
     const QString oct = german.toString(QDate(2026, 10, 7), QStringLiteral("MMM"));
     const QString jan = german.toString(QDate(2027, 1, 7), QStringLiteral("MMM"));
@@ -61,7 +61,7 @@ TEST(SalesCycleTest, AMonthAbbreviationEndingInTheSeparatorIsNotFollowedByItAgai
                           (jan.endsWith(QLatin1Char('.')) ? QString() : QStringLiteral(".")) + QStringLiteral("27"));
     EXPECT_FALSE(header.contains(QStringLiteral("..")));
     EXPECT_TRUE(detail::SalesCycleHeaderText(d, 0).startsWith(QStringLiteral("Sales Cycle\r") + oct + QStringLiteral("07.26")));
-    host::SetLocaleOverride(std::nullopt);
+    automation::SetLocaleOverride(std::nullopt);
 }
 
 TEST(SalesCycleTest, TooltipPhases)

@@ -5,8 +5,8 @@
 
 #include <brevview/brevview.h>
 
-#include "platform/data/sqlite/sqlite_connection.h"
-#include "platform/host/mouse_pointer.h"
+#include "data/engines/sqlite/sqlite_connection.h"
+#include "host/mouse_pointer.h"
 #include "support/faulty_vfs.h"
 #include "support/ibo_builder.h"
 #include "support/test_env.h"

@@ -14,10 +14,10 @@
 #include <brevview/brevview.h>
 
 #include "common/ibo_schema.h"
-#include "platform/data/database.h"
-#include "platform/data/recordset.h"
-#include "platform/grid/flex_grid.h"
-#include "platform/host/mouse_pointer.h"
+#include "data/database.h"
+#include "data/recordset.h"
+#include "grid/flex_grid.h"
+#include "host/mouse_pointer.h"
 #include "support/ibo_builder.h"
 #include "support/pg_test_server.h"
 #include "support/test_env.h"

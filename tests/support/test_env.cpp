@@ -5,14 +5,14 @@
 #include <QCoreApplication>
 
 #include "common/ibo_schema.h"
-#include "platform/data/engine.h"
+#include "data/engine.h"
 #include "support/pg_test_server.h"
 #include "common/mod_init.h"
-#include "platform/host/clock.h"
-#include "platform/host/locale_info.h"
-#include "platform/host/message_box.h"
-#include "platform/host/mouse_pointer.h"
-#include "platform/host/object_factory.h"
+#include "host/clock.h"
+#include "automation/locale_info.h"
+#include "host/message_box.h"
+#include "host/mouse_pointer.h"
+#include "host/object_factory.h"
 
 namespace BrevView::test {
 
@@ -38,8 +38,8 @@ void TestEnv::SetUp()
     }
     host::ObjectFactory::RestoreDefaults();
     modInit::ResetForTesting();
-    host::SetLocaleOverride(QLocale(QLocale::English, QLocale::UnitedStates));
-    host::SetShortDateFormatSource({});
+    automation::SetLocaleOverride(QLocale(QLocale::English, QLocale::UnitedStates));
+    automation::SetShortDateFormatSource({});
     host::SetMessageBoxHandler([](const host::MessageBoxRequest&) {});
     host::ScreenMousePointer::Set(0);
     PinToday(2026, 3, 5);
@@ -49,7 +49,7 @@ void TestEnv::TearDown()
 {
     host::ScreenMousePointer::Set(0);
     host::Clock::Unpin();
-    host::SetLocaleOverride(std::nullopt);
+    automation::SetLocaleOverride(std::nullopt);
     host::SetMessageBoxHandler({});
     host::ObjectFactory::RestoreDefaults();
     modInit::ResetForTesting();

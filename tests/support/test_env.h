@@ -11,8 +11,8 @@
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
-#include "platform/automation/runtime_error.h"
-#include "platform/host/automation_object.h"
+#include "automation/runtime_error.h"
+#include "host/automation_object.h"
 
 // Readable QString values in assertion messages.
 QT_BEGIN_NAMESPACE

@@ -9,7 +9,7 @@
 
 #include <brevview/brevview.h>
 
-#include "platform/grid/flex_grid.h"
+#include "grid/flex_grid.h"
 #include "support/ibo_builder.h"
 #include "support/test_env.h"
 

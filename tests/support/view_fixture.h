@@ -5,7 +5,7 @@
 
 #include <memory>
 
-#include "platform/grid/flex_grid.h"
+#include "grid/flex_grid.h"
 #include "support/ibo_builder.h"
 #include "support/test_env.h"
 

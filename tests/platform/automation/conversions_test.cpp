@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <limits>
 
-#include "platform/automation/conversions.h"
+#include "automation/conversions.h"
 #include "support/test_env.h"
 
 namespace BrevView::test {

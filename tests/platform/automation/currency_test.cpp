@@ -1,7 +1,7 @@
 #include <limits>
 
-#include "platform/automation/currency.h"
-#include "platform/automation/runtime_error.h"
+#include "automation/currency.h"
+#include "automation/runtime_error.h"
 #include "support/test_env.h"
 
 namespace BrevView::test {

@@ -1,5 +1,5 @@
-#include "platform/automation/ole_date.h"
-#include "platform/automation/runtime_error.h"
+#include "automation/ole_date.h"
+#include "automation/runtime_error.h"
 #include "support/test_env.h"
 
 namespace BrevView::test {

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "platform/data/credential_filter.h"
-#include "platform/data/engine.h"
+#include "data/credential_filter.h"
+#include "data/engine.h"
 
 namespace BrevView::test {
 namespace {

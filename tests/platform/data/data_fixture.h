@@ -1,8 +1,8 @@
 #pragma once
 // A test database with a few IBOs, opened through the data layer.
 
-#include "platform/data/database.h"
-#include "platform/data/workspace.h"
+#include "data/database.h"
+#include "data/workspace.h"
 #include "support/test_env.h"
 
 namespace BrevView::test {

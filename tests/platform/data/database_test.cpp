@@ -4,7 +4,7 @@
 #include <QStorageInfo>
 
 #include "data_fixture.h"
-#include "platform/data/sqlite/sqlite_connection.h"
+#include "data/engines/sqlite/sqlite_connection.h"
 
 namespace BrevView::test {
 namespace {

@@ -1,7 +1,7 @@
 #include "data_fixture.h"
-#include "platform/automation/conversions.h"
-#include "platform/automation/runtime_error.h"
-#include "platform/data/read_ahead.h"
+#include "automation/conversions.h"
+#include "automation/runtime_error.h"
+#include "data/read_ahead.h"
 #include "support/memory_in_use.h"
 
 namespace BrevView::test {

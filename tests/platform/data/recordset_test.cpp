@@ -1,7 +1,7 @@
 #include <sqlite3.h>
 
 #include "data_fixture.h"
-#include "platform/data/sqlite/sqlite_connection.h"
+#include "data/engines/sqlite/sqlite_connection.h"
 
 namespace BrevView::test {
 namespace {

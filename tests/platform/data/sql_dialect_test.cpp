@@ -1,4 +1,4 @@
-#include "platform/data/sql_dialect.h"
+#include "data/sql_dialect.h"
 #include "support/test_env.h"
 
 namespace BrevView::test {

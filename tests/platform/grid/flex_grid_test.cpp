@@ -4,7 +4,7 @@
 #include <QTest>
 
 #include "grid_fixture.h"
-#include "platform/grid/grid_format.h"
+#include "grid/grid_format.h"
 
 namespace BrevView::test {
 namespace {

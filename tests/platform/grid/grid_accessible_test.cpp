@@ -10,7 +10,7 @@
 #include <QScopeGuard>
 #include <QTest>
 
-#include "platform/grid/grid_accessible.h"
+#include "grid/grid_accessible.h"
 #include "support/three_views.h"
 
 namespace BrevView::test {

@@ -5,7 +5,7 @@
 
 #include <QApplication>
 
-#include "platform/grid/flex_grid.h"
+#include "grid/flex_grid.h"
 #include "support/test_env.h"
 
 namespace BrevView::test {

@@ -4,8 +4,8 @@
 #include <QAbstractItemModelTester>
 #include <QSignalSpy>
 
-#include "platform/automation/conversions.h"
-#include "platform/grid/grid_model.h"
+#include "automation/conversions.h"
+#include "grid/grid_model.h"
 #include "support/three_views.h"
 
 namespace BrevView::test {

@@ -2,7 +2,7 @@
 
 #include <QString>
 
-#include "platform/grid/grid_store.h"
+#include "grid/grid_store.h"
 
 namespace BrevView::test {
 namespace {

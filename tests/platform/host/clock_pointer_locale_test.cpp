@@ -1,9 +1,9 @@
 #include <QCursor>
 #include <QGuiApplication>
 
-#include "platform/host/clock.h"
-#include "platform/host/locale_info.h"
-#include "platform/host/mouse_pointer.h"
+#include "host/clock.h"
+#include "automation/locale_info.h"
+#include "host/mouse_pointer.h"
 #include "support/test_env.h"
 
 namespace BrevView::test {
@@ -56,50 +56,50 @@ TEST_F(HostServicesTest, MousePointerLeavesAHostsOwnOverrideCursorAlone)
 
 TEST_F(HostServicesTest, ShortDateOrderFollowsTheLocale)
 {
-    host::SetLocaleOverride(QLocale(QLocale::English, QLocale::UnitedStates));
-    EXPECT_EQ(host::ShortDateOrder(), 0);
-    host::SetLocaleOverride(QLocale(QLocale::English, QLocale::UnitedKingdom));
-    EXPECT_EQ(host::ShortDateOrder(), 1);
-    host::SetLocaleOverride(QLocale(QLocale::German, QLocale::Germany));
-    EXPECT_EQ(host::ShortDateOrder(), 1);
-    host::SetLocaleOverride(QLocale(QLocale::Japanese, QLocale::Japan));
-    EXPECT_EQ(host::ShortDateOrder(), 2);
+    automation::SetLocaleOverride(QLocale(QLocale::English, QLocale::UnitedStates));
+    EXPECT_EQ(automation::ShortDateOrder(), 0);
+    automation::SetLocaleOverride(QLocale(QLocale::English, QLocale::UnitedKingdom));
+    EXPECT_EQ(automation::ShortDateOrder(), 1);
+    automation::SetLocaleOverride(QLocale(QLocale::German, QLocale::Germany));
+    EXPECT_EQ(automation::ShortDateOrder(), 1);
+    automation::SetLocaleOverride(QLocale(QLocale::Japanese, QLocale::Japan));
+    EXPECT_EQ(automation::ShortDateOrder(), 2);
 }
 
 TEST_F(HostServicesTest, ShortDateOrderIsZeroWhenTheLookupFails)
 {
-    host::SetLocaleOverride(QLocale(QLocale::English, QLocale::UnitedKingdom));
-    host::SetShortDateFormatSource([] { return std::optional<QString>(); });
-    EXPECT_EQ(host::ShortDateOrder(), 0);
-    host::SetShortDateFormatSource([] { return std::optional<QString>(QStringLiteral("no fields")); });
-    EXPECT_EQ(host::ShortDateOrder(), 0);
-    host::SetShortDateFormatSource({});
-    EXPECT_EQ(host::ShortDateOrder(), 1);
+    automation::SetLocaleOverride(QLocale(QLocale::English, QLocale::UnitedKingdom));
+    automation::SetShortDateFormatSource([] { return std::optional<QString>(); });
+    EXPECT_EQ(automation::ShortDateOrder(), 0);
+    automation::SetShortDateFormatSource([] { return std::optional<QString>(QStringLiteral("no fields")); });
+    EXPECT_EQ(automation::ShortDateOrder(), 0);
+    automation::SetShortDateFormatSource({});
+    EXPECT_EQ(automation::ShortDateOrder(), 1);
 }
 
 TEST_F(HostServicesTest, ShortYearsReadBackInTheCenturyWindow)
 {
-    host::SetLocaleOverride(QLocale(QLocale::English, QLocale::UnitedStates));
+    automation::SetLocaleOverride(QLocale(QLocale::English, QLocale::UnitedStates));
     QDate d;
-    ASSERT_TRUE(host::ParseShortDate(QStringLiteral("3/5/26"), &d));
+    ASSERT_TRUE(automation::ParseShortDate(QStringLiteral("3/5/26"), &d));
     EXPECT_EQ(d, QDate(2026, 3, 5));
-    ASSERT_TRUE(host::ParseShortDate(QStringLiteral("12/31/29"), &d));
+    ASSERT_TRUE(automation::ParseShortDate(QStringLiteral("12/31/29"), &d));
     EXPECT_EQ(d, QDate(2029, 12, 31));
-    ASSERT_TRUE(host::ParseShortDate(QStringLiteral("1/1/30"), &d));
+    ASSERT_TRUE(automation::ParseShortDate(QStringLiteral("1/1/30"), &d));
     EXPECT_EQ(d, QDate(1930, 1, 1));
-    ASSERT_TRUE(host::ParseShortDate(QStringLiteral("7/4/99"), &d));
+    ASSERT_TRUE(automation::ParseShortDate(QStringLiteral("7/4/99"), &d));
     EXPECT_EQ(d, QDate(1999, 7, 4));
-    EXPECT_FALSE(host::ParseShortDate(QStringLiteral("31/31/26"), &d));
+    EXPECT_FALSE(automation::ParseShortDate(QStringLiteral("31/31/26"), &d));
 }
 
 TEST_F(HostServicesTest, ShortDateTextRoundTripsInSeveralLocales)
 {
     for (const QLocale& l : {QLocale(QLocale::English, QLocale::UnitedStates), QLocale(QLocale::English, QLocale::UnitedKingdom),
                              QLocale(QLocale::German, QLocale::Germany), QLocale(QLocale::Japanese, QLocale::Japan)}) {
-        host::SetLocaleOverride(l);
+        automation::SetLocaleOverride(l);
         const QDate day(2026, 3, 5);
         QDate back;
-        ASSERT_TRUE(host::ParseShortDate(host::FormatShortDate(day), &back)) << l.name().toStdString();
+        ASSERT_TRUE(automation::ParseShortDate(automation::FormatShortDate(day), &back)) << l.name().toStdString();
         EXPECT_EQ(back, day) << l.name().toStdString();
     }
 }
@@ -111,8 +111,8 @@ TEST(SystemLocale, DISABLED_ShortDateOrderMatchesTheEnvironment)
     const QByteArray expected = qgetenv("BREV_EXPECTED_DATE_ORDER");
     if (expected.isEmpty())
         GTEST_FAIL() << "run by CTest with BREV_EXPECTED_DATE_ORDER";
-    host::SetLocaleOverride(std::nullopt);
-    EXPECT_EQ(host::ShortDateOrder(), expected.toInt());
+    automation::SetLocaleOverride(std::nullopt);
+    EXPECT_EQ(automation::ShortDateOrder(), expected.toInt());
 }
 
 }  // namespace

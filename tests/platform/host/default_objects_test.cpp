@@ -1,9 +1,9 @@
 #include <QDir>
 #include <QFile>
 
-#include "platform/automation/runtime_error.h"
-#include "platform/host/default_objects.h"
-#include "platform/settings/app_settings.h"
+#include "automation/runtime_error.h"
+#include "host/default_objects.h"
+#include "host/app_settings.h"
 #include "support/test_env.h"
 
 namespace BrevView::test {

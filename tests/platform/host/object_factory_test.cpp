@@ -1,5 +1,5 @@
-#include "platform/host/default_objects.h"
-#include "platform/host/object_factory.h"
+#include "host/default_objects.h"
+#include "host/object_factory.h"
 #include "support/test_env.h"
 
 namespace BrevView::test {
