@@ -65,7 +65,7 @@ int FollowForecastChild(const QStringList& args)
 }
 const ChildRegistration followChild{"follow-forecast", FollowForecastChild};
 
-class ChangeWatcherTest : public TestEnv {
+class ChangeWatcherTest : public TestEnv, public OnBothEngines {
 protected:
     void SetUp() override
     {
@@ -99,7 +99,7 @@ protected:
     QString db_;
 };
 
-TEST_F(ChangeWatcherTest, AnotherProcessCommitIsReportedWithinTwoSeconds)
+TEST_P(ChangeWatcherTest, AnotherProcessCommitIsReportedWithinTwoSeconds)
 {
     ChangeWatcher watcher;
     Start(watcher);
@@ -114,7 +114,7 @@ TEST_F(ChangeWatcherTest, AnotherProcessCommitIsReportedWithinTwoSeconds)
     EXPECT_EQ(changed.count(), 1);
 }
 
-TEST_F(ChangeWatcherTest, ACommitOfThisProcessIsReportedToo)
+TEST_P(ChangeWatcherTest, ACommitOfThisProcessIsReportedToo)
 {
     ChangeWatcher watcher;
     Start(watcher);
@@ -123,7 +123,7 @@ TEST_F(ChangeWatcherTest, ACommitOfThisProcessIsReportedToo)
     EXPECT_TRUE(changed.wait(2000));
 }
 
-TEST_F(ChangeWatcherTest, NothingChangedForFiveSecondsGivesNoSignal)
+TEST_P(ChangeWatcherTest, NothingChangedForFiveSecondsGivesNoSignal)
 {
     ChangeWatcher watcher;
     Start(watcher);
@@ -134,7 +134,7 @@ TEST_F(ChangeWatcherTest, NothingChangedForFiveSecondsGivesNoSignal)
     EXPECT_EQ(changed.count(), 0);
 }
 
-TEST_F(ChangeWatcherTest, AHundredCommitsInOneSecondGiveAtMostTwoSignals)
+TEST_P(ChangeWatcherTest, AHundredCommitsInOneSecondGiveAtMostTwoSignals)
 {
     ChangeWatcher watcher;
     Start(watcher);
@@ -147,7 +147,7 @@ TEST_F(ChangeWatcherTest, AHundredCommitsInOneSecondGiveAtMostTwoSignals)
     EXPECT_EQ(QueryText(db_, QStringLiteral("SELECT IboValueNumeric FROM IboMain")), QStringLiteral("1100"));
 }
 
-TEST_F(ChangeWatcherTest, TheIntervalSpacesTheSignals)
+TEST_P(ChangeWatcherTest, TheIntervalSpacesTheSignals)
 {
     ChangeWatcher watcher;
     QSignalSpy intervalChanged(&watcher, &ChangeWatcher::intervalChanged);
@@ -172,7 +172,7 @@ TEST_F(ChangeWatcherTest, TheIntervalSpacesTheSignals)
         EXPECT_GE(at[i] - at[i - 1], 290) << "signals " << i - 1 << " and " << i;
 }
 
-TEST_F(ChangeWatcherTest, StopEndsTheSignals)
+TEST_P(ChangeWatcherTest, StopEndsTheSignals)
 {
     ChangeWatcher watcher;
     Start(watcher);
@@ -186,7 +186,7 @@ TEST_F(ChangeWatcherTest, StopEndsTheSignals)
     EXPECT_EQ(changed.count(), 0);
 }
 
-TEST_F(ChangeWatcherTest, TwoForecastWindowsThatRefreshOnEachChangeGoQuietAfterOneEdit)
+TEST_P(ChangeWatcherTest, TwoForecastWindowsThatRefreshOnEachChangeGoQuietAfterOneEdit)
 {
     // Won IBOs whose DateWWIH is not yet their won date: the first refresh writes them.
     for (int id = 2; id <= 6; ++id)
@@ -230,7 +230,7 @@ TEST_F(ChangeWatcherTest, TwoForecastWindowsThatRefreshOnEachChangeGoQuietAfterO
     second->waitForFinished();
 }
 
-TEST_F(ChangeWatcherTest, AMissingDatabaseIsANumberedErrorWithoutThePassword)
+TEST_P(ChangeWatcherTest, AMissingDatabaseIsANumberedErrorWithoutThePassword)
 {
     qputenv("BREV_PASSWORD", "Wh1sper-7391");
     qputenv("BREV_DATABASE", OnPostgreSQL() ? QByteArray("postgresql://127.0.0.1:1/none?connect_timeout=2")
@@ -255,7 +255,7 @@ TEST_F(ChangeWatcherTest, AMissingDatabaseIsANumberedErrorWithoutThePassword)
 }
 
 // (A server's return has its own test, with a server of its own to stop and start.)
-TEST_F(ChangeWatcherTest, AWatcherOnAnSQLiteFileThatIsNotThereYetReportsOnceItIs)
+TEST_P(ChangeWatcherTest, AWatcherOnAnSQLiteFileThatIsNotThereYetReportsOnceItIs)
 {
     const QString later = TempPath(QStringLiteral("later.db"));
     qputenv("BREV_DATABASE", later.toLocal8Bit());
@@ -352,6 +352,8 @@ TEST_F(PostgreSQLChangeWatcher, AChangeToAnotherSchemasTablesIsAnotherPipeline)
     QTest::qWait(1500);
     EXPECT_EQ(changed.count(), 0);
 }
+
+BREV_ON_BOTH_ENGINES(ChangeWatcherTest);
 
 }  // namespace
 }  // namespace BrevView::test

@@ -28,7 +28,7 @@ private:
     QStringList* reads_;
 };
 
-class DataAccessTest : public TestEnv {
+class DataAccessTest : public TestEnv, public OnBothEngines {
 protected:
     void SetUp() override
     {
@@ -45,7 +45,7 @@ protected:
     QStringList reads_;
 };
 
-TEST_F(DataAccessTest, SetupReadsTheSettingsInOrderAndOpensTheDatabase)
+TEST_P(DataAccessTest, SetupReadsTheSettingsInOrderAndOpensTheDatabase)
 {
     RecordingTrace& t = UseRecordingTrace();
     // On a server the account is real: ann signs in with her password.
@@ -64,7 +64,7 @@ TEST_F(DataAccessTest, SetupReadsTheSettingsInOrderAndOpensTheDatabase)
                                     QStringLiteral("EXIT BrevView.FlatView::SetupDataAccess")}));
 }
 
-TEST_F(DataAccessTest, EmptyCredentialsGiveTheBareConnectString)
+TEST_P(DataAccessTest, EmptyCredentialsGiveTheBareConnectString)
 {
     UseRecordingTrace();
     DataAccessState s = StateFor(path_);
@@ -72,7 +72,7 @@ TEST_F(DataAccessTest, EmptyCredentialsGiveTheBareConnectString)
     EXPECT_EQ(s.database->Connect(), QStringLiteral("UID=;PWD=;"));
 }
 
-TEST_F(DataAccessTest, SecondSetupOfAReadyViewOpensNoSecondWorkspace)
+TEST_P(DataAccessTest, SecondSetupOfAReadyViewOpensNoSecondWorkspace)
 {
     UseRecordingTrace();
     DataAccessState s = StateFor(path_);
@@ -85,7 +85,7 @@ TEST_F(DataAccessTest, SecondSetupOfAReadyViewOpensNoSecondWorkspace)
     detail::CleanupDataAccess(s, kFlat);
 }
 
-TEST_F(DataAccessTest, MissingSQLiteFileFailsWithItsErrorAndLeavesTheViewNotReady)
+TEST_P(DataAccessTest, MissingSQLiteFileFailsWithItsErrorAndLeavesTheViewNotReady)
 {
     RecordingTrace& t = UseRecordingTrace();
     DataAccessState s = StateFor(TempPath(QStringLiteral("missing.db")));
@@ -100,7 +100,7 @@ TEST_F(DataAccessTest, MissingSQLiteFileFailsWithItsErrorAndLeavesTheViewNotRead
     EXPECT_TRUE(s.ready);
 }
 
-TEST_F(DataAccessTest, PriorityViewReadsAFreshSettingsObjectOfItsOwn)
+TEST_P(DataAccessTest, PriorityViewReadsAFreshSettingsObjectOfItsOwn)
 {
     UseRecordingTrace();
     int created = 0;
@@ -119,7 +119,7 @@ TEST_F(DataAccessTest, PriorityViewReadsAFreshSettingsObjectOfItsOwn)
     EXPECT_FALSE(s.ready);  // the priority view keeps no ready flag
 }
 
-TEST_F(DataAccessTest, CleanupClosesInOrderUnderItsTraceName)
+TEST_P(DataAccessTest, CleanupClosesInOrderUnderItsTraceName)
 {
     RecordingTrace& t = UseRecordingTrace();
     DataAccessState s = StateFor(path_);
@@ -138,7 +138,7 @@ TEST_F(DataAccessTest, CleanupClosesInOrderUnderItsTraceName)
                                     QStringLiteral("EXIT BrevView.FlatView::CleanupDataAcess")}));
 }
 
-TEST_F(DataAccessTest, FlatViewQueriesHaveTheirExactTexts)
+TEST_P(DataAccessTest, FlatViewQueriesHaveTheirExactTexts)
 {
     EXPECT_EQ(detail::FlatViewFromMainSql(),
               QStringLiteral("SELECT IboID, IboNumber, DateWWIH, ConFirstName, ConLastName, ConCompany, DescriptorUwwgi, DescriptorUwih, "
@@ -149,7 +149,7 @@ TEST_F(DataAccessTest, FlatViewQueriesHaveTheirExactTexts)
                              "Product, IboValueNumeric, IboValueDecimal, DescriptorStatus, Note FROM IboArchive;"));
 }
 
-TEST_F(DataAccessTest, MissingStoredQueryIsCreatedOnceAndFoundLater)
+TEST_P(DataAccessTest, MissingStoredQueryIsCreatedOnceAndFoundLater)
 {
     ForgetStoredQueries(path_);
     UseRecordingTrace();
@@ -168,7 +168,7 @@ TEST_F(DataAccessTest, MissingStoredQueryIsCreatedOnceAndFoundLater)
     EXPECT_EQ(QueryText(path_, QStringLiteral("SELECT count(*) FROM BrevQueryDefs")), QStringLiteral("1"));
 }
 
-TEST_F(DataAccessTest, QueryThatCannotBeCreatedSurfacesAsError91)
+TEST_P(DataAccessTest, QueryThatCannotBeCreatedSurfacesAsError91)
 {
     UseRecordingTrace();
     DataAccessState s = StateFor(path_);
@@ -178,7 +178,7 @@ TEST_F(DataAccessTest, QueryThatCannotBeCreatedSurfacesAsError91)
     EXPECT_RUNTIME_ERROR(detail::OpenQuery(q, data::dbOpenSnapshot), 91);
 }
 
-TEST_F(DataAccessTest, FlatMainQueryListsLiveRowsByDateAndArchiveListsEveryRow)
+TEST_P(DataAccessTest, FlatMainQueryListsLiveRowsByDateAndArchiveListsEveryRow)
 {
     UseRecordingTrace();
     Exec(path_, QStringLiteral("INSERT INTO IboMain (IboID, DateWWIH, RecStatusArchive, RecStatusDelete) VALUES "
@@ -201,6 +201,8 @@ TEST_F(DataAccessTest, FlatMainQueryListsLiveRowsByDateAndArchiveListsEveryRow)
     archive->MoveLast();
     EXPECT_EQ(archive->RecordCount(), 2);
 }
+
+BREV_ON_BOTH_ENGINES(DataAccessTest);
 
 }  // namespace
 }  // namespace BrevView::test

@@ -37,9 +37,9 @@ protected:
         QMetaObject::invokeMethod(&this->View(), "ExpandAllNodes");
     }
 };
-TYPED_TEST_SUITE(PrintTest, AllViews);
+TYPED_TEST_SUITE_P(PrintTest);
 
-TYPED_TEST(PrintTest, PrintIntoAPrinterGivesPrintViewsPagesWithAHeadingAndPageNumbers)
+TYPED_TEST_P(PrintTest, PrintIntoAPrinterGivesPrintViewsPagesWithAHeadingAndPageNumbers)
 {
     grid::FlexGrid& g = this->Grid();
     const QStringList screenLook{QString::number(g.Appearance()), QString::number(g.BackColor()), QString::number(g.GridColor()),
@@ -101,12 +101,15 @@ TYPED_TEST(PrintTest, PrintIntoAPrinterGivesPrintViewsPagesWithAHeadingAndPageNu
               screenLook);
 }
 
+REGISTER_TYPED_TEST_SUITE_P(PrintTest, PrintIntoAPrinterGivesPrintViewsPagesWithAHeadingAndPageNumbers);
+BREV_TYPED_ON_BOTH_ENGINES(PrintTest, AllViews);
+
 template <class V>
 class ForecastPrintTest : public PrintTest<V> {};
 using ForecastOnly = ::testing::Types<ForecastView>;
-TYPED_TEST_SUITE(ForecastPrintTest, ForecastOnly);
+TYPED_TEST_SUITE_P(ForecastPrintTest);
 
-TYPED_TEST(ForecastPrintTest, TheHeadingNamesTheForecastMode)
+TYPED_TEST_P(ForecastPrintTest, TheHeadingNamesTheForecastMode)
 {
     for (const auto& [mode, words] : {std::pair{0, "Unweighted forecast"}, std::pair{1, "Weighted forecast"}}) {
         this->View().setForecastMode(mode);
@@ -120,6 +123,9 @@ TYPED_TEST(ForecastPrintTest, TheHeadingNamesTheForecastMode)
         EXPECT_TRUE(heading.match(first).hasMatch()) << qPrintable(first.right(300));
     }
 }
+
+REGISTER_TYPED_TEST_SUITE_P(ForecastPrintTest, TheHeadingNamesTheForecastMode);
+BREV_TYPED_ON_BOTH_ENGINES(ForecastPrintTest, ForecastOnly);
 
 }  // namespace
 }  // namespace BrevView::test

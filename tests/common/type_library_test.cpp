@@ -5,7 +5,7 @@
 #include <brevview/brevview.h>
 
 #include "common/type_library.h"
-#include "flat_view/flat_view_fixture.h"
+#include "views/flat/flat_view_fixture.h"
 #include "grid/flex_grid.h"
 
 namespace BrevView::test {

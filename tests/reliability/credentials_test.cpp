@@ -10,9 +10,9 @@
 namespace BrevView::test {
 namespace {
 
-class CredentialsTest : public TestEnv {};
+class CredentialsTest : public TestEnv, public OnBothEngines {};
 
-TEST_F(CredentialsTest, APasswordAppearsInNoTraceLogSettingsSnapshotOrStandardError)
+TEST_P(CredentialsTest, APasswordAppearsInNoTraceLogSettingsSnapshotOrStandardError)
 {
     const QByteArray secret = "Zq9-brev-PW-7f3c1e";
     const QString db = CreateIboDatabase();
@@ -63,6 +63,8 @@ TEST_F(CredentialsTest, APasswordAppearsInNoTraceLogSettingsSnapshotOrStandardEr
     // print snapshots, the PDF, the database, standard error.
     EXPECT_EQ(FilesContaining(TempPath(QString()), secret), QStringList());
 }
+
+BREV_ON_BOTH_ENGINES(CredentialsTest);
 
 }  // namespace
 }  // namespace BrevView::test

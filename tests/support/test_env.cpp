@@ -31,7 +31,12 @@ void TestEnv::SetUp()
     if (OnPostgreSQL()) {
         // The library opens the test server with libpq's own sources of credentials.
         const PgTestServer server = PgTestServer::FromEnvironment();
+        if (qEnvironmentVariableIsEmpty("BREV_TEST_PG_INFO"))
+            GTEST_SKIP() << "no PostgreSQL test server: `ctest -L postgresql` starts one, or give --pg-info=FILE";
         ASSERT_TRUE(server.valid()) << "BREV_TEST_PG_INFO names no running test server";
+        const QByteArray name = ::testing::UnitTest::GetInstance()->current_test_info()->name();
+        if (name.contains("SQLite"))
+            GTEST_SKIP() << "a test of SQLite files alone";
         qputenv("PGUSER", server.user.toUtf8());
         qputenv("PGPASSFILE", server.passFile.toUtf8());
         qunsetenv("PGPASSWORD");
@@ -83,7 +88,13 @@ void TestEnv::ForgetStoredQueries(const QString& path)
 
 bool TestEnv::OnPostgreSQL()
 {
-    return qEnvironmentVariable("BREV_TEST_ENGINE") == QLatin1String("postgresql");
+    const ::testing::TestInfo* test = ::testing::UnitTest::GetInstance()->current_test_info();
+    return test && QByteArray(test->test_suite_name()).startsWith("PostgreSQL");
+}
+
+std::string EngineParamName(const ::testing::TestParamInfo<Engine>& info)
+{
+    return info.param == Engine::PostgreSQL ? "server" : "file";
 }
 
 RecordingTrace& TestEnv::UseRecordingTrace()

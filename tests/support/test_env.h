@@ -58,8 +58,9 @@ protected:
     // 10:00 on the given day becomes "now".
     static void PinToday(int year, int month, int day);
 
-    // The engine the test run is for: the suite runs once on SQLite files and once more
-    // (the tests that concern the data) on the PostgreSQL test server.
+    // Whether the running test is one on the PostgreSQL test server: an instance of a suite on
+    // both engines named "PostgreSQL/..." (see BREV_ON_BOTH_ENGINES), or a suite of the server
+    // alone, whose name starts with "PostgreSQL".
     static bool OnPostgreSQL();
     // Creates an IBO database and returns what DatabasePath names it by: on SQLite, a file
     // at `name` (in the temporary folder when relative); on PostgreSQL, a schema of its own
@@ -84,6 +85,22 @@ protected:
 private:
     QStringList schemas_;  // made on the test server, dropped at the end of the test
 };
+
+// The engine a suite on both engines runs on; the parameter of such a suite's fixture.
+enum class Engine { SQLite, PostgreSQL };
+using OnBothEngines = ::testing::WithParamInterface<Engine>;
+std::string EngineParamName(const ::testing::TestParamInfo<Engine>& info);
+
+// Runs a suite whose fixture derives from OnBothEngines once on SQLite files
+// ("SQLite/Suite.Test/file") and once on the PostgreSQL test server
+// ("PostgreSQL/Suite.Test/server"). On the server, a test whose name says SQLite is skipped.
+#define BREV_ON_BOTH_ENGINES(Suite)                                                                                             \
+    INSTANTIATE_TEST_SUITE_P(SQLite, Suite, ::testing::Values(::BrevView::test::Engine::SQLite), ::BrevView::test::EngineParamName); \
+    INSTANTIATE_TEST_SUITE_P(PostgreSQL, Suite, ::testing::Values(::BrevView::test::Engine::PostgreSQL), ::BrevView::test::EngineParamName)
+// The same for a type-parameterised suite, once per type on each engine.
+#define BREV_TYPED_ON_BOTH_ENGINES(Suite, Types)           \
+    INSTANTIATE_TYPED_TEST_SUITE_P(SQLite, Suite, Types); \
+    INSTANTIATE_TYPED_TEST_SUITE_P(PostgreSQL, Suite, Types)
 
 // Expects `statement` to raise a RuntimeError with `number`.
 #define EXPECT_RUNTIME_ERROR(statement, expected_number_)                                          \

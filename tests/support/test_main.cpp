@@ -9,13 +9,11 @@ int main(int argc, char** argv)
 {
     qputenv("QT_QPA_PLATFORM", qgetenv("QT_QPA_PLATFORM").isEmpty() ? QByteArray("offscreen") : qgetenv("QT_QPA_PLATFORM"));
     ::testing::InitGoogleTest(&argc, argv);
-    // --engine=postgresql --pg-info=FILE: the run on the PostgreSQL test server (the same as
-    // $BREV_TEST_ENGINE and $BREV_TEST_PG_INFO).
+    // --pg-info=FILE: the PostgreSQL test server for the suites' "PostgreSQL/..." instances
+    // (the same as $BREV_TEST_PG_INFO); without one they are skipped.
     for (int i = 1; i < argc; ++i) {
         const QByteArray arg(argv[i]);
-        if (arg.startsWith("--engine="))
-            qputenv("BREV_TEST_ENGINE", arg.mid(9));
-        else if (arg.startsWith("--pg-info="))
+        if (arg.startsWith("--pg-info="))
             qputenv("BREV_TEST_PG_INFO", arg.mid(10));
     }
     QApplication app(argc, argv);

@@ -7,7 +7,7 @@ namespace {
 
 // Renders a filled flat view (kept as $BREV_KEEP_PNG when set, for a person to look at)
 // and checks what a user sees: the header, the rows, the blue descriptor labels.
-TEST_F(FlatViewTest, RenderedViewShowsHeaderRowsAndBlueLabels)
+TEST_P(FlatViewTest, RenderedViewShowsHeaderRowsAndBlueLabels)
 {
     for (int i = 1; i <= 12; ++i) {
         Add(Ibo::Open(100 + i, QStringLiteral("2026-03-%1 00:00:00").arg(i + 10, 2, 10, QLatin1Char('0')))

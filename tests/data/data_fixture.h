@@ -7,7 +7,7 @@
 
 namespace BrevView::test {
 
-class DataTest : public TestEnv {
+class DataTest : public TestEnv, public OnBothEngines {
 protected:
     void SetUp() override
     {

@@ -21,7 +21,7 @@ void SetPref(const QString& key, const QString& value)
     settings::SaveSetting(QStringLiteral("Brev"), QStringLiteral("PriorityView"), key, value);
 }
 
-TEST_F(PriorityViewTest, RangeValueZeroReadsBackAsOneAndNegativesAreKept)
+TEST_P(PriorityViewTest, RangeValueZeroReadsBackAsOneAndNegativesAreKept)
 {
     View().setSalesCycleRangeValue(0);
     EXPECT_EQ(View().SalesCycleRangeValue(), 1);
@@ -32,7 +32,7 @@ TEST_F(PriorityViewTest, RangeValueZeroReadsBackAsOneAndNegativesAreKept)
     EXPECT_TRUE(trace_->lines.contains(QStringLiteral("ENTER BrevView.PriorityView::PropertyLet:SalesCycleRangeValue")));
 }
 
-TEST_F(PriorityViewTest, RangeUnitsAreStoredUncheckedAndOnlyLoadingClamps)
+TEST_P(PriorityViewTest, RangeUnitsAreStoredUncheckedAndOnlyLoadingClamps)
 {
     View().setSalesCycleRangeUnits(7);
     EXPECT_EQ(View().SalesCycleRangeUnits(), 7);
@@ -42,7 +42,7 @@ TEST_F(PriorityViewTest, RangeUnitsAreStoredUncheckedAndOnlyLoadingClamps)
     EXPECT_EQ(View().SalesCycleRangeUnits(), 2);
 }
 
-TEST_F(PriorityViewTest, StoredRangeValuesAreClampedWhenLoaded)
+TEST_P(PriorityViewTest, StoredRangeValuesAreClampedWhenLoaded)
 {
     for (const auto& [stored, loaded] : std::vector<std::pair<QString, int>>{{"0", 3}, {"100", 3}, {"99", 99}, {"1", 1}}) {
         SetPref(QStringLiteral("SCRangeValue"), stored);
@@ -54,7 +54,7 @@ TEST_F(PriorityViewTest, StoredRangeValuesAreClampedWhenLoaded)
     EXPECT_EQ(View().SalesCycleRangeUnits(), 2);
 }
 
-TEST_F(PriorityViewTest, DefaultsAndColumnWidthsFromTheSettings)
+TEST_P(PriorityViewTest, DefaultsAndColumnWidthsFromTheSettings)
 {
     SetPref(QStringLiteral("ColWidth5"), QStringLiteral("1234"));
     SetPref(QStringLiteral("ColWidth0"), QStringLiteral("5000"));  // column 0 is never read
@@ -71,7 +71,7 @@ TEST_F(PriorityViewTest, DefaultsAndColumnWidthsFromTheSettings)
     EXPECT_EQ(Pref(QStringLiteral("ColWidth0")), QStringLiteral("5000"));
 }
 
-TEST_F(PriorityViewTest, NonNumericStoredValueFailsTheLoad)
+TEST_P(PriorityViewTest, NonNumericStoredValueFailsTheLoad)
 {
     SetPref(QStringLiteral("SCRangeValue"), QStringLiteral("lots"));
     EXPECT_NO_THROW(View());
@@ -83,7 +83,7 @@ TEST_F(PriorityViewTest, NonNumericStoredValueFailsTheLoad)
     EXPECT_EQ(errors.front().at(0).toInt(), 13);
 }
 
-TEST_F(PriorityViewTest, ColumnsAndTheTwoLineHeader)
+TEST_P(PriorityViewTest, ColumnsAndTheTwoLineHeader)
 {
     grid::FlexGrid& g = Grid();
     ASSERT_EQ(g.Cols(), 16);
@@ -99,7 +99,7 @@ TEST_F(PriorityViewTest, ColumnsAndTheTwoLineHeader)
     EXPECT_EQ(g.TextMatrix(0, 12), QStringLiteral("Sales Cycle\rMar/03/26 - Mar/07/26"));
 }
 
-TEST_F(PriorityViewTest, AddOutlineTotalThroughTheControl)
+TEST_P(PriorityViewTest, AddOutlineTotalThroughTheControl)
 {
     EXPECT_EQ(View().AddOutlineTotal(Currency(), 2.5).ToText(), QStringLiteral("2.5"));
     EXPECT_EQ(View().AddOutlineTotal(Currency::FromTicks(-10000), 10).ToText(), QStringLiteral("-1"));
@@ -109,7 +109,7 @@ TEST_F(PriorityViewTest, AddOutlineTotalThroughTheControl)
     EXPECT_EQ(result.ToText(), QStringLiteral("1.25"));
 }
 
-TEST_F(PriorityViewTest, InitialisationOpensTheDatabaseAndAMissingSQLiteFileIsReportedNotThrown)
+TEST_P(PriorityViewTest, InitialisationOpensTheDatabaseAndAMissingSQLiteFileIsReportedNotThrown)
 {
     const QString gone = TempPath(QStringLiteral("gone.db"));
     qputenv("BREV_DATABASE", gone.toLocal8Bit());

@@ -13,7 +13,7 @@ using data::dbOpenDynaset;
 using data::dbOpenForwardOnly;
 using data::dbOpenSnapshot;
 
-TEST_F(DataTest, MissingFileIsError3024NamingTheFileAndCreatesNothing)
+TEST_P(DataTest, MissingFileIsError3024NamingTheFileAndCreatesNothing)
 {
     const QString missing = TempPath(QStringLiteral("nope.db"));
     try {
@@ -26,7 +26,7 @@ TEST_F(DataTest, MissingFileIsError3024NamingTheFileAndCreatesNothing)
     EXPECT_FALSE(QFile::exists(missing));
 }
 
-TEST_F(DataTest, SQLiteFilesAreReadThroughAMemoryMapOnlyOnLocalFileSystems)
+TEST_P(DataTest, SQLiteFilesAreReadThroughAMemoryMapOnlyOnLocalFileSystems)
 {
     EXPECT_TRUE(data::SqliteConnection::MapsFilesOn("ext4"));
     EXPECT_TRUE(data::SqliteConnection::MapsFilesOn("tmpfs"));
@@ -49,7 +49,7 @@ TEST_F(DataTest, SQLiteFilesAreReadThroughAMemoryMapOnlyOnLocalFileSystems)
 // (a read going ahead) keeps SQLite's own page cache, whose size also sets how much of a
 // sort is done in memory before its runs are merged, and lets SQLite sort those runs on
 // threads of its own.
-TEST_F(DataTest, SQLiteConnectionsThatOnlyReadKeepTheEnginesOwnPageCacheAndSortOnTwoThreads)
+TEST_P(DataTest, SQLiteConnectionsThatOnlyReadKeepTheEnginesOwnPageCacheAndSortOnTwoThreads)
 {
     if (OnPostgreSQL())
         GTEST_SKIP() << "an SQLite file's connections";
@@ -74,7 +74,7 @@ TEST_F(DataTest, SQLiteConnectionsThatOnlyReadKeepTheEnginesOwnPageCacheAndSortO
     EXPECT_EQ(pragma(reader->handle(), "threads"), 2);
 }
 
-TEST_F(DataTest, FileThatIsNotADatabaseIsError3343)
+TEST_P(DataTest, FileThatIsNotADatabaseIsError3343)
 {
     const QString junk = TempPath(QStringLiteral("junk.db"));
     QFile f(junk);
@@ -84,7 +84,7 @@ TEST_F(DataTest, FileThatIsNotADatabaseIsError3343)
     EXPECT_RUNTIME_ERROR(data::Database::Open(junk, QString()), 3343);
 }
 
-TEST_F(DataTest, StoredQueryLookupAndCreation)
+TEST_P(DataTest, StoredQueryLookupAndCreation)
 {
     ForgetStoredQueries(path_);
     EXPECT_RUNTIME_ERROR(db_->QueryDefs(QStringLiteral("Q1")), 3265);
@@ -97,7 +97,7 @@ TEST_F(DataTest, StoredQueryLookupAndCreation)
     EXPECT_RUNTIME_ERROR(db_->CreateQueryDef(QStringLiteral("Q1"), QStringLiteral("SELECT 1")), 3012);
 }
 
-TEST_F(DataTest, BrokenQueryTextIsRefusedAndNotStored)
+TEST_P(DataTest, BrokenQueryTextIsRefusedAndNotStored)
 {
     ForgetStoredQueries(path_);
     db_->CreateQueryDef(QStringLiteral("Good"), QStringLiteral("SELECT 1"));
@@ -105,7 +105,7 @@ TEST_F(DataTest, BrokenQueryTextIsRefusedAndNotStored)
     EXPECT_EQ(QueryText(path_, QStringLiteral("SELECT Name FROM BrevQueryDefs")), QStringLiteral("Good"));
 }
 
-TEST_F(DataTest, StoredQueryIsUsedAsItStandsInTheDatabase)
+TEST_P(DataTest, StoredQueryIsUsedAsItStandsInTheDatabase)
 {
     // The server's schema script makes the catalogue with the tables; an SQLite file gets it here.
     if (!OnPostgreSQL())
@@ -115,7 +115,7 @@ TEST_F(DataTest, StoredQueryIsUsedAsItStandsInTheDatabase)
     EXPECT_EQ(rs->Field(0).stringValue(), QStringLiteral("A-3"));
 }
 
-TEST_F(DataTest, DateComparisonsBehaveAsCalendarDays)
+TEST_P(DataTest, DateComparisonsBehaveAsCalendarDays)
 {
     // 17:45 on 10 May 2024 is >= #05/10/2024# and < #05/11/2024#.
     auto rs = db_->OpenRecordset(QStringLiteral("SELECT IboID FROM IboMain WHERE DateWWIH >= #05/10/2024# AND DateWWIH < #05/11/2024#"),
@@ -126,7 +126,7 @@ TEST_F(DataTest, DateComparisonsBehaveAsCalendarDays)
     EXPECT_TRUE(rs->Eof());
 }
 
-TEST_F(DataTest, SqlDateFunctionReadsTheLibraryClock)
+TEST_P(DataTest, SqlDateFunctionReadsTheLibraryClock)
 {
     PinToday(2024, 5, 11);
     auto rs = db_->OpenRecordset(QStringLiteral("SELECT IboID FROM IboMain WHERE DateWWIH < Date() ORDER BY IboID"), dbOpenSnapshot);
@@ -139,13 +139,13 @@ TEST_F(DataTest, SqlDateFunctionReadsTheLibraryClock)
     EXPECT_EQ(rs->Field(0).longValue(), 5);
 }
 
-TEST_F(DataTest, YearAndMonthOfStoredDates)
+TEST_P(DataTest, YearAndMonthOfStoredDates)
 {
     auto rs = db_->OpenRecordset(QStringLiteral("SELECT Year(DateWWIH)*100+Month([DateWWIH]) FROM IboMain WHERE IboID = 2"), dbOpenSnapshot);
     EXPECT_EQ(rs->Field(0).longValue(), 202405);
 }
 
-TEST_F(DataTest, TransactionRollbackUndoesWrites)
+TEST_P(DataTest, TransactionRollbackUndoesWrites)
 {
     db_->BeginTrans();
     db_->Execute(QStringLiteral("UPDATE IboMain SET IboNumber = 'changed'"));
@@ -157,7 +157,7 @@ TEST_F(DataTest, TransactionRollbackUndoesWrites)
     EXPECT_EQ(QueryText(path_, QStringLiteral("SELECT IboNumber FROM IboMain WHERE IboID = 1")), QStringLiteral("kept"));
 }
 
-TEST_F(DataTest, WorkspacesCountedPerThreadEngineOnSQLiteWhichIgnoresTheAccount)
+TEST_P(DataTest, WorkspacesCountedPerThreadEngineOnSQLiteWhichIgnoresTheAccount)
 {
     auto engine = data::DBEngine::ForThisThread();
     EXPECT_EQ(engine, data::DBEngine::ForThisThread());
@@ -170,6 +170,8 @@ TEST_F(DataTest, WorkspacesCountedPerThreadEngineOnSQLiteWhichIgnoresTheAccount)
     EXPECT_FALSE(db->IsOpen());
     EXPECT_EQ(engine->OpenWorkspaceCount(), before);
 }
+
+BREV_ON_BOTH_ENGINES(DataTest);
 
 }  // namespace
 }  // namespace BrevView::test

@@ -14,7 +14,7 @@
 
 namespace BrevView::test {
 
-class ForecastViewTest : public ViewTest<ForecastView, ForecastViewPrivate> {
+class ForecastViewTest : public ViewTest<ForecastView, ForecastViewPrivate>, public OnBothEngines {
 protected:
     void SetUp() override
     {

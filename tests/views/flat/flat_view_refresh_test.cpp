@@ -7,7 +7,7 @@
 namespace BrevView::test {
 namespace {
 
-TEST_F(FlatViewTest, RefreshFillsEveryColumnInTheMainTablesDateOrder)
+TEST_P(FlatViewTest, RefreshFillsEveryColumnInTheMainTablesDateOrder)
 {
     Add(Ibo::Open(7, QStringLiteral("2026-03-09 17:45:00"))
             .Set(QStringLiteral("DescriptorUwih"), QStringLiteral("2"))
@@ -38,7 +38,7 @@ TEST_F(FlatViewTest, RefreshFillsEveryColumnInTheMainTablesDateOrder)
     EXPECT_EQ(g.Redraw(), 1);
 }
 
-TEST_F(FlatViewTest, RefreshFollowsItsOrderInTheTrace)
+TEST_P(FlatViewTest, RefreshFollowsItsOrderInTheTrace)
 {
     Add(Ibo::Open(1, QStringLiteral("2026-03-09 00:00:00")));
     View();
@@ -54,7 +54,7 @@ TEST_F(FlatViewTest, RefreshFollowsItsOrderInTheTrace)
                              }));
 }
 
-TEST_F(FlatViewTest, FilterZeroShowsAnEmptyGridNotAllRows)
+TEST_P(FlatViewTest, FilterZeroShowsAnEmptyGridNotAllRows)
 {
     Add(Ibo::Open(1, QStringLiteral("2026-03-09 00:00:00")));
     View().setFilter(eFilterShowNone);
@@ -64,7 +64,7 @@ TEST_F(FlatViewTest, FilterZeroShowsAnEmptyGridNotAllRows)
     EXPECT_EQ(Grid().Cell(grid::flexcpForeColor, 0, 6).toInt(), -1);
 }
 
-TEST_F(FlatViewTest, FilterTenShowsWonAndCancelledThroughTwoTerms)
+TEST_P(FlatViewTest, FilterTenShowsWonAndCancelledThroughTwoTerms)
 {
     for (int status = 1; status <= 4; ++status)
         Add(Ibo::Open(status, QStringLiteral("2026-03-0%1 00:00:00").arg(status)).Set(QStringLiteral("DescriptorStatus"), QString::number(status)));
@@ -82,21 +82,21 @@ TEST_F(FlatViewTest, FilterTenShowsWonAndCancelledThroughTwoTerms)
     EXPECT_EQ(Private().GetFilterString(), QString());
 }
 
-TEST_F(FlatViewTest, CombinedFilterIsALegalValue)
+TEST_P(FlatViewTest, CombinedFilterIsALegalValue)
 {
     View().setFilter(eFilterShowOpen | eFilterShowWon);
     EXPECT_EQ(View().Filter(), 3);
     EXPECT_EQ(View().property("Filter").toInt(), 3);
 }
 
-TEST_F(FlatViewTest, EmptyTableLeavesOnlyTheHeader)
+TEST_P(FlatViewTest, EmptyTableLeavesOnlyTheHeader)
 {
     View().Refresh();
     EXPECT_EQ(Grid().Rows(), 1);
     EXPECT_EQ(Grid().TextMatrix(0, 0), QStringLiteral("IBO#"));
 }
 
-TEST_F(FlatViewTest, ArchiveListsEveryRowAndChangingSourceWaitsForRefresh)
+TEST_P(FlatViewTest, ArchiveListsEveryRowAndChangingSourceWaitsForRefresh)
 {
     Add(Ibo::Open(1, QStringLiteral("2026-03-09 00:00:00")));
     Add(Ibo::Open(20, QStringLiteral("2026-03-01 00:00:00")).Set(QStringLiteral("RecStatusDelete"), QStringLiteral("1")),
@@ -114,7 +114,7 @@ TEST_F(FlatViewTest, ArchiveListsEveryRowAndChangingSourceWaitsForRefresh)
     EXPECT_EQ(ids, (QStringList{QStringLiteral("IBO-20"), QStringLiteral("IBO-21")}));
 }
 
-TEST_F(FlatViewTest, SecondRefreshOpensNoSecondWorkspace)
+TEST_P(FlatViewTest, SecondRefreshOpensNoSecondWorkspace)
 {
     ForgetStoredQueries(db_);
     View().Refresh();
@@ -124,7 +124,7 @@ TEST_F(FlatViewTest, SecondRefreshOpensNoSecondWorkspace)
     EXPECT_EQ(QueryText(db_, QStringLiteral("SELECT Name FROM BrevQueryDefs")), QStringLiteral("V21_GetIbosForFlatViewFromMain"));
 }
 
-TEST_F(FlatViewTest, NullInARequiredFieldStopsWithError94AndKeepsTheRowsSoFar)
+TEST_P(FlatViewTest, NullInARequiredFieldStopsWithError94AndKeepsTheRowsSoFar)
 {
     Add(Ibo::Open(1, QStringLiteral("2026-03-01 00:00:00")));
     Add(Ibo::Open(2, QStringLiteral("2026-03-02 00:00:00")).Set(QStringLiteral("IboNumber"), QStringLiteral("NULL")));
@@ -142,7 +142,7 @@ TEST_F(FlatViewTest, NullInARequiredFieldStopsWithError94AndKeepsTheRowsSoFar)
     EXPECT_TRUE(trace_->lines.contains(QStringLiteral("HANDLE 94")));
 }
 
-TEST_F(FlatViewTest, NullInEachRequiredFieldIsError94)
+TEST_P(FlatViewTest, NullInEachRequiredFieldIsError94)
 {
     for (const char* field : {"IboID", "ConLastName", "ConFirstName", "ConCompany", "Product", "IboValueNumeric", "IboValueDecimal", "Note"}) {
         // A server's IboMain keys its rows by IboID: it holds no row without one.
@@ -154,7 +154,7 @@ TEST_F(FlatViewTest, NullInEachRequiredFieldIsError94)
     }
 }
 
-TEST_F(FlatViewTest, OutOfRangeCodesShowErrAndTheRefreshGoesOn)
+TEST_P(FlatViewTest, OutOfRangeCodesShowErrAndTheRefreshGoesOn)
 {
     Add(Ibo::Open(1, QStringLiteral("2026-03-01 00:00:00"))
             .Set(QStringLiteral("DescriptorStatus"), QStringLiteral("1"))
@@ -173,7 +173,7 @@ TEST_F(FlatViewTest, OutOfRangeCodesShowErrAndTheRefreshGoesOn)
     EXPECT_EQ(Grid().Rows(), 1);
 }
 
-TEST_F(FlatViewTest, MissingSQLiteFileFailsAndTheNextRefreshTriesAgain)
+TEST_P(FlatViewTest, MissingSQLiteFileFailsAndTheNextRefreshTriesAgain)
 {
     const QString elsewhere = TempPath(QStringLiteral("later.db"));
     qputenv("BREV_DATABASE", elsewhere.toLocal8Bit());
@@ -185,14 +185,14 @@ TEST_F(FlatViewTest, MissingSQLiteFileFailsAndTheNextRefreshTriesAgain)
     EXPECT_EQ(Grid().Rows(), 2);
 }
 
-TEST_F(FlatViewTest, NullDateShowsTheZeroDate)
+TEST_P(FlatViewTest, NullDateShowsTheZeroDate)
 {
     Add(Ibo::Open(1, QStringLiteral("x")).Set(QStringLiteral("DateWWIH"), QStringLiteral("NULL")));
     View().Refresh();
     EXPECT_EQ(Grid().TextMatrix(1, 2), QStringLiteral("12/30/99"));
 }
 
-TEST_F(FlatViewTest, RowsSharingAClosingDateAndTheRowsAfterThemEachShowTheirOwnDay)
+TEST_P(FlatViewTest, RowsSharingAClosingDateAndTheRowsAfterThemEachShowTheirOwnDay)
 {
     Add(Ibo::Open(1, QStringLiteral("2026-03-01 00:00:00")));
     Add(Ibo::Open(2, QStringLiteral("2026-03-01 00:00:00")));
@@ -213,7 +213,7 @@ TEST_F(FlatViewTest, RowsSharingAClosingDateAndTheRowsAfterThemEachShowTheirOwnD
     }
 }
 
-TEST_F(FlatViewTest, ProductAndValueCellsShowTheFirstEntryAndTheAmountWhateverTheStoredText)
+TEST_P(FlatViewTest, ProductAndValueCellsShowTheFirstEntryAndTheAmountWhateverTheStoredText)
 {
     const QString long300 = QString(300, QLatin1Char('p'));
     const QString accentedLong = QStringLiteral("\u00e9") + QString(299, QLatin1Char('q'));
@@ -250,6 +250,8 @@ TEST_F(FlatViewTest, ProductAndValueCellsShowTheFirstEntryAndTheAmountWhateverTh
         EXPECT_EQ(Grid().TextMatrix(i + 1, 10), QString::fromLatin1(rows[i].value)) << i;
     }
 }
+
+BREV_ON_BOTH_ENGINES(FlatViewTest);
 
 }  // namespace
 }  // namespace BrevView::test

@@ -9,7 +9,7 @@ namespace {
 
 using automation::Currency;
 
-TEST_F(ForecastViewTest, NoStoredPreferencesGiveSeventeenWidthsOf960UnweightedWithoutWon)
+TEST_P(ForecastViewTest, NoStoredPreferencesGiveSeventeenWidthsOf960UnweightedWithoutWon)
 {
     EXPECT_EQ(View().ForecastMode(), eUnweightedForecast);
     EXPECT_FALSE(View().ShowWonIBOs());
@@ -19,7 +19,7 @@ TEST_F(ForecastViewTest, NoStoredPreferencesGiveSeventeenWidthsOf960UnweightedWi
         EXPECT_EQ(Grid().ColWidth(c), 960) << c;
 }
 
-TEST_F(ForecastViewTest, StoredStringOfNineteenOrTwentyOneFieldsIsRefused)
+TEST_P(ForecastViewTest, StoredStringOfNineteenOrTwentyOneFieldsIsRefused)
 {
     View();
     for (int n : {19, 21}) {
@@ -37,7 +37,7 @@ TEST_F(ForecastViewTest, StoredStringOfNineteenOrTwentyOneFieldsIsRefused)
     }
 }
 
-TEST_F(ForecastViewTest, StoredStringBeginning1030MeansWeightedWithoutWonRange30)
+TEST_P(ForecastViewTest, StoredStringBeginning1030MeansWeightedWithoutWonRange30)
 {
     QStringList fields(20, QStringLiteral("800"));
     fields[0] = QStringLiteral("1");
@@ -50,7 +50,7 @@ TEST_F(ForecastViewTest, StoredStringBeginning1030MeansWeightedWithoutWonRange30
     EXPECT_EQ(Grid().ColWidth(16), 800);
 }
 
-TEST_F(ForecastViewTest, ANonNumericFieldKeepsWhatWasAssignedBeforeIt)
+TEST_P(ForecastViewTest, ANonNumericFieldKeepsWhatWasAssignedBeforeIt)
 {
     View();
     QStringList fields(20, QStringLiteral("800"));
@@ -61,7 +61,7 @@ TEST_F(ForecastViewTest, ANonNumericFieldKeepsWhatWasAssignedBeforeIt)
     EXPECT_EQ(View().ForecastMode(), 1);
 }
 
-TEST_F(ForecastViewTest, AShortWidthListLeavesTheOtherColumnsAlone)
+TEST_P(ForecastViewTest, AShortWidthListLeavesTheOtherColumnsAlone)
 {
     View();
     Grid().setColWidth(5, 1111);
@@ -71,7 +71,7 @@ TEST_F(ForecastViewTest, AShortWidthListLeavesTheOtherColumnsAlone)
     EXPECT_EQ(Grid().ColWidth(5), 1111);
 }
 
-TEST_F(ForecastViewTest, InitialisationOrderAndTheColumnSetUpsTraceName)
+TEST_P(ForecastViewTest, InitialisationOrderAndTheColumnSetUpsTraceName)
 {
     View();
     QStringList enters;
@@ -141,7 +141,7 @@ TEST(MonthlyTotalsTest, AnOverflowTurnsFieldAndGrandTotalToMinusOneForGood)
     EXPECT_EQ(detail::AddWeightedToTotal(Currency(), 1000, 25).ToText(), QStringLiteral("250"));
 }
 
-TEST_F(ForecastViewTest, JanuaryAndAprilGiveFourMonthsWithTheMiddleOnesEmpty)
+TEST_P(ForecastViewTest, JanuaryAndAprilGiveFourMonthsWithTheMiddleOnesEmpty)
 {
     PinToday(2025, 1, 2);
     Add(Ibo::Open(1, QStringLiteral("2025-01-20 00:00:00")));
@@ -155,7 +155,7 @@ TEST_F(ForecastViewTest, JanuaryAndAprilGiveFourMonthsWithTheMiddleOnesEmpty)
     }
 }
 
-TEST_F(ForecastViewTest, RenderedViewInBothModes)
+TEST_P(ForecastViewTest, RenderedViewInBothModes)
 {
     PinToday(2024, 5, 10);
     const int uwih[] = {2, 1, 0, 2, 1, 2};

@@ -25,7 +25,7 @@ protected:
     QPoint At(int row, int col) { return Grid().CellRect(row, col).center(); }
 };
 
-TEST_F(FlatViewEventsTest, GetSelectionIsNullWithoutSelectionAndListsIdsInOrder)
+TEST_P(FlatViewEventsTest, GetSelectionIsNullWithoutSelectionAndListsIdsInOrder)
 {
     EXPECT_FALSE(View().GetSelection().isValid());
     QTest::mouseClick(Port(), Qt::LeftButton, {}, At(4, 3));
@@ -36,7 +36,7 @@ TEST_F(FlatViewEventsTest, GetSelectionIsNullWithoutSelectionAndListsIdsInOrder)
     EXPECT_EQ(View().property("GetSelection").value<QList<qint32>>(), (QList<qint32>{14, 12}));
 }
 
-TEST_F(FlatViewEventsTest, GetSelectionFailsOnRowDataThatIsNoNumber)
+TEST_P(FlatViewEventsTest, GetSelectionFailsOnRowDataThatIsNoNumber)
 {
     Grid().setRowDataValue(2, automation::Variant(QStringLiteral("N3")));
     Grid().SelectRows({1, 2, 3});
@@ -45,7 +45,7 @@ TEST_F(FlatViewEventsTest, GetSelectionFailsOnRowDataThatIsNoNumber)
     EXPECT_EQ(trace_->lines, (QStringList{QStringLiteral("ENTER BrevView.FlatView::GetSelection"), QStringLiteral("HANDLE 13")}));
 }
 
-TEST_F(FlatViewEventsTest, DoubleClickOnTheCurrentIboRowRaisesIboEdit)
+TEST_P(FlatViewEventsTest, DoubleClickOnTheCurrentIboRowRaisesIboEdit)
 {
     QSignalSpy edit(&View(), &FlatView::IboEdit);
     QTest::mouseClick(Port(), Qt::LeftButton, {}, At(3, 2));
@@ -55,7 +55,7 @@ TEST_F(FlatViewEventsTest, DoubleClickOnTheCurrentIboRowRaisesIboEdit)
     EXPECT_TRUE(trace_->lines.contains(QStringLiteral("EXIT BrevView.FlatView::flexGrid_DblClick")));
 }
 
-TEST_F(FlatViewEventsTest, DoubleClickOnARowThatIsNotCurrentDoesNothing)
+TEST_P(FlatViewEventsTest, DoubleClickOnARowThatIsNotCurrentDoesNothing)
 {
     QSignalSpy edit(&View(), &FlatView::IboEdit);
     Grid().setRow(1);
@@ -66,7 +66,7 @@ TEST_F(FlatViewEventsTest, DoubleClickOnARowThatIsNotCurrentDoesNothing)
     EXPECT_EQ(edit.count(), 0);
 }
 
-TEST_F(FlatViewEventsTest, RightClickMakesTheRowCurrentThenRaisesRightClick)
+TEST_P(FlatViewEventsTest, RightClickMakesTheRowCurrentThenRaisesRightClick)
 {
     QSignalSpy right(&View(), &FlatView::RightClick);
     Grid().setRow(1);
@@ -81,7 +81,7 @@ TEST_F(FlatViewEventsTest, RightClickMakesTheRowCurrentThenRaisesRightClick)
     EXPECT_EQ(trace_->lines.first(), QStringLiteral("ENTER BrevView.FlatView::flexGrid_DblClick"));
 }
 
-TEST_F(FlatViewEventsTest, RowDataZeroOrNegativeRaisesNeitherEvent)
+TEST_P(FlatViewEventsTest, RowDataZeroOrNegativeRaisesNeitherEvent)
 {
     QSignalSpy edit(&View(), &FlatView::IboEdit);
     QSignalSpy right(&View(), &FlatView::RightClick);
@@ -96,7 +96,7 @@ TEST_F(FlatViewEventsTest, RowDataZeroOrNegativeRaisesNeitherEvent)
     EXPECT_EQ(right.count(), 0);
 }
 
-TEST_F(FlatViewEventsTest, HeaderTooltipsShowTheLongHeaders)
+TEST_P(FlatViewEventsTest, HeaderTooltipsShowTheLongHeaders)
 {
     QTest::mouseMove(Port(), At(0, 2));
     EXPECT_EQ(Grid().ToolTipText(), QStringLiteral("When Will It Happen?"));
@@ -106,7 +106,7 @@ TEST_F(FlatViewEventsTest, HeaderTooltipsShowTheLongHeaders)
     EXPECT_EQ(Grid().ToolTipText(), QString());
 }
 
-TEST_F(FlatViewEventsTest, DraggingAColumnBorderSavesThePreferencesOncePerResize)
+TEST_P(FlatViewEventsTest, DraggingAColumnBorderSavesThePreferencesOncePerResize)
 {
     CountSettingObjects();
     const QRect h = Grid().CellRect(0, 3);
@@ -123,7 +123,7 @@ TEST_F(FlatViewEventsTest, DraggingAColumnBorderSavesThePreferencesOncePerResize
     EXPECT_EQ(detail::GetViewPreference(QStringLiteral("PrefIBOListView")).split(QLatin1Char(';')).at(4), QString::number(width));
 }
 
-TEST_F(FlatViewEventsTest, ScrollTipReadsRowAndItsNumber)
+TEST_P(FlatViewEventsTest, ScrollTipReadsRowAndItsNumber)
 {
     for (int i = 6; i <= 80; ++i)
         Add(Ibo::Open(10 + i, QStringLiteral("2026-04-01 00:00:00")));
@@ -132,7 +132,7 @@ TEST_F(FlatViewEventsTest, ScrollTipReadsRowAndItsNumber)
     EXPECT_EQ(Grid().ScrollTipText(), QStringLiteral("Row#57"));
 }
 
-TEST_F(FlatViewEventsTest, GotoIboSelectsAndRevealsAndIgnoresUnknownIds)
+TEST_P(FlatViewEventsTest, GotoIboSelectsAndRevealsAndIgnoresUnknownIds)
 {
     for (int i = 6; i <= 80; ++i)
         Add(Ibo::Open(10 + i, QStringLiteral("2026-04-01 00:00:00")));
@@ -147,6 +147,8 @@ TEST_F(FlatViewEventsTest, GotoIboSelectsAndRevealsAndIgnoresUnknownIds)
     EXPECT_FALSE(Grid().CellRect(78, 0).isEmpty());
     EXPECT_EQ(View().GetSelection().value<QList<qint32>>(), QList<qint32>{88});
 }
+
+BREV_ON_BOTH_ENGINES(FlatViewEventsTest);
 
 }  // namespace
 }  // namespace BrevView::test

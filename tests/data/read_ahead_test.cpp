@@ -46,7 +46,7 @@ QString Text(data::Recordset& rs, int field)
     return automation::ToText(rs.Field(field));
 }
 
-TEST_F(ReadAheadTest, ALongReadOutsideATransactionGoesAheadOnAThreadAndGivesEveryRowInOrder)
+TEST_P(ReadAheadTest, ALongReadOutsideATransactionGoesAheadOnAThreadAndGivesEveryRowInOrder)
 {
     for (const int type : {dbOpenForwardOnly, dbOpenSnapshot}) {
         const quint64 before = ReadAhead::StartedOnThisThread();
@@ -69,7 +69,7 @@ TEST_F(ReadAheadTest, ALongReadOutsideATransactionGoesAheadOnAThreadAndGivesEver
     }
 }
 
-TEST_F(ReadAheadTest, InsideATransactionTheReadSeesTheConnectionsOwnUncommittedWrite)
+TEST_P(ReadAheadTest, InsideATransactionTheReadSeesTheConnectionsOwnUncommittedWrite)
 {
     const quint64 before = ReadAhead::StartedOnThisThread();
     db_->BeginTrans();
@@ -112,7 +112,7 @@ TEST_F(SqliteReadAheadTest, ADynasetReadAtTheStartOfATransactionGoesAheadAndItsU
 // into its kept rows for a dynaset): every kind (none, a number, a real, an empty, short, long
 // or non-ASCII text) reads as it was stored, across many batches and past the room the first
 // rows' texts had.
-TEST_F(ReadAheadTest, EveryKindOfCellCopiedOutOfAStatementReadsAsStoredWhereverItIsRead)
+TEST_P(ReadAheadTest, EveryKindOfCellCopiedOutOfAStatementReadsAsStoredWhereverItIsRead)
 {
     const bool server = OnPostgreSQL();
     Exec(path_, server ? QStringLiteral("CREATE TABLE Cells (Id integer PRIMARY KEY, N bigint, R double precision, T text, V numeric)")
@@ -173,7 +173,7 @@ TEST_F(ReadAheadTest, EveryKindOfCellCopiedOutOfAStatementReadsAsStoredWhereverI
     db_->Rollback();
 }
 
-TEST_F(ReadAheadTest, AnErrorHalfwayComesAfterEveryRowBeforeItWithTheSameNumberAsWithoutReadingAhead)
+TEST_P(ReadAheadTest, AnErrorHalfwayComesAfterEveryRowBeforeItWithTheSameNumberAsWithoutReadingAhead)
 {
     Exec(path_, QStringLiteral("CREATE TABLE Numbers (k INTEGER, v BIGINT)"));
     Exec(path_, QStringLiteral("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 5000) "
@@ -217,7 +217,7 @@ TEST_F(ReadAheadTest, AnErrorHalfwayComesAfterEveryRowBeforeItWithTheSameNumberA
     EXPECT_EQ(aheadError, ownError);
 }
 
-TEST_F(ReadAheadTest, ARecordsetLetGoHalfwayStopsItsReaderAndTheNextReadGoesAheadAgain)
+TEST_P(ReadAheadTest, ARecordsetLetGoHalfwayStopsItsReaderAndTheNextReadGoesAheadAgain)
 {
     const QString sql = QStringLiteral("SELECT IboID FROM IboMain ORDER BY IboID");
     const quint64 before = ReadAhead::StartedOnThisThread();
@@ -239,7 +239,7 @@ TEST_F(ReadAheadTest, ARecordsetLetGoHalfwayStopsItsReaderAndTheNextReadGoesAhea
     EXPECT_EQ(ReadAhead::StartedOnThisThread(), before + (OnPostgreSQL() ? 2 : 3));
 }
 
-TEST_F(ReadAheadTest, GoingBackInASnapshotReadsItAgainFromTheStartAndStaysOnTheSameRecord)
+TEST_P(ReadAheadTest, GoingBackInASnapshotReadsItAgainFromTheStartAndStaysOnTheSameRecord)
 {
     auto rs = db_->OpenRecordset(QStringLiteral("SELECT IboID, IboNumber FROM IboMain ORDER BY IboID"), dbOpenSnapshot);
     for (int i = 0; i < 5000; ++i)
@@ -272,7 +272,7 @@ TEST_F(SqliteReadAheadTest, ACommitWhileAReadStillGoesAheadWaitsForItAndFailsWit
     EXPECT_EQ(QueryText(path_, QStringLiteral("SELECT ConLastName FROM IboMain WHERE IboID = 7")), QStringLiteral("Late"));
 }
 
-TEST_F(ReadAheadTest, TwoReadsAtOnceOnOneConnectionEachGiveTheirOwnRows)
+TEST_P(ReadAheadTest, TwoReadsAtOnceOnOneConnectionEachGiveTheirOwnRows)
 {
     const quint64 before = ReadAhead::StartedOnThisThread();
     auto up = db_->OpenRecordset(QStringLiteral("SELECT IboID FROM IboMain ORDER BY IboID"), dbOpenForwardOnly);
@@ -293,7 +293,7 @@ TEST_F(ReadAheadTest, TwoReadsAtOnceOnOneConnectionEachGiveTheirOwnRows)
     EXPECT_EQ(ReadAhead::StartedOnThisThread(), before + (OnPostgreSQL() ? 2 : 1));
 }
 
-TEST_F(ReadAheadTest, OnAServerAReadGoesAheadFromTheCallersOwnSessionAndSeesItsTemporaryTable)
+TEST_P(ReadAheadTest, OnAServerAReadGoesAheadFromTheCallersOwnSessionAndSeesItsTemporaryTable)
 {
     if (!OnPostgreSQL())
         GTEST_SKIP() << "a server session's temporary table";
@@ -310,7 +310,7 @@ TEST_F(ReadAheadTest, OnAServerAReadGoesAheadFromTheCallersOwnSessionAndSeesItsT
     EXPECT_EQ(ReadAhead::StartedOnThisThread(), before + 1);
 }
 
-TEST_F(ReadAheadTest, OnAServerAForwardOnlyReadGoesAheadOnTheStatementItPreparedAndPreparesNoOther)
+TEST_P(ReadAheadTest, OnAServerAForwardOnlyReadGoesAheadOnTheStatementItPreparedAndPreparesNoOther)
 {
     if (!OnPostgreSQL())
         GTEST_SKIP() << "a server session's prepared statements";
@@ -332,7 +332,7 @@ TEST_F(ReadAheadTest, OnAServerAForwardOnlyReadGoesAheadOnTheStatementItPrepared
     EXPECT_EQ(n, kRows);
 }
 
-TEST_F(ReadAheadTest, OnAServerAStatementRunWhileAReadGoesAheadTakesTheSessionAndTheReadStillGivesEveryRow)
+TEST_P(ReadAheadTest, OnAServerAStatementRunWhileAReadGoesAheadTakesTheSessionAndTheReadStillGivesEveryRow)
 {
     // (On an SQLite file the write would wait for the reading connection's lock: see
     // ACommitWhileAReadStillGoesAhead... above.)
@@ -355,7 +355,7 @@ TEST_F(ReadAheadTest, OnAServerAStatementRunWhileAReadGoesAheadTakesTheSessionAn
     EXPECT_EQ(ReadAhead::StartedOnThisThread(), before + 1);
 }
 
-TEST_F(ReadAheadTest, AReaderThatFindsNoRoomForABatchEndsTheReadWithAnErrorInsteadOfTheProcess)
+TEST_P(ReadAheadTest, AReaderThatFindsNoRoomForABatchEndsTheReadWithAnErrorInsteadOfTheProcess)
 {
 #if defined(BREV_UNDER_ADDRESS_SANITIZER)
     GTEST_SKIP() << "AddressSanitizer stops the process on an allocation this size instead of failing it";
@@ -367,6 +367,8 @@ TEST_F(ReadAheadTest, AReaderThatFindsNoRoomForABatchEndsTheReadWithAnErrorInste
     EXPECT_FALSE(ahead.Next());
 #endif
 }
+
+BREV_ON_BOTH_ENGINES(ReadAheadTest);
 
 }  // namespace
 }  // namespace BrevView::test

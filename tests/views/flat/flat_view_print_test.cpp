@@ -36,7 +36,7 @@ protected:
     QString pdf_;
 };
 
-TEST_F(FlatViewPrintTest, PrintViewPrintsAndGivesBackExactlyTheScreenLook)
+TEST_P(FlatViewPrintTest, PrintViewPrintsAndGivesBackExactlyTheScreenLook)
 {
     QFile::remove(detail::PrintSnapshotPath());
     Grid().setColWidth(3, 1700);
@@ -52,7 +52,7 @@ TEST_F(FlatViewPrintTest, PrintViewPrintsAndGivesBackExactlyTheScreenLook)
     EXPECT_EQ(trace_->lines, (QStringList{QStringLiteral("ENTER BrevView.FlatView::PrintView"), QStringLiteral("EXIT BrevView.FlatView::PrintView")}));
 }
 
-TEST_F(FlatViewPrintTest, SetupThenRestoreGivesBackTheLookAndDeletesTheFile)
+TEST_P(FlatViewPrintTest, SetupThenRestoreGivesBackTheLookAndDeletesTheFile)
 {
     const QString before = Snapshot(Grid(), TempPath(QStringLiteral("before.fg")));
     const QString file = TempPath(QStringLiteral("install/view.tmp"));
@@ -78,13 +78,13 @@ TEST_F(FlatViewPrintTest, SetupThenRestoreGivesBackTheLookAndDeletesTheFile)
                                           QStringLiteral("EXIT BrevView.FlatView::SetupViewForPrint")}));
 }
 
-TEST_F(FlatViewPrintTest, RestoreWithoutSetupFails)
+TEST_P(FlatViewPrintTest, RestoreWithoutSetupFails)
 {
     QDir().mkpath(TempPath(QStringLiteral("install")));
     EXPECT_RUNTIME_ERROR(View().RestoreViewAfterPrint(), 53);
 }
 
-TEST_F(FlatViewPrintTest, InstallPathWithoutSeparatorPutsTheFileBesideTheFolder)
+TEST_P(FlatViewPrintTest, InstallPathWithoutSeparatorPutsTheFileBesideTheFolder)
 {
     host::ObjectFactory::Register(QStringLiteral("BrevConf.Config"), [this] {
         struct NoSlash : host::IConfig {
@@ -101,7 +101,7 @@ TEST_F(FlatViewPrintTest, InstallPathWithoutSeparatorPutsTheFileBesideTheFolder)
     EXPECT_FALSE(QFile::exists(TempPath(QStringLiteral("brevview.tmp"))));
 }
 
-TEST_F(FlatViewPrintTest, HeaderOnlyGridPrintsABoldHeaderAndNothingElse)
+TEST_P(FlatViewPrintTest, HeaderOnlyGridPrintsABoldHeaderAndNothingElse)
 {
     View().setFilter(eFilterShowNone);
     View().Refresh();
@@ -114,6 +114,8 @@ TEST_F(FlatViewPrintTest, HeaderOnlyGridPrintsABoldHeaderAndNothingElse)
     fonts.waitForFinished(30000);
     EXPECT_TRUE(QString::fromUtf8(fonts.readAllStandardOutput()).contains(QStringLiteral("Bold")));
 }
+
+BREV_ON_BOTH_ENGINES(FlatViewPrintTest);
 
 }  // namespace
 }  // namespace BrevView::test

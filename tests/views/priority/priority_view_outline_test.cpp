@@ -40,7 +40,7 @@ TEST(ExpanderTest, ExpandTwiceThenCollapseOnceLeavesTheNodeClosed)
     EXPECT_TRUE(e.Ids().isEmpty());
 }
 
-TEST_F(PriorityOutlineTest, UserExpandedNodesReopenAfterARefresh)
+TEST_P(PriorityOutlineTest, UserExpandedNodesReopenAfterARefresh)
 {
     Grid().setIsCollapsed(NodeRow(1), 0);
     EXPECT_TRUE(Exp().Contains(1));
@@ -51,7 +51,7 @@ TEST_F(PriorityOutlineTest, UserExpandedNodesReopenAfterARefresh)
     EXPECT_FALSE(Grid().RowIsVisible(RowOf(3)));
 }
 
-TEST_F(PriorityOutlineTest, AfterClearTheNextRefreshShowsEveryGroupClosed)
+TEST_P(PriorityOutlineTest, AfterClearTheNextRefreshShowsEveryGroupClosed)
 {
     View().ExpandAllNodes();
     Exp().Clear();
@@ -60,7 +60,7 @@ TEST_F(PriorityOutlineTest, AfterClearTheNextRefreshShowsEveryGroupClosed)
         EXPECT_EQ(Grid().IsCollapsed(NodeRow(g)), 2) << g;
 }
 
-TEST_F(PriorityOutlineTest, ARememberedNodeThatDisappearsStaysAndReopensWhenItReturns)
+TEST_P(PriorityOutlineTest, ARememberedNodeThatDisappearsStaysAndReopensWhenItReturns)
 {
     // A remembered id whose group is not in the grid after a refresh stays in the set.
     Exp().Expand(7);
@@ -79,7 +79,7 @@ TEST_F(PriorityOutlineTest, ARememberedNodeThatDisappearsStaysAndReopensWhenItRe
     EXPECT_TRUE(Exp().Contains(7));
 }
 
-TEST_F(PriorityOutlineTest, ExpandAndCollapseAllReachTheExpander)
+TEST_P(PriorityOutlineTest, ExpandAndCollapseAllReachTheExpander)
 {
     View().ExpandAllNodes();
     EXPECT_EQ(Exp().Ids().size(), 6);
@@ -90,7 +90,7 @@ TEST_F(PriorityOutlineTest, ExpandAndCollapseAllReachTheExpander)
     EXPECT_EQ(Grid().Redraw(), 1);
 }
 
-TEST_F(PriorityOutlineTest, ExpandAllOnAHeaderOnlyGridChangesNothing)
+TEST_P(PriorityOutlineTest, ExpandAllOnAHeaderOnlyGridChangesNothing)
 {
     Grid().setRows(1);
     View().ExpandAllNodes();
@@ -98,7 +98,7 @@ TEST_F(PriorityOutlineTest, ExpandAllOnAHeaderOnlyGridChangesNothing)
     EXPECT_EQ(Grid().Rows(), 1);
 }
 
-TEST_F(PriorityOutlineTest, CollapsingDuringARefreshLeavesTheExpanderUnchanged)
+TEST_P(PriorityOutlineTest, CollapsingDuringARefreshLeavesTheExpanderUnchanged)
 {
     Grid().setIsCollapsed(NodeRow(1), 0);
     Private().refreshing = true;
@@ -108,7 +108,7 @@ TEST_F(PriorityOutlineTest, CollapsingDuringARefreshLeavesTheExpanderUnchanged)
     EXPECT_EQ(Exp().Ids(), QList<qint32>{1});
 }
 
-TEST_F(PriorityOutlineTest, DoubleClickTogglesANodeAndOpensAnIbo)
+TEST_P(PriorityOutlineTest, DoubleClickTogglesANodeAndOpensAnIbo)
 {
     QSignalSpy edit(&View(), &PriorityView::IboEdit);
     const int node = NodeRow(2);
@@ -126,7 +126,7 @@ TEST_F(PriorityOutlineTest, DoubleClickTogglesANodeAndOpensAnIbo)
     EXPECT_FALSE(Exp().Contains(2));
 }
 
-TEST_F(PriorityOutlineTest, RightClickOnAGroupMakesItCurrentAndRaisesNothing)
+TEST_P(PriorityOutlineTest, RightClickOnAGroupMakesItCurrentAndRaisesNothing)
 {
     QSignalSpy right(&View(), &PriorityView::RightClick);
     QTest::mouseClick(Port(), Qt::RightButton, {}, At(NodeRow(1), 3));
@@ -139,7 +139,7 @@ TEST_F(PriorityOutlineTest, RightClickOnAGroupMakesItCurrentAndRaisesNothing)
     EXPECT_TRUE(trace_->lines.contains(QStringLiteral("ENTER BrevView.PriorityView::flexGrid_DblClick")));
 }
 
-TEST_F(PriorityOutlineTest, GetSelectionSkipsGroupRowsAndIsNullForGroupsOnly)
+TEST_P(PriorityOutlineTest, GetSelectionSkipsGroupRowsAndIsNullForGroupsOnly)
 {
     Grid().SelectRows({NodeRow(0), NodeRow(1)});
     EXPECT_FALSE(View().GetSelection().isValid());
@@ -147,7 +147,7 @@ TEST_F(PriorityOutlineTest, GetSelectionSkipsGroupRowsAndIsNullForGroupsOnly)
     EXPECT_EQ(View().GetSelection().value<QList<qint32>>(), (QList<qint32>{2, 1}));
 }
 
-TEST_F(PriorityOutlineTest, GotoIboOpensTheNodeAndSelectsTheRow)
+TEST_P(PriorityOutlineTest, GotoIboOpensTheNodeAndSelectsTheRow)
 {
     View().GotoIBO(3);
     EXPECT_EQ(Grid().Row(), RowOf(3));
@@ -158,7 +158,7 @@ TEST_F(PriorityOutlineTest, GotoIboOpensTheNodeAndSelectsTheRow)
     EXPECT_EQ(Grid().Row(), row);
 }
 
-TEST_F(PriorityOutlineTest, TheFirstColumnCannotBeResized)
+TEST_P(PriorityOutlineTest, TheFirstColumnCannotBeResized)
 {
     bool cancel = false;
     emit Grid().BeforeUserResize(0, 0, cancel);
@@ -169,7 +169,7 @@ TEST_F(PriorityOutlineTest, TheFirstColumnCannotBeResized)
     EXPECT_TRUE(trace_->lines.contains(QStringLiteral("EXIT BrevView.PriorityView::flexGrid_BeforeUserResize")));
 }
 
-TEST_F(PriorityOutlineTest, TooltipsOverTheHeaderAndTheSalesCycle)
+TEST_P(PriorityOutlineTest, TooltipsOverTheHeaderAndTheSalesCycle)
 {
     QTest::mouseMove(Port(), At(0, 2));
     EXPECT_EQ(Grid().ToolTipText(), QStringLiteral("Weeks To Close"));
@@ -183,6 +183,8 @@ TEST_F(PriorityOutlineTest, TooltipsOverTheHeaderAndTheSalesCycle)
     QTest::mouseMove(Port(), At(NodeRow(1), 12));
     EXPECT_EQ(Grid().ToolTipText(), QString());
 }
+
+BREV_ON_BOTH_ENGINES(PriorityOutlineTest);
 
 }  // namespace
 }  // namespace BrevView::test

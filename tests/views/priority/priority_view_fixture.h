@@ -13,7 +13,7 @@
 
 namespace BrevView::test {
 
-class PriorityViewTest : public ViewTest<PriorityView, PriorityViewPrivate> {
+class PriorityViewTest : public ViewTest<PriorityView, PriorityViewPrivate>, public OnBothEngines {
 protected:
     // "2026-03-05 00:00:00" shifted by `days`.
     static QString Day(int days, const QString& time = QStringLiteral("00:00:00"))

@@ -16,7 +16,7 @@
 
 namespace BrevView::test {
 
-class FlatViewTest : public ViewTest<FlatView, FlatViewPrivate> {
+class FlatViewTest : public ViewTest<FlatView, FlatViewPrivate>, public OnBothEngines {
 protected:
     // Counts the "BrevData.Setting" objects created from now on (in settingsCreated_).
     void CountSettingObjects()

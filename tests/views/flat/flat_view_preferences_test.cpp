@@ -14,7 +14,7 @@ std::vector<int> Widths(grid::FlexGrid& g)
     return w;
 }
 
-TEST_F(FlatViewTest, NoStoredPreferencesLoadFilter15AndWidthsOf900)
+TEST_P(FlatViewTest, NoStoredPreferencesLoadFilter15AndWidthsOf900)
 {
     EXPECT_EQ(View().Filter(), 15);
     EXPECT_EQ(Widths(Grid()), std::vector<int>(12, 900));  // not the widths of the built-in entries
@@ -22,14 +22,14 @@ TEST_F(FlatViewTest, NoStoredPreferencesLoadFilter15AndWidthsOf900)
     EXPECT_EQ(detail::LoadResString(104).split(QLatin1Char(';')).size(), 12);
 }
 
-TEST_F(FlatViewTest, StoredStringOfThreeFieldsFallsBack)
+TEST_P(FlatViewTest, StoredStringOfThreeFieldsFallsBack)
 {
     SaveViewPreference(QStringLiteral("PrefIBOListView"), QStringLiteral("7;100;100"));
     EXPECT_EQ(View().Filter(), 15);
     EXPECT_EQ(Widths(Grid()), std::vector<int>(12, 900));
 }
 
-TEST_F(FlatViewTest, StoredFilterOutOfRangeLoadsAs15)
+TEST_P(FlatViewTest, StoredFilterOutOfRangeLoadsAs15)
 {
     for (const char* f : {"16", "-1"}) {
         SaveViewPreference(QStringLiteral("PrefIBOListView"), QString::fromLatin1(f) + QStringLiteral(";1;2;3;4;5;6;7;8;9;10;11;12"));
@@ -41,7 +41,7 @@ TEST_F(FlatViewTest, StoredFilterOutOfRangeLoadsAs15)
     EXPECT_EQ(View().Filter(), 6);
 }
 
-TEST_F(FlatViewTest, SaveWritesThirteenFieldsUnderTheSourcesKey)
+TEST_P(FlatViewTest, SaveWritesThirteenFieldsUnderTheSourcesKey)
 {
     View().setFilter(5);
     Grid().setColWidth(3, 1234);
@@ -52,7 +52,7 @@ TEST_F(FlatViewTest, SaveWritesThirteenFieldsUnderTheSourcesKey)
     EXPECT_EQ(detail::GetViewPreference(QStringLiteral("PrefIBOListView")).split(QLatin1Char(';')).first(), QStringLiteral("5"));
 }
 
-TEST_F(FlatViewTest, SavingForSourceTwoFailsAndWritesNeitherKey)
+TEST_P(FlatViewTest, SavingForSourceTwoFailsAndWritesNeitherKey)
 {
     View();
     const QString before = detail::GetViewPreference(QStringLiteral("PrefIBOListView"));
@@ -61,13 +61,13 @@ TEST_F(FlatViewTest, SavingForSourceTwoFailsAndWritesNeitherKey)
     EXPECT_EQ(detail::GetViewPreference(QStringLiteral("PrefIBOArchiveView")), QString());
 }
 
-TEST_F(FlatViewTest, NonNumericStoredFieldIsAConversionError)
+TEST_P(FlatViewTest, NonNumericStoredFieldIsAConversionError)
 {
     SaveViewPreference(QStringLiteral("PrefIBOListView"), QStringLiteral("x;1;2;3;4;5;6;7;8;9;10;11;12"));
     EXPECT_RUNTIME_ERROR(View(), 13);
 }
 
-TEST_F(FlatViewTest, EveryReadAndWriteUsesANewSettingsObject)
+TEST_P(FlatViewTest, EveryReadAndWriteUsesANewSettingsObject)
 {
     CountSettingObjects();
     View();
@@ -77,7 +77,7 @@ TEST_F(FlatViewTest, EveryReadAndWriteUsesANewSettingsObject)
     EXPECT_EQ(settingsCreated_, 3);
 }
 
-TEST_F(FlatViewTest, ReadingViewSourceSavesThePreferences)
+TEST_P(FlatViewTest, ReadingViewSourceSavesThePreferences)
 {
     View();
     Grid().setColWidth(0, 777);
@@ -85,7 +85,7 @@ TEST_F(FlatViewTest, ReadingViewSourceSavesThePreferences)
     EXPECT_TRUE(detail::GetViewPreference(QStringLiteral("PrefIBOListView")).contains(QStringLiteral(";777;")));
 }
 
-TEST_F(FlatViewTest, PreferencesAreSavedWhenTheViewIsDestroyed)
+TEST_P(FlatViewTest, PreferencesAreSavedWhenTheViewIsDestroyed)
 {
     View();
     Grid().setColWidth(11, 2222);
@@ -95,7 +95,7 @@ TEST_F(FlatViewTest, PreferencesAreSavedWhenTheViewIsDestroyed)
     EXPECT_TRUE(trace_->lines.contains(QStringLiteral("ENTER BrevView.FlatView::CleanupDataAcess")));
 }
 
-TEST_F(FlatViewTest, InitialisationRunsItsStepsInOrder)
+TEST_P(FlatViewTest, InitialisationRunsItsStepsInOrder)
 {
     View();
     QStringList enters;
@@ -109,7 +109,7 @@ TEST_F(FlatViewTest, InitialisationRunsItsStepsInOrder)
                                    QStringLiteral("BrevView.FlatView::PresetColumnWidths")}));
 }
 
-TEST_F(FlatViewTest, ColumnsHeadersAndSettings)
+TEST_P(FlatViewTest, ColumnsHeadersAndSettings)
 {
     grid::FlexGrid& g = Grid();
     QStringList headers;

@@ -18,7 +18,7 @@ QList<int> Ids(data::Recordset& rs, int field = 0)
     return ids;
 }
 
-TEST_F(DataTest, SnapshotNavigation)
+TEST_P(DataTest, SnapshotNavigation)
 {
     auto rs = db_->OpenRecordset(QStringLiteral("SELECT IboID, IboNumber FROM IboMain ORDER BY IboID"), dbOpenSnapshot);
     EXPECT_FALSE(rs->Bof());
@@ -44,7 +44,7 @@ void CountingKey(sqlite3_context* ctx, int, sqlite3_value** argv)
     sqlite3_result_value(ctx, argv[0]);
 }
 
-TEST_F(DataTest, SnapshotGoingToItsLastRecordFromTheFirstRunsTheStatementOnceCountedByAnSQLiteFunction)
+TEST_P(DataTest, SnapshotGoingToItsLastRecordFromTheFirstRunsTheStatementOnceCountedByAnSQLiteFunction)
 {
     int calls = 0;
     sqlite3_create_function(static_cast<data::SqliteConnection&>(*db_->connection()).handle(), "counting_key", 1, SQLITE_UTF8, &calls, CountingKey, nullptr, nullptr);
@@ -67,7 +67,7 @@ TEST_F(DataTest, SnapshotGoingToItsLastRecordFromTheFirstRunsTheStatementOnceCou
     EXPECT_EQ(calls, 10);
 }
 
-TEST_F(DataTest, EmptyRecordsetIsAtBothEnds)
+TEST_P(DataTest, EmptyRecordsetIsAtBothEnds)
 {
     auto rs = db_->OpenRecordset(QStringLiteral("SELECT IboID FROM IboMain WHERE IboID > 99"), dbOpenSnapshot);
     EXPECT_TRUE(rs->Bof());
@@ -75,7 +75,7 @@ TEST_F(DataTest, EmptyRecordsetIsAtBothEnds)
     EXPECT_RUNTIME_ERROR(rs->MoveFirst(), 3021);
 }
 
-TEST_F(DataTest, FieldsByPositionAndNameWithTypes)
+TEST_P(DataTest, FieldsByPositionAndNameWithTypes)
 {
     auto rs = db_->OpenRecordset(QStringLiteral("SELECT IboID, DateWWIH, ConLastName, IboValueNumeric, RecStatusArchive FROM IboMain WHERE IboID = 5"),
                                  dbOpenSnapshot);
@@ -91,7 +91,7 @@ TEST_F(DataTest, FieldsByPositionAndNameWithTypes)
     EXPECT_RUNTIME_ERROR(rs->Field(QStringLiteral("Nope")), 3265);
 }
 
-TEST_F(DataTest, FilterThenOpenRecordsetNarrowsTheNewRecordsetOnly)
+TEST_P(DataTest, FilterThenOpenRecordsetNarrowsTheNewRecordsetOnly)
 {
     auto rs = db_->OpenRecordset(QStringLiteral("SELECT IboID, DescriptorStatus FROM IboMain ORDER BY DateWWIH;"), dbOpenSnapshot);
     rs->SetFilter(QStringLiteral("(DescriptorStatus=1) OR (DescriptorStatus=4)"));
@@ -103,7 +103,7 @@ TEST_F(DataTest, FilterThenOpenRecordsetNarrowsTheNewRecordsetOnly)
     EXPECT_EQ(Ids(*rs), (QList<int>{5, 4, 2, 3, 1}));
 }
 
-TEST_F(DataTest, SortThenOpenRecordsetOrdersAndFiltersStack)
+TEST_P(DataTest, SortThenOpenRecordsetOrdersAndFiltersStack)
 {
     auto rs = db_->OpenRecordset(QStringLiteral("SELECT IboID, IboValueNumeric FROM IboMain"), dbOpenSnapshot);
     rs->SetSort(QStringLiteral("IboMain.IboValueNumeric DESC"));
@@ -113,7 +113,7 @@ TEST_F(DataTest, SortThenOpenRecordsetOrdersAndFiltersStack)
     EXPECT_EQ(Ids(*both), (QList<int>{3, 2, 1}));
 }
 
-TEST_F(DataTest, SnapshotOfAFilteredAndSortedDynasetKeepsFilterAndOrder)
+TEST_P(DataTest, SnapshotOfAFilteredAndSortedDynasetKeepsFilterAndOrder)
 {
     auto dyn = db_->OpenRecordset(QStringLiteral("SELECT IboID, IboValueNumeric FROM IboMain"), dbOpenDynaset);
     dyn->SetSort(QStringLiteral("IboValueNumeric DESC"));
@@ -132,7 +132,7 @@ TEST_F(DataTest, SnapshotOfAFilteredAndSortedDynasetKeepsFilterAndOrder)
     EXPECT_EQ(snap->Field(0).longValue(), 2);
 }
 
-TEST_F(DataTest, DynasetEditAndUpdateWriteTheTable)
+TEST_P(DataTest, DynasetEditAndUpdateWriteTheTable)
 {
     auto rs = db_->OpenRecordset(QStringLiteral("SELECT IboID, DateWWIH, DateWonLostCancel, DescriptorStatus FROM IboMain WHERE DescriptorStatus = 2"),
                                  dbOpenDynaset);
@@ -146,7 +146,7 @@ TEST_F(DataTest, DynasetEditAndUpdateWriteTheTable)
     EXPECT_EQ(QueryText(path_, QStringLiteral("SELECT count(*) FROM IboMain WHERE DateWWIH = '2024-04-01 00:00:00'")), QStringLiteral("1"));
 }
 
-TEST_F(DataTest, UpdateWithoutEditAndEditOfSnapshotFail)
+TEST_P(DataTest, UpdateWithoutEditAndEditOfSnapshotFail)
 {
     auto dyn = db_->OpenRecordset(QStringLiteral("SELECT IboID FROM IboMain"), dbOpenDynaset);
     EXPECT_RUNTIME_ERROR(dyn->Update(), 3020);
@@ -155,7 +155,7 @@ TEST_F(DataTest, UpdateWithoutEditAndEditOfSnapshotFail)
     EXPECT_RUNTIME_ERROR(snap->Edit(), 3027);
 }
 
-TEST_F(DataTest, ForwardOnlyReadsOnceWithoutGoingBack)
+TEST_P(DataTest, ForwardOnlyReadsOnceWithoutGoingBack)
 {
     auto rs = db_->OpenRecordset(QStringLiteral("SELECT IboID FROM IboMain ORDER BY IboID"), dbOpenForwardOnly);
     rs->MoveFirst();  // allowed before moving
@@ -164,7 +164,7 @@ TEST_F(DataTest, ForwardOnlyReadsOnceWithoutGoingBack)
     EXPECT_RUNTIME_ERROR(rs->MoveLast(), 3251);
 }
 
-TEST_F(DataTest, QueryParametersByName)
+TEST_P(DataTest, QueryParametersByName)
 {
     auto q = db_->CreateQueryDef(QStringLiteral("ByPriority"),
                                  QStringLiteral("SELECT IboID FROM IboMain WHERE DescriptorPriority = @Priority ORDER BY IboID;"));
@@ -179,7 +179,7 @@ TEST_F(DataTest, QueryParametersByName)
     EXPECT_EQ(Ids(*rs), (QList<int>{5}));
 }
 
-TEST_F(DataTest, ClosedRecordsetRefusesAccess)
+TEST_P(DataTest, ClosedRecordsetRefusesAccess)
 {
     auto rs = db_->OpenRecordset(QStringLiteral("SELECT IboID FROM IboMain"), dbOpenSnapshot);
     rs->Close();
@@ -187,7 +187,7 @@ TEST_F(DataTest, ClosedRecordsetRefusesAccess)
     EXPECT_RUNTIME_ERROR(rs->Eof(), 3420);
 }
 
-TEST_F(DataTest, RecordsetOutlivesItsClosedDatabase)
+TEST_P(DataTest, RecordsetOutlivesItsClosedDatabase)
 {
     auto rs = db_->OpenRecordset(QStringLiteral("SELECT IboID FROM IboMain ORDER BY IboID"), dbOpenSnapshot);
     db_->Close();
@@ -195,7 +195,7 @@ TEST_F(DataTest, RecordsetOutlivesItsClosedDatabase)
     EXPECT_RUNTIME_ERROR(db_->OpenRecordset(QStringLiteral("SELECT 1")), 3420);
 }
 
-TEST_F(DataTest, ARecordsetWhoseFirstReadFailsIsAtItsEndWithNoCurrentRecord)
+TEST_P(DataTest, ARecordsetWhoseFirstReadFailsIsAtItsEndWithNoCurrentRecord)
 {
     // Prepares, then fails on its first row.
     const QString failing = OnPostgreSQL() ? QStringLiteral("SELECT 1 / (IboID - IboID) AS x FROM IboMain")
@@ -207,7 +207,7 @@ TEST_F(DataTest, ARecordsetWhoseFirstReadFailsIsAtItsEndWithNoCurrentRecord)
     EXPECT_RUNTIME_ERROR(rs->Field(0), 3021);
 }
 
-TEST_F(DataTest, AnSQLiteColumnWhoseNameHoldsADoubleQuoteIsWrittenByUpdate)
+TEST_P(DataTest, AnSQLiteColumnWhoseNameHoldsADoubleQuoteIsWrittenByUpdate)
 {
     if (OnPostgreSQL())
         GTEST_SKIP() << "SQLite's quoted names";

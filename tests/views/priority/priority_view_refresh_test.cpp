@@ -6,7 +6,7 @@
 namespace BrevView::test {
 namespace {
 
-TEST_F(PriorityViewTest, EmptyDatabaseGivesSevenRowsAllNodesCollapsed)
+TEST_P(PriorityViewTest, EmptyDatabaseGivesSevenRowsAllNodesCollapsed)
 {
     View().Refresh();
     grid::FlexGrid& g = Grid();
@@ -25,7 +25,7 @@ TEST_F(PriorityViewTest, EmptyDatabaseGivesSevenRowsAllNodesCollapsed)
     }
 }
 
-TEST_F(PriorityViewTest, NodeColoursBoldAndBackgrounds)
+TEST_P(PriorityViewTest, NodeColoursBoldAndBackgrounds)
 {
     Add(Ibo::Open(1, Day(-3)));
     Add(Ibo::Open(2, Day(5)));
@@ -48,7 +48,7 @@ TEST_F(PriorityViewTest, NodeColoursBoldAndBackgrounds)
     EXPECT_EQ(g.Cell(grid::flexcpForeColor, first, 11).toInt(), 0x008000);
 }
 
-TEST_F(PriorityViewTest, ClosingTodayIsInItsPriorityGroupAndYesterdayIsOverdue)
+TEST_P(PriorityViewTest, ClosingTodayIsInItsPriorityGroupAndYesterdayIsOverdue)
 {
     Add(Ibo::Open(1, Day(0, QStringLiteral("17:45:00"))).Set(QStringLiteral("DescriptorPriority"), QStringLiteral("3")));
     Add(Ibo::Open(2, Day(-1)).Set(QStringLiteral("DescriptorPriority"), QStringLiteral("5")));
@@ -63,7 +63,7 @@ TEST_F(PriorityViewTest, ClosingTodayIsInItsPriorityGroupAndYesterdayIsOverdue)
     EXPECT_EQ(Grid().TextMatrix(NodeRow(0), 10), QStringLiteral("1"));
 }
 
-TEST_F(PriorityViewTest, IboRowCells)
+TEST_P(PriorityViewTest, IboRowCells)
 {
     Add(Ibo::Open(8, Day(10))
             .Set(QStringLiteral("DescriptorUwih"), QStringLiteral("2"))
@@ -94,7 +94,7 @@ TEST_F(PriorityViewTest, IboRowCells)
     EXPECT_EQ(g.TextMatrix(NodeRow(1), 11), QStringLiteral("2500.25"));
 }
 
-TEST_F(PriorityViewTest, WeeksToCloseTexts)
+TEST_P(PriorityViewTest, WeeksToCloseTexts)
 {
     Add(Ibo::Open(1, Day(2)));
     Add(Ibo::Open(2, Day(10)));
@@ -109,7 +109,7 @@ TEST_F(PriorityViewTest, WeeksToCloseTexts)
     EXPECT_EQ(Grid().TextMatrix(RowOf(5), 2), QStringLiteral("1"));
 }
 
-TEST_F(PriorityViewTest, RowsSharingAClosingDateAndTheRowsAfterThemEachShowTheirOwnDayAndWeeks)
+TEST_P(PriorityViewTest, RowsSharingAClosingDateAndTheRowsAfterThemEachShowTheirOwnDayAndWeeks)
 {
     Add(Ibo::Open(1, Day(2)));
     Add(Ibo::Open(2, Day(2)));
@@ -132,7 +132,7 @@ TEST_F(PriorityViewTest, RowsSharingAClosingDateAndTheRowsAfterThemEachShowTheir
     EXPECT_EQ(RowOf(4), RowOf(3) + 1);
 }
 
-TEST_F(PriorityViewTest, OutOfRangeDescriptorShowsErrAndTheFirstProbability)
+TEST_P(PriorityViewTest, OutOfRangeDescriptorShowsErrAndTheFirstProbability)
 {
     Add(Ibo::Open(1, Day(6)).Set(QStringLiteral("DescriptorUwih"), QStringLiteral("7")).Set(QStringLiteral("DescriptorUwwgi"), QStringLiteral("2")));
     View().Refresh();
@@ -140,7 +140,7 @@ TEST_F(PriorityViewTest, OutOfRangeDescriptorShowsErrAndTheFirstProbability)
     EXPECT_EQ(Grid().TextMatrix(RowOf(1), 9), QStringLiteral("10"));
 }
 
-TEST_F(PriorityViewTest, OverflowingGroupShowsAsterisksAndStillWritesItsRows)
+TEST_P(PriorityViewTest, OverflowingGroupShowsAsterisksAndStillWritesItsRows)
 {
     Add(Ibo::Open(1, Day(6)).Set(QStringLiteral("IboValueNumeric"), QStringLiteral("900000000000000")));
     Add(Ibo::Open(2, Day(7)).Set(QStringLiteral("IboValueNumeric"), QStringLiteral("900000000000000")));
@@ -151,7 +151,7 @@ TEST_F(PriorityViewTest, OverflowingGroupShowsAsterisksAndStillWritesItsRows)
     EXPECT_GT(RowOf(3), 0);
 }
 
-TEST_F(PriorityViewTest, OverdueOrderIsPriorityThenDate)
+TEST_P(PriorityViewTest, OverdueOrderIsPriorityThenDate)
 {
     Add(Ibo::Open(1, Day(-2)).Set(QStringLiteral("DescriptorPriority"), QStringLiteral("2")));
     Add(Ibo::Open(2, Day(-9)).Set(QStringLiteral("DescriptorPriority"), QStringLiteral("2")));
@@ -162,7 +162,7 @@ TEST_F(PriorityViewTest, OverdueOrderIsPriorityThenDate)
     EXPECT_EQ(RowOf(1), 4);
 }
 
-TEST_F(PriorityViewTest, NullWhereAConversionIsRequiredFailsThroughTheErrorTail)
+TEST_P(PriorityViewTest, NullWhereAConversionIsRequiredFailsThroughTheErrorTail)
 {
     Add(Ibo::Open(1, Day(3)));
     Add(Ibo::Open(2, Day(4)).Set(QStringLiteral("IboValueNumeric"), QStringLiteral("NULL")));
@@ -176,7 +176,7 @@ TEST_F(PriorityViewTest, NullWhereAConversionIsRequiredFailsThroughTheErrorTail)
     EXPECT_TRUE(trace_->lines.contains(QStringLiteral("HANDLE 94")));
 }
 
-TEST_F(PriorityViewTest, StoredQueriesAreCreatedOnFirstUseAndUsedAsTheyStand)
+TEST_P(PriorityViewTest, StoredQueriesAreCreatedOnFirstUseAndUsedAsTheyStand)
 {
     ForgetStoredQueries(db_);
     View().Refresh();
@@ -192,7 +192,7 @@ TEST_F(PriorityViewTest, StoredQueriesAreCreatedOnFirstUseAndUsedAsTheyStand)
     EXPECT_GT(RowOf(2), 0);
 }
 
-TEST_F(PriorityViewTest, RefreshTraceShowsTheRefreshAndHeader)
+TEST_P(PriorityViewTest, RefreshTraceShowsTheRefreshAndHeader)
 {
     View();
     trace_->lines.clear();
@@ -204,7 +204,7 @@ TEST_F(PriorityViewTest, RefreshTraceShowsTheRefreshAndHeader)
 }
 
 }  // namespace
-TEST_F(PriorityViewTest, NormalizeDateIsUntracedAndReportsAFailureUnderItsOwnSourceWithTheZeroDate)
+TEST_P(PriorityViewTest, NormalizeDateIsUntracedAndReportsAFailureUnderItsOwnSourceWithTheZeroDate)
 {
     // It runs for every IBO row: no trace lines on its normal path.
     Private();  // the control made, with its own trace lines
@@ -216,5 +216,7 @@ TEST_F(PriorityViewTest, NormalizeDateIsUntracedAndReportsAFailureUnderItsOwnSou
     EXPECT_EQ(trace_->lines, QStringList{QStringLiteral("HANDLE 6")});
     EXPECT_EQ(automation::Err().source, QStringLiteral("BrevView.PriorityView::NormalizeDate"));
 }
+
+BREV_ON_BOTH_ENGINES(PriorityViewTest);
 
 }  // namespace BrevView::test

@@ -5,7 +5,7 @@
 namespace BrevView::test {
 namespace {
 
-TEST_F(ForecastViewTest, StartUpShowsTheTwoSummaryRowsAndAnEmptyThirdRow)
+TEST_P(ForecastViewTest, StartUpShowsTheTwoSummaryRowsAndAnEmptyThirdRow)
 {
     grid::FlexGrid& g = Grid();
     ASSERT_EQ(g.Rows(), 4);
@@ -28,7 +28,7 @@ TEST_F(ForecastViewTest, StartUpShowsTheTwoSummaryRowsAndAnEmptyThirdRow)
         EXPECT_TRUE(g.ColHidden(c));
 }
 
-TEST_F(ForecastViewTest, NoIboGivesNoMonthRow)
+TEST_P(ForecastViewTest, NoIboGivesNoMonthRow)
 {
     View().Refresh();
     EXPECT_TRUE(MonthKeys().isEmpty());
@@ -37,7 +37,7 @@ TEST_F(ForecastViewTest, NoIboGivesNoMonthRow)
     EXPECT_EQ(Grid().TextMatrix(2, 10), QStringLiteral("0"));
 }
 
-TEST_F(ForecastViewTest, AnOpenIboDatedYesterdayIsOnlyUnderTheOverdueRow)
+TEST_P(ForecastViewTest, AnOpenIboDatedYesterdayIsOnlyUnderTheOverdueRow)
 {
     Add(Ibo::Open(1, QStringLiteral("2024-05-09 00:00:00")));
     Add(Ibo::Open(2, QStringLiteral("2024-05-10 00:00:00")));
@@ -52,7 +52,7 @@ TEST_F(ForecastViewTest, AnOpenIboDatedYesterdayIsOnlyUnderTheOverdueRow)
     EXPECT_EQ(g.GetNodeRow(Node(QStringLiteral("N202405")), grid::FlexGrid::flexNTParent), Node(QStringLiteral("N1")));
 }
 
-TEST_F(ForecastViewTest, MonthRowContentAndFormat)
+TEST_P(ForecastViewTest, MonthRowContentAndFormat)
 {
     Add(Ibo::Open(1, QStringLiteral("2024-06-15 00:00:00")).Set(QStringLiteral("DescriptorUwih"), QStringLiteral("2")).Set(QStringLiteral("DescriptorUwwgi"), QStringLiteral("1")));
     Add(Ibo::Open(2, QStringLiteral("2024-06-20 00:00:00")).Set(QStringLiteral("IboValueNumeric"), QStringLiteral("500")));
@@ -87,7 +87,7 @@ TEST_F(ForecastViewTest, MonthRowContentAndFormat)
     EXPECT_EQ(g.TextMatrix(fc, 12), QStringLiteral("800"));
 }
 
-TEST_F(ForecastViewTest, ModeSwitchRewritesValuesWithoutReadingTheDatabase)
+TEST_P(ForecastViewTest, ModeSwitchRewritesValuesWithoutReadingTheDatabase)
 {
     Add(Ibo::Open(1, QStringLiteral("2024-06-15 00:00:00")).Set(QStringLiteral("DescriptorUwih"), QStringLiteral("2")).Set(QStringLiteral("DescriptorUwwgi"), QStringLiteral("1")));
     View().Refresh();
@@ -101,7 +101,7 @@ TEST_F(ForecastViewTest, ModeSwitchRewritesValuesWithoutReadingTheDatabase)
     EXPECT_TRUE(detail::GetViewPreference(QStringLiteral("PrefForecastView")).startsWith(QStringLiteral("1;0;0;")));
 }
 
-TEST_F(ForecastViewTest, ModeSwitchUsesTheWonColumnsWhenWonIbosAreShown)
+TEST_P(ForecastViewTest, ModeSwitchUsesTheWonColumnsWhenWonIbosAreShown)
 {
     View();
     Grid().setRows(3);
@@ -123,7 +123,7 @@ TEST_F(ForecastViewTest, ModeSwitchUsesTheWonColumnsWhenWonIbosAreShown)
     EXPECT_EQ(Grid().TextMatrix(2, 10), QStringLiteral("140"));
 }
 
-TEST_F(ForecastViewTest, ACellThatDoesNotConvertStopsTheUpdateAtItsRow)
+TEST_P(ForecastViewTest, ACellThatDoesNotConvertStopsTheUpdateAtItsRow)
 {
     View();
     Grid().setRows(4);
@@ -138,7 +138,7 @@ TEST_F(ForecastViewTest, ACellThatDoesNotConvertStopsTheUpdateAtItsRow)
     EXPECT_TRUE(trace_->lines.contains(QStringLiteral("ENTER BrevView.ForecastView::UpdateForecastValues")));
 }
 
-TEST_F(ForecastViewTest, ModeBeforeTheFirstRefreshChangesNothingOnScreenButIsSaved)
+TEST_P(ForecastViewTest, ModeBeforeTheFirstRefreshChangesNothingOnScreenButIsSaved)
 {
     View();
     View().setForecastMode(eWeightedForecast);
@@ -146,7 +146,7 @@ TEST_F(ForecastViewTest, ModeBeforeTheFirstRefreshChangesNothingOnScreenButIsSav
     EXPECT_TRUE(detail::GetViewPreference(QStringLiteral("PrefForecastView")).startsWith(QStringLiteral("1;")));
 }
 
-TEST_F(ForecastViewTest, ShowWonSettingsWaitForTheNextRefresh)
+TEST_P(ForecastViewTest, ShowWonSettingsWaitForTheNextRefresh)
 {
     Add(Won(1, QStringLiteral("2024-05-02 00:00:00")));
     Add(Ibo::Open(2, QStringLiteral("2024-05-20 00:00:00")));
@@ -165,7 +165,7 @@ TEST_F(ForecastViewTest, ShowWonSettingsWaitForTheNextRefresh)
     EXPECT_EQ(View().ShowWonDateRange(), -1);
 }
 
-TEST_F(ForecastViewTest, WonIboIsListedBeforeAnOpenHighHighOneWithItsOwnBackground)
+TEST_P(ForecastViewTest, WonIboIsListedBeforeAnOpenHighHighOneWithItsOwnBackground)
 {
     Add(Ibo::Open(1, QStringLiteral("2024-05-20 00:00:00")).Set(QStringLiteral("DescriptorUwih"), QStringLiteral("2")).Set(QStringLiteral("DescriptorUwwgi"), QStringLiteral("2")));
     Add(Won(2, QStringLiteral("2024-05-03 00:00:00")));
@@ -182,7 +182,7 @@ TEST_F(ForecastViewTest, WonIboIsListedBeforeAnOpenHighHighOneWithItsOwnBackgrou
     EXPECT_EQ(Grid().TextMatrix(RowOf(2), 14), QStringLiteral("1000"));
 }
 
-TEST_F(ForecastViewTest, RangeZeroListsEveryMonthSinceAWonIboOf1990)
+TEST_P(ForecastViewTest, RangeZeroListsEveryMonthSinceAWonIboOf1990)
 {
     Add(Won(1, QStringLiteral("1990-02-14 00:00:00")));
     Add(Ibo::Open(2, QStringLiteral("2024-07-01 00:00:00")));
@@ -197,7 +197,7 @@ TEST_F(ForecastViewTest, RangeZeroListsEveryMonthSinceAWonIboOf1990)
     EXPECT_EQ(Grid().GetNodeRow(RowOf(1), grid::FlexGrid::flexNTParent), Node(QStringLiteral("N199002")));
 }
 
-TEST_F(ForecastViewTest, WonRangeTwoOnTenMayStartsInMarch)
+TEST_P(ForecastViewTest, WonRangeTwoOnTenMayStartsInMarch)
 {
     Add(Ibo::Open(1, QStringLiteral("2024-06-15 00:00:00")));
     View().setShowWonIBOs(true);
@@ -206,7 +206,7 @@ TEST_F(ForecastViewTest, WonRangeTwoOnTenMayStartsInMarch)
     EXPECT_EQ(MonthKeys(), (QStringList{"202403", "202404", "202405", "202406"}));
 }
 
-TEST_F(ForecastViewTest, SpanOverAYearEnd)
+TEST_P(ForecastViewTest, SpanOverAYearEnd)
 {
     PinToday(2024, 11, 1);
     Add(Ibo::Open(1, QStringLiteral("2024-11-20 00:00:00")));
@@ -218,7 +218,7 @@ TEST_F(ForecastViewTest, SpanOverAYearEnd)
     EXPECT_EQ(Grid().TextMatrix(Node(QStringLiteral("N202501")), 10), QStringLiteral("0"));
 }
 
-TEST_F(ForecastViewTest, WonDatesAreWrittenToTheTable)
+TEST_P(ForecastViewTest, WonDatesAreWrittenToTheTable)
 {
     Add(Won(1, QStringLiteral("2024-04-03 00:00:00")));
     Add(Won(2, QStringLiteral("2024-04-09 00:00:00")));
@@ -227,7 +227,7 @@ TEST_F(ForecastViewTest, WonDatesAreWrittenToTheTable)
               QStringLiteral("2024-04-03 00:00:00\n2024-04-09 00:00:00"));
 }
 
-TEST_F(ForecastViewTest, WonDateWritesAreAllOrNothing)
+TEST_P(ForecastViewTest, WonDateWritesAreAllOrNothing)
 {
     Add(Won(1, QStringLiteral("2024-04-03 00:00:00")));
     Add(Won(2, QStringLiteral("2024-04-04 00:00:00")));
@@ -252,7 +252,7 @@ TEST_F(ForecastViewTest, WonDateWritesAreAllOrNothing)
     EXPECT_EQ(QueryText(db_, QStringLiteral("SELECT count(*) FROM IboMain WHERE DateWWIH = '2030-01-01 00:00:00'")), QStringLiteral("0"));
 }
 
-TEST_F(ForecastViewTest, AWonIboThatAlreadyHoldsItsWonDateIsNotWrittenAgain)
+TEST_P(ForecastViewTest, AWonIboThatAlreadyHoldsItsWonDateIsNotWrittenAgain)
 {
     // IBO 1 already holds its won date, IBO 2 does not. Any write to IBO 1 fails, so the
     // refresh succeeds only if it leaves that row alone.
@@ -280,7 +280,7 @@ TEST_F(ForecastViewTest, AWonIboThatAlreadyHoldsItsWonDateIsNotWrittenAgain)
     EXPECT_GT(Grid().GetNode(QStringLiteral("N202404")), 0);
 }
 
-TEST_F(ForecastViewTest, AWonIboWithoutAWonDateIsLeftAsItIsAndReportedWhileTheOthersAreWritten)
+TEST_P(ForecastViewTest, AWonIboWithoutAWonDateIsLeftAsItIsAndReportedWhileTheOthersAreWritten)
 {
     Add(Won(1, QStringLiteral("2024-04-03 00:00:00")));
     Add(Won(2, QStringLiteral("x")).Set(QStringLiteral("DateWonLostCancel"), QStringLiteral("NULL")));
@@ -302,7 +302,7 @@ TEST_F(ForecastViewTest, AWonIboWithoutAWonDateIsLeftAsItIsAndReportedWhileTheOt
     EXPECT_GT(RowOf(3), 0);
 }
 
-TEST_F(ForecastViewTest, AbsurdDateIsANumberedErrorAndTheNextRefreshWorks)
+TEST_P(ForecastViewTest, AbsurdDateIsANumberedErrorAndTheNextRefreshWorks)
 {
     Add(Ibo::Open(1, QStringLiteral("0001-01-01 00:00:00")));
     EXPECT_RUNTIME_ERROR(View().Refresh(), 13);
@@ -311,7 +311,7 @@ TEST_F(ForecastViewTest, AbsurdDateIsANumberedErrorAndTheNextRefreshWorks)
     EXPECT_EQ(MonthKeys(), (QStringList{"202405", "202406", "202407", "202408"}).mid(3));
 }
 
-TEST_F(ForecastViewTest, OverflowingMonthShowsTheMarker)
+TEST_P(ForecastViewTest, OverflowingMonthShowsTheMarker)
 {
     Add(Ibo::Open(1, QStringLiteral("2024-06-01 00:00:00")).Set(QStringLiteral("IboValueNumeric"), QStringLiteral("900000000000000")));
     Add(Ibo::Open(2, QStringLiteral("2024-06-02 00:00:00")).Set(QStringLiteral("IboValueNumeric"), QStringLiteral("900000000000000")));
@@ -322,7 +322,7 @@ TEST_F(ForecastViewTest, OverflowingMonthShowsTheMarker)
     EXPECT_EQ(Grid().TextMatrix(Node(QStringLiteral("N1")), 10), QStringLiteral("**********"));
 }
 
-TEST_F(ForecastViewTest, NodesStartClosedAndReopenAfterARefresh)
+TEST_P(ForecastViewTest, NodesStartClosedAndReopenAfterARefresh)
 {
     Add(Ibo::Open(1, QStringLiteral("2024-06-15 00:00:00")));
     View().Refresh();
@@ -334,7 +334,7 @@ TEST_F(ForecastViewTest, NodesStartClosedAndReopenAfterARefresh)
     EXPECT_TRUE(Grid().RowIsVisible(RowOf(1)));
 }
 
-TEST_F(ForecastViewTest, GotoIboOpensEveryAncestor)
+TEST_P(ForecastViewTest, GotoIboOpensEveryAncestor)
 {
     Add(Ibo::Open(1, QStringLiteral("2024-06-15 00:00:00")));
     View().Refresh();
@@ -345,7 +345,7 @@ TEST_F(ForecastViewTest, GotoIboOpensEveryAncestor)
 }
 
 }  // namespace
-TEST_F(ForecastViewTest, NormalizeDateIsUntracedAndReportsAFailureUnderItsOwnSourceWithTheZeroDate)
+TEST_P(ForecastViewTest, NormalizeDateIsUntracedAndReportsAFailureUnderItsOwnSourceWithTheZeroDate)
 {
     // It runs for every IBO row: no trace lines on its normal path.
     Private();  // the control made, with its own trace lines
@@ -357,5 +357,7 @@ TEST_F(ForecastViewTest, NormalizeDateIsUntracedAndReportsAFailureUnderItsOwnSou
     EXPECT_EQ(trace_->lines, QStringList{QStringLiteral("HANDLE 6")});
     EXPECT_EQ(automation::Err().source, QStringLiteral("BrevView.ForecastView::NormalizeDate"));
 }
+
+BREV_ON_BOTH_ENGINES(ForecastViewTest);
 
 }  // namespace BrevView::test

@@ -7,7 +7,7 @@
 namespace BrevView::test {
 namespace {
 
-TEST_F(PriorityViewTest, SetupViewForPrintUsesHelveticaAndRestoreGivesTheScreenBack)
+TEST_P(PriorityViewTest, SetupViewForPrintUsesHelveticaAndRestoreGivesTheScreenBack)
 {
     Add(Ibo::Open(1, Day(4)));
     View().Refresh();
@@ -23,7 +23,7 @@ TEST_F(PriorityViewTest, SetupViewForPrintUsesHelveticaAndRestoreGivesTheScreenB
     EXPECT_TRUE(trace_->lines.contains(QStringLiteral("EXIT BrevView.PriorityView::SetupViewForPrint")));
 }
 
-TEST_F(PriorityViewTest, PrintViewPrintsTheNodesAndTheBars)
+TEST_P(PriorityViewTest, PrintViewPrintsTheNodesAndTheBars)
 {
     Add(Ibo::Open(1, Day(4)));
     View().Refresh();
