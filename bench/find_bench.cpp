@@ -15,7 +15,7 @@
 #include <brevview/brevview.h>
 
 #include "incremental_find.h"
-#include "sample_generator.h"
+#include "sample_process.h"
 
 int main(int argc, char** argv)
 {
@@ -37,10 +37,7 @@ int main(int argc, char** argv)
     const QString dir = parser.isSet(dirOption) ? parser.value(dirOption) : tmp.path();
     const QString file = dir + QStringLiteral("/find_%1.db").arg(ibos);
     if (!QFile::exists(file)) {
-        BrevView::sample::Options options;
-        options.count = ibos;
-        options.archivePercent = 0;
-        const QString error = BrevView::sample::Generate(file, options);
+        const QString error = BrevView::sample::GenerateWithProgram(file, ibos, 0);
         if (!error.isEmpty()) {
             std::fprintf(stderr, "find_bench: %s\n", qPrintable(error));
             return 2;

@@ -26,5 +26,7 @@ function(brevview_add_layer target folder)
   target_link_libraries(${target} PUBLIC brevview_public_headers ${LAYER_DEPENDS} PRIVATE ${LAYER_LIBS})
   target_compile_options(${target} PRIVATE ${BREVVIEW_WARNINGS})
   target_compile_definitions(${target} PRIVATE BREVVIEW_LIBRARY)
-  set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON)
+  # Only what include/brevview/ marks BREVVIEW_EXPORT leaves the shared library.
+  set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON
+    CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
 endfunction()

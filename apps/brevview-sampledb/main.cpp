@@ -1,5 +1,6 @@
 // brevview-sampledb: writes a sample database of IBOs.
-// Usage: brevview-sampledb [--count N] [--seed S] [--today yyyy-MM-dd] [--replace] FILE|postgresql://...
+// Usage: brevview-sampledb [--count N] [--seed S] [--today yyyy-MM-dd] [--archive-percent P] [--replace]
+//                          FILE|postgresql://...
 
 #include <cstdio>
 
@@ -32,6 +33,10 @@ int main(int argc, char** argv)
                                    QStringLiteral("yyyy-MM-dd"));
     const QCommandLineOption replace(QStringLiteral("replace"),
                                      QStringLiteral("On a PostgreSQL server: empty IboMain and IboArchive when they already hold IBOs."));
+    const QCommandLineOption archive(QStringLiteral("archive-percent"),
+                                     QStringLiteral("Extra rows in IboArchive, as a share of the count (default %1).").arg(options.archivePercent),
+                                     QStringLiteral("P"));
+    parser.addOption(archive);
     parser.addOption(count);
     parser.addOption(replace);
     parser.addOption(seed);
@@ -42,6 +47,8 @@ int main(int argc, char** argv)
     bool ok = true;
     if (parser.isSet(count))
         options.count = parser.value(count).toInt(&ok);
+    if (ok && parser.isSet(archive))
+        options.archivePercent = parser.value(archive).toInt(&ok);
     if (ok && parser.isSet(seed))
         options.seed = parser.value(seed).toUInt(&ok);
     if (ok && parser.isSet(today)) {
@@ -50,7 +57,7 @@ int main(int argc, char** argv)
     }
     options.replace = parser.isSet(replace);
     const QStringList files = parser.positionalArguments();
-    if (!ok || files.size() != 1 || options.count < 0) {
+    if (!ok || files.size() != 1 || options.count < 0 || options.archivePercent < 0 || options.archivePercent > 100) {
         std::fprintf(stderr, "%s\n", qPrintable(parser.helpText()));
         return 2;
     }

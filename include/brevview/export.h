@@ -1,10 +1,7 @@
 #pragma once
 /// \file export.h
-/// \brief Symbol visibility of the BrevView library.
+/// \brief Symbol visibility of the BrevView library: BREVVIEW_EXPORT marks what the shared
+/// library exports (everything else is hidden). The macros are generated for the compiler the
+/// library was built with (brevview_export.h).
 
-#if defined(BREVVIEW_LIBRARY)
-/// Marks a class or function the shared library exports.
-#define BREVVIEW_EXPORT __attribute__((visibility("default")))
-#else
-#define BREVVIEW_EXPORT
-#endif
+#include <brevview/brevview_export.h>

@@ -20,7 +20,7 @@
 #include <brevview/brevview.h>
 
 #include "refresh_loop.h"
-#include "sample_generator.h"
+#include "sample_process.h"
 
 namespace {
 
@@ -157,9 +157,7 @@ int main(int argc, char** argv)
     PQsetNoticeProcessor(admin, [](void*, const char*) {}, nullptr);
     PQclear(Exec(admin, QStringLiteral("CREATE SCHEMA %1").arg(schema).toUtf8()));
     const QString uri = serverUri + QStringLiteral("?options=-csearch_path%3D") + schema;
-    BrevView::sample::Options options;
-    options.count = kIbos;
-    const QString made = BrevView::sample::Generate(uri, options);
+    const QString made = BrevView::sample::GenerateWithProgram(uri, kIbos);
     if (!made.isEmpty()) {
         std::fprintf(stderr, "brevview-many-clients: %s\n", qPrintable(made));
         return 2;

@@ -17,7 +17,7 @@
 
 #include <brevview/brevview.h>
 
-#include "sample_generator.h"
+#include "sample_process.h"
 
 namespace {
 
@@ -57,9 +57,7 @@ int main(int argc, char** argv)
     QTemporaryDir dir;
     qputenv("XDG_CONFIG_HOME", dir.filePath(QStringLiteral("config")).toLocal8Bit());
     const QString db = dir.filePath(QStringLiteral("soak.db"));
-    BrevView::sample::Options options;
-    options.count = ibos;
-    if (!BrevView::sample::Generate(db, options).isEmpty())
+    if (!BrevView::sample::GenerateWithProgram(db, ibos).isEmpty())
         return 2;
     qputenv("BREV_DATABASE", db.toLocal8Bit());
     BrevView::FlatView flat;

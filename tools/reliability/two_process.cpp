@@ -19,7 +19,7 @@
 #include <brevview/brevview.h>
 
 #include "refresh_loop.h"
-#include "sample_generator.h"
+#include "sample_process.h"
 
 namespace {
 
@@ -97,9 +97,7 @@ int main(int argc, char** argv)
     QTemporaryDir dir;
     qputenv("XDG_CONFIG_HOME", dir.filePath(QStringLiteral("config")).toLocal8Bit());
     const QString db = dir.filePath(QStringLiteral("shared.db"));
-    BrevView::sample::Options options;
-    options.count = 2000;
-    if (!BrevView::sample::Generate(db, options).isEmpty())
+    if (!BrevView::sample::GenerateWithProgram(db, 2000).isEmpty())
         return 2;
     qputenv("BREV_DATABASE", db.toLocal8Bit());
     BrevView::FlatView flat;
