@@ -24,12 +24,13 @@ int main(int argc, char** argv)
     QTemporaryDir tmp;
     qputenv("XDG_CONFIG_HOME", tmp.filePath(QStringLiteral("config")).toLocal8Bit());
     QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral("Measures how long the demo's find holds up typing; exits 1 past 50 ms."));
+    parser.setApplicationDescription(
+        QStringLiteral("Measures how long the demo's find holds up typing; exits 1 past 50 ms."));
     parser.addHelpOption();
     const QCommandLineOption ibosOption(QStringLiteral("ibos"), QStringLiteral("IBOs in the list (default 1000000)."),
-                                       QStringLiteral("N"), QStringLiteral("1000000"));
-    const QCommandLineOption dirOption(QStringLiteral("dir"), QStringLiteral("Keep the sample database in DIR between runs."),
-                                       QStringLiteral("DIR"));
+                                        QStringLiteral("N"), QStringLiteral("1000000"));
+    const QCommandLineOption dirOption(
+        QStringLiteral("dir"), QStringLiteral("Keep the sample database in DIR between runs."), QStringLiteral("DIR"));
     parser.addOption(ibosOption);
     parser.addOption(dirOption);
     parser.process(app);
@@ -45,7 +46,8 @@ int main(int argc, char** argv)
     }
     qputenv("BREV_DATABASE", file.toLocal8Bit());
     BrevView::FlatView view;
-    view.setFilter(BrevView::eFilterShowOpen | BrevView::eFilterShowWon | BrevView::eFilterShowLost | BrevView::eFilterShowCancelled);
+    view.setFilter(BrevView::eFilterShowOpen | BrevView::eFilterShowWon | BrevView::eFilterShowLost |
+                   BrevView::eFilterShowCancelled);
     view.resize(1200, 800);
     view.Refresh();
     std::printf("find_bench: %d rows in the flat view\n", view.model()->rowCount());
@@ -72,7 +74,8 @@ int main(int argc, char** argv)
     qint64 longestStart = 0;
     QElapsedTimer all;
     all.start();
-    for (const QString& word : {QStringLiteral("Johnson"), QStringLiteral("Quartz"), lastNumber, QStringLiteral("zzqx")}) {
+    for (const QString& word :
+         {QStringLiteral("Johnson"), QStringLiteral("Quartz"), lastNumber, QStringLiteral("zzqx")}) {
         for (int n = 1; n <= word.size(); ++n) {
             QElapsedTimer t;
             t.start();
@@ -83,10 +86,12 @@ int main(int argc, char** argv)
         }
     }
     const qint64 longest = std::max({longestStart, finder.LongestSliceMs(), longestGoto});
-    std::printf("find_bench: %d keystrokes found, %d found nothing, %.1f s in all\n", found, missed, all.elapsed() / 1000.0);
-    std::printf("find_bench: longest hold on input %lld ms (keystroke %lld, slice %lld, go to the match %lld); goal <= 50 ms\n",
-                static_cast<long long>(longest), static_cast<long long>(longestStart), static_cast<long long>(finder.LongestSliceMs()),
-                static_cast<long long>(longestGoto));
+    std::printf("find_bench: %d keystrokes found, %d found nothing, %.1f s in all\n", found, missed,
+                all.elapsed() / 1000.0);
+    std::printf(
+        "find_bench: longest hold on input %lld ms (keystroke %lld, slice %lld, go to the match %lld); goal <= 50 ms\n",
+        static_cast<long long>(longest), static_cast<long long>(longestStart),
+        static_cast<long long>(finder.LongestSliceMs()), static_cast<long long>(longestGoto));
     if (missed == 0 || found == 0) {
         std::printf("find_bench: the words did not both find and miss\n");
         return 2;

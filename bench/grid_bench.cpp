@@ -55,11 +55,16 @@ size_t HeapInUse()
 QString CellText(int r, int c)
 {
     switch (c) {
-    case 0: return QStringLiteral("IBO-%1").arg(r);
-    case 1: return QStringLiteral("Open");
-    case 2: return QStringLiteral("3/%1/26").arg(r % 28 + 1);
-    case 10: return QString::number(r * 3.25);
-    default: return QStringLiteral("Text %1/%2").arg(c).arg(r % 1000);
+    case 0:
+        return QStringLiteral("IBO-%1").arg(r);
+    case 1:
+        return QStringLiteral("Open");
+    case 2:
+        return QStringLiteral("3/%1/26").arg(r % 28 + 1);
+    case 10:
+        return QString::number(r * 3.25);
+    default:
+        return QStringLiteral("Text %1/%2").arg(c).arg(r % 1000);
     }
 }
 
@@ -138,11 +143,13 @@ int main(int argc, char** argv)
         "Measures the outline grid against a QStandardItemModel and against itself at two sizes; exits 1 when a goal is missed."));
     parser.addHelpOption();
     parser.addVersionOption();
-    const QCommandLineOption rowsOption(QStringLiteral("rows"), QStringLiteral("Rows of the large grid (default 1000000, at least 1000)."),
+    const QCommandLineOption rowsOption(QStringLiteral("rows"),
+                                        QStringLiteral("Rows of the large grid (default 1000000, at least 1000)."),
                                         QStringLiteral("N"), QStringLiteral("1000000"));
     const QCommandLineOption runsOption(QStringLiteral("runs"), QStringLiteral("Runs of each measure (default 5)."),
                                         QStringLiteral("K"), QStringLiteral("5"));
-    const QCommandLineOption paintOnlyOption(QStringLiteral("paint-only"), QStringLiteral("Only the painting measure, for a profiler."));
+    const QCommandLineOption paintOnlyOption(QStringLiteral("paint-only"),
+                                             QStringLiteral("Only the painting measure, for a profiler."));
     parser.addOptions({rowsOption, runsOption, paintOnlyOption});
     parser.process(app);
     const int rows = std::max(1000, parser.value(rowsOption).toInt());
@@ -153,49 +160,51 @@ int main(int argc, char** argv)
     auto check = [&](const char* what, double value, double goal, bool atMost) {
         const bool pass = atMost ? value <= goal : value >= goal;
         ok = ok && pass;
-        std::printf("%-52s %10.3f  goal %s %6.3f  %s\n", what, value, atMost ? "<=" : ">=", goal, pass ? "ok" : "MISSED");
+        std::printf("%-52s %10.3f  goal %s %6.3f  %s\n", what, value, atMost ? "<=" : ">=", goal,
+                    pass ? "ok" : "MISSED");
     };
 
     // Fill and memory, each built once per run in a fresh object.
     std::vector<double> gridFill, modelFill;
     if (!paintOnly) {
-    size_t gridBytes = 0, modelBytes = 0;
-    for (int i = 0; i < std::min(runs, 3); ++i) {
-        {
-            const size_t before = HeapInUse();
-            FlexGrid g;
-            gridFill.push_back(Seconds([&] { FillGrid(g, rows, 0); }));
-            gridBytes = HeapInUse() - before;
+        size_t gridBytes = 0, modelBytes = 0;
+        for (int i = 0; i < std::min(runs, 3); ++i) {
+            {
+                const size_t before = HeapInUse();
+                FlexGrid g;
+                gridFill.push_back(Seconds([&] { FillGrid(g, rows, 0); }));
+                gridBytes = HeapInUse() - before;
+            }
+            {
+                const size_t before = HeapInUse();
+                QStandardItemModel m;
+                modelFill.push_back(Seconds([&] { FillModel(m, rows); }));
+                modelBytes = HeapInUse() - before;
+            }
         }
-        {
-            const size_t before = HeapInUse();
-            QStandardItemModel m;
-            modelFill.push_back(Seconds([&] { FillModel(m, rows); }));
-            modelBytes = HeapInUse() - before;
-        }
-    }
-    std::printf("rows %d x %d columns, median of %zu fills\n", rows, kCols, gridFill.size());
-    std::printf("%-52s %10.3f s\n", "grid fill", Median(gridFill));
-    std::printf("%-52s %10.3f s\n", "QStandardItemModel fill", Median(modelFill));
-    std::printf("%-52s %10.1f MiB\n", "grid memory", gridBytes / 1048576.0);
-    std::printf("%-52s %10.1f MiB\n", "QStandardItemModel memory", modelBytes / 1048576.0);
-    check("model fill / grid fill", Median(modelFill) / Median(gridFill), 3.0, false);
-    check("grid memory / model memory", double(gridBytes) / double(modelBytes), 1.0 / 3.0, true);
+        std::printf("rows %d x %d columns, median of %zu fills\n", rows, kCols, gridFill.size());
+        std::printf("%-52s %10.3f s\n", "grid fill", Median(gridFill));
+        std::printf("%-52s %10.3f s\n", "QStandardItemModel fill", Median(modelFill));
+        std::printf("%-52s %10.1f MiB\n", "grid memory", gridBytes / 1048576.0);
+        std::printf("%-52s %10.1f MiB\n", "QStandardItemModel memory", modelBytes / 1048576.0);
+        check("model fill / grid fill", Median(modelFill) / Median(gridFill), 3.0, false);
+        check("grid memory / model memory", double(gridBytes) / double(modelBytes), 1.0 / 3.0, true);
 
-    // Collapse and expand of every node: one node per 10 rows.
-    auto collapseTime = [&](int n) {
-        FlexGrid g;
-        FillGrid(g, n, 10);
-        std::vector<double> t;
-        for (int i = 0; i < runs; ++i) {
-            t.push_back(Seconds([&] { SetAll(g, FlexGrid::flexOutlineCollapsed); }) +
-                        Seconds([&] { SetAll(g, FlexGrid::flexOutlineExpanded); }));
-        }
-        return Median(t);
-    };
-    const double cSmall = collapseTime(small), cLarge = collapseTime(rows);
-    std::printf("%-52s %10.4f s (%d rows) %10.4f s (%d rows)\n", "collapse + expand all", cSmall, small, cLarge, rows);
-    check("collapse/expand time ratio (10x rows)", cLarge / cSmall, 12.0, true);
+        // Collapse and expand of every node: one node per 10 rows.
+        auto collapseTime = [&](int n) {
+            FlexGrid g;
+            FillGrid(g, n, 10);
+            std::vector<double> t;
+            for (int i = 0; i < runs; ++i) {
+                t.push_back(Seconds([&] { SetAll(g, FlexGrid::flexOutlineCollapsed); }) +
+                            Seconds([&] { SetAll(g, FlexGrid::flexOutlineExpanded); }));
+            }
+            return Median(t);
+        };
+        const double cSmall = collapseTime(small), cLarge = collapseTime(rows);
+        std::printf("%-52s %10.4f s (%d rows) %10.4f s (%d rows)\n", "collapse + expand all", cSmall, small, cLarge,
+                    rows);
+        check("collapse/expand time ratio (10x rows)", cLarge / cSmall, 12.0, true);
     }
 
     // Painting one viewport.
@@ -221,8 +230,9 @@ int main(int argc, char** argv)
     };
     many.setColDataType(10, BrevView::grid::flexDTCurrency);
     const double sAmount = sortSeconds(10), sText = sortSeconds(3), sUnique = sortSeconds(0);
-    std::printf("%-52s %10.4f s (amounts) %8.4f s (text) %8.4f s (all distinct), %d rows\n", "sort by a column", sAmount, sText,
-                sUnique, rows);
-    check("sort by the slowest column (s)", std::max({sAmount, sText, sUnique}), rows >= 1000000 ? 1.0 : 1.0 * rows / 1000000 + 0.2, true);
+    std::printf("%-52s %10.4f s (amounts) %8.4f s (text) %8.4f s (all distinct), %d rows\n", "sort by a column",
+                sAmount, sText, sUnique, rows);
+    check("sort by the slowest column (s)", std::max({sAmount, sText, sUnique}),
+          rows >= 1000000 ? 1.0 : 1.0 * rows / 1000000 + 0.2, true);
     return ok ? 0 : 1;
 }

@@ -9,8 +9,8 @@
 // Usage: views_bench [--short] [--runs K] [--sizes 10000,100000,1000000] [--dir DIR]
 //                    [--engine sqlite|postgresql]
 
-#include <malloc.h>
 #include <libpq-fe.h>
+#include <malloc.h>
 #include <sqlite3.h>
 
 #include <algorithm>
@@ -35,9 +35,9 @@
 
 #include <brevview/brevview.h>
 
+#include "sample_generator.h"
 #include "views/forecast/forecast_view_private.h"
 #include "views/priority/priority_view_private.h"
-#include "sample_generator.h"
 
 using Clock = std::chrono::steady_clock;
 
@@ -67,7 +67,8 @@ double MedianOf(int runs, const std::function<void()>& f)
 
 // A floor and a view measured in turns, run for run: a machine whose speed drifts while the
 // benchmark runs slows both alike, and the ratio of the two medians holds still.
-std::pair<double, double> MediansInTurns(int runs, const std::function<void()>& floor, const std::function<void()>& view)
+std::pair<double, double> MediansInTurns(int runs, const std::function<void()>& floor,
+                                         const std::function<void()>& view)
 {
     floor();  // warm-ups
     view();
@@ -182,10 +183,17 @@ std::function<void()> SqliteFloor(const QString& path, const char* view)
         "SELECT DateWWIH, ConFirstName, ConLastName, ConCompany, DescriptorUwwgi, DescriptorUwih, IboValueNumeric, IboValueDecimal, "
         "Product, DateQualified, IboID, DescriptorPriority, IboNumber, Note FROM IboMain WHERE DescriptorStatus = 1 AND "
         "RecStatusArchive = 0 AND RecStatusDelete = 0 ");
-    const QByteArray overdue = (prioritySelect + QStringLiteral("AND DateWWIH < '%1' ORDER BY DescriptorPriority, DateWWIH, IboValueNumeric, IboNumber")
-                                                     .arg(QString::fromUtf8(today))).toUtf8();
-    const QByteArray byPriority = (prioritySelect + QStringLiteral("AND DateWWIH >= '%1' AND DescriptorPriority = @p ORDER BY DateWWIH, IboValueNumeric, IboNumber")
-                                                        .arg(QString::fromUtf8(today))).toUtf8();
+    const QByteArray overdue =
+        (prioritySelect +
+         QStringLiteral("AND DateWWIH < '%1' ORDER BY DescriptorPriority, DateWWIH, IboValueNumeric, IboNumber")
+             .arg(QString::fromUtf8(today)))
+            .toUtf8();
+    const QByteArray byPriority =
+        (prioritySelect +
+         QStringLiteral(
+             "AND DateWWIH >= '%1' AND DescriptorPriority = @p ORDER BY DateWWIH, IboValueNumeric, IboNumber")
+             .arg(QString::fromUtf8(today)))
+            .toUtf8();
     const char* forecast =
         "SELECT IboID,IboNumber,DateWWIH,ConFirstName,ConLastName,ConCompany, DescriptorUwwgi, DescriptorUwih, Product,IboValueNumeric, "
         "IboValueDecimal,DescriptorStatus,DateWonLostCancel, Note FROM IboMain WHERE ((DescriptorStatus=1) OR (DescriptorStatus=2)) AND "
@@ -225,7 +233,8 @@ bool IsServer(const QString& path)
 
 long long PgScan(PGconn* c, const QByteArray& sql, const char* parameter = nullptr)
 {
-    PGresult* r = parameter ? PQexecParams(c, sql.constData(), 1, nullptr, &parameter, nullptr, nullptr, 0) : PQexec(c, sql.constData());
+    PGresult* r = parameter ? PQexecParams(c, sql.constData(), 1, nullptr, &parameter, nullptr, nullptr, 0)
+                            : PQexec(c, sql.constData());
     if (PQresultStatus(r) != PGRES_TUPLES_OK)
         std::fprintf(stderr, "floor query: %s\n", PQresultErrorMessage(r));
     long long bytes = 0;
@@ -254,12 +263,16 @@ std::function<void()> PgFloor(const QString& uri, const char* view)
         "SELECT DateWWIH, ConFirstName, ConLastName, ConCompany, DescriptorUwwgi, DescriptorUwih, IboValueNumeric, IboValueDecimal, "
         "Product, DateQualified, IboID, DescriptorPriority, IboNumber, Note FROM IboMain WHERE ((DescriptorStatus = 1) And "
         "(RecStatusArchive = false) And (RecStatusDelete = false) ");
-    const QByteArray overdue = (select + QStringLiteral("And (DateWWIH < TIMESTAMP '%1')) ORDER BY DescriptorPriority NULLS FIRST, "
-                                                        "DateWWIH NULLS FIRST, IboValueNumeric NULLS FIRST, IboNumber NULLS FIRST")
-                                             .arg(today)).toUtf8();
-    const QByteArray byPriority = (select + QStringLiteral("And (DateWWIH >= TIMESTAMP '%1') And (DescriptorPriority = $1)) ORDER BY "
-                                                           "DateWWIH NULLS FIRST, IboValueNumeric NULLS FIRST, IboNumber NULLS FIRST")
-                                                .arg(today)).toUtf8();
+    const QByteArray overdue =
+        (select + QStringLiteral("And (DateWWIH < TIMESTAMP '%1')) ORDER BY DescriptorPriority NULLS FIRST, "
+                                 "DateWWIH NULLS FIRST, IboValueNumeric NULLS FIRST, IboNumber NULLS FIRST")
+                      .arg(today))
+            .toUtf8();
+    const QByteArray byPriority =
+        (select + QStringLiteral("And (DateWWIH >= TIMESTAMP '%1') And (DescriptorPriority = $1)) ORDER BY "
+                                 "DateWWIH NULLS FIRST, IboValueNumeric NULLS FIRST, IboNumber NULLS FIRST")
+                      .arg(today))
+            .toUtf8();
     const QByteArray forecast =
         "SELECT IboID,IboNumber,DateWWIH,ConFirstName,ConLastName,ConCompany, DescriptorUwwgi, DescriptorUwih, Product,IboValueNumeric, "
         "IboValueDecimal,DescriptorStatus,DateWonLostCancel, Note FROM IboMain WHERE ((DescriptorStatus=1) OR (DescriptorStatus=2)) AND "
@@ -376,8 +389,8 @@ Result Measure(const QString& path, int runs, bool withModel, const QStringList&
                 while (sqlite3_step(s) == SQLITE_ROW) {
                     model.setRowCount(row + 1);
                     for (int c = 0; c < 12; ++c) {
-                        auto* item = new QStandardItem(QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(s, c)),
-                                                                         sqlite3_column_bytes(s, c)));
+                        auto* item = new QStandardItem(QString::fromUtf8(
+                            reinterpret_cast<const char*>(sqlite3_column_text(s, c)), sqlite3_column_bytes(s, c)));
                         if (c == 6 || c == 7)
                             item->setForeground(blue);
                         model.setItem(row, c, item);
@@ -409,26 +422,32 @@ int main(int argc, char** argv)
         "Measures each view's Refresh against the floor of its own queries at several sizes; exits 1 when a goal is missed."));
     parser.addHelpOption();
     parser.addVersionOption();
-    const QCommandLineOption shortOption(QStringLiteral("short"), QStringLiteral("Only 10,000 IBOs (the goals are not checked)."));
+    const QCommandLineOption shortOption(QStringLiteral("short"),
+                                         QStringLiteral("Only 10,000 IBOs (the goals are not checked)."));
     const QCommandLineOption runsOption(QStringLiteral("runs"), QStringLiteral("Runs of each measure (default 5)."),
                                         QStringLiteral("K"), QStringLiteral("5"));
-    const QCommandLineOption dirOption(QStringLiteral("dir"), QStringLiteral("Keep the sample databases in DIR between runs."),
-                                       QStringLiteral("DIR"));
-    const QCommandLineOption sizesOption(QStringLiteral("sizes"), QStringLiteral("Comma-separated sizes (default 10000,100000,1000000)."),
+    const QCommandLineOption dirOption(
+        QStringLiteral("dir"), QStringLiteral("Keep the sample databases in DIR between runs."), QStringLiteral("DIR"));
+    const QCommandLineOption sizesOption(QStringLiteral("sizes"),
+                                         QStringLiteral("Comma-separated sizes (default 10000,100000,1000000)."),
                                          QStringLiteral("LIST"));
     const QCommandLineOption engineOption(QStringLiteral("engine"), QStringLiteral("sqlite (default) or postgresql."),
                                           QStringLiteral("ENGINE"), QStringLiteral("sqlite"));
-    const QCommandLineOption profileOption(QStringLiteral("profile"),
-                                           QStringLiteral("Only VIEW's refreshes (a warm-up, then runs - 1 timed), for a profiler."),
-                                           QStringLiteral("VIEW"));
-    const QCommandLineOption databaseOption(QStringLiteral("database"),
-                                            QStringLiteral("With --profile: this database (a file or a postgresql:// URI) instead of DIR's."),
-                                            QStringLiteral("PATH"));
-    const QCommandLineOption viewsOption(QStringLiteral("views"),
-                                         QStringLiteral("Only these measures: flat, priority, forecast, model (comma-separated; "
-                                                        "the goals of the others are then not checked)."),
-                                         QStringLiteral("LIST"));
-    parser.addOptions({shortOption, runsOption, dirOption, sizesOption, profileOption, engineOption, databaseOption, viewsOption});
+    const QCommandLineOption profileOption(
+        QStringLiteral("profile"),
+        QStringLiteral("Only VIEW's refreshes (a warm-up, then runs - 1 timed), for a profiler."),
+        QStringLiteral("VIEW"));
+    const QCommandLineOption databaseOption(
+        QStringLiteral("database"),
+        QStringLiteral("With --profile: this database (a file or a postgresql:// URI) instead of DIR's."),
+        QStringLiteral("PATH"));
+    const QCommandLineOption viewsOption(
+        QStringLiteral("views"),
+        QStringLiteral("Only these measures: flat, priority, forecast, model (comma-separated; "
+                       "the goals of the others are then not checked)."),
+        QStringLiteral("LIST"));
+    parser.addOptions(
+        {shortOption, runsOption, dirOption, sizesOption, profileOption, engineOption, databaseOption, viewsOption});
     parser.process(app);
     const bool onServer = parser.value(engineOption) == QLatin1String("postgresql");
     // A server of the benchmark's own, stopped at the end.
@@ -467,11 +486,13 @@ int main(int argc, char** argv)
             sizes.push_back(s.toInt());
     }
     const int runs = parser.value(runsOption).toInt();
-    const QStringList views = parser.isSet(viewsOption) ? parser.value(viewsOption).split(QLatin1Char(',')) : QStringList();
+    const QStringList views =
+        parser.isSet(viewsOption) ? parser.value(viewsOption).split(QLatin1Char(',')) : QStringList();
     const QString dir = parser.isSet(dirOption) ? parser.value(dirOption) : tmp.path();
     if (parser.isSet(profileOption)) {
-        const QString path = parser.isSet(databaseOption) ? parser.value(databaseOption)
-                                                          : QDir(dir).filePath(QStringLiteral("bench-%1.db").arg(sizes.front()));
+        const QString path = parser.isSet(databaseOption)
+                                 ? parser.value(databaseOption)
+                                 : QDir(dir).filePath(QStringLiteral("bench-%1.db").arg(sizes.front()));
         qputenv("BREV_DATABASE", path.toLocal8Bit());
         const QString which = parser.value(profileOption);
         std::unique_ptr<QWidget> view(BrevView::CreateControl(QStringLiteral("BrevView.") + which));
@@ -522,16 +543,18 @@ int main(int argc, char** argv)
         std::printf("  %-34s %10.4f s\n", "floor, forecast query", r.floorForecast);
         std::printf("  %-34s %10.4f s  %8.1f MiB\n", "FlatView.Refresh", r.flat, r.flatBytes / 1048576.0);
         std::printf("  %-34s %10.4f s  %8.1f MiB\n", "PriorityView.Refresh", r.priority, r.priorityBytes / 1048576.0);
-        std::printf("  %-34s %10.4f s  %8.1f MiB\n", "ForecastView.Refresh (won checked)", r.forecast, r.forecastBytes / 1048576.0);
+        std::printf("  %-34s %10.4f s  %8.1f MiB\n", "ForecastView.Refresh (won checked)", r.forecast,
+                    r.forecastBytes / 1048576.0);
         std::printf("  %-34s %10.4f s\n", "ForecastMode switch", r.modeSwitch);
         std::printf("  %-34s %10.4f s\n", "ExpandAllNodes + CollapseAllNodes", r.expandCollapse);
         std::printf("  %-34s %10.4f s\n", "GotoIBO of the last IBO", r.gotoLast);
-        std::printf("  %-34s %10.5f s  (median of %d)\n", "paint 1200x800 (flat view)", r.paint, std::max(runs, kPaintRuns));
+        std::printf("  %-34s %10.5f s  (median of %d)\n", "paint 1200x800 (flat view)", r.paint,
+                    std::max(runs, kPaintRuns));
         if (r.model > 0)
             std::printf("  %-34s %10.4f s  %8.1f MiB\n", "QStandardItemModel fill", r.model, r.modelBytes / 1048576.0);
         if (r.sqliteFloorFlat > 0)
-            std::printf("  %-34s %10.4f s  (server floor / SQLite floor %.2fx)\n", "SQLite floor, flat query", r.sqliteFloorFlat,
-                        r.floorFlat / r.sqliteFloorFlat);
+            std::printf("  %-34s %10.4f s  (server floor / SQLite floor %.2fx)\n", "SQLite floor, flat query",
+                        r.sqliteFloorFlat, r.floorFlat / r.sqliteFloorFlat);
     }
     // Time per IBO: each view on the smallest and the largest database, in turns.
     std::map<QString, InTurns> perIbo;
@@ -559,7 +582,9 @@ int main(int argc, char** argv)
         if (checked)
             ok = ok && pass;
         std::printf("%-60s %8.3f  goal %s %6.3f  %s\n", qPrintable(what), value, atMost ? "<=" : ">=", goal,
-                    !checked ? "(not checked)" : pass ? "ok" : "MISSED");
+                    !checked ? "(not checked)"
+                    : pass   ? "ok"
+                             : "MISSED");
     };
     // The ratios to the floors are goals at 100,000 and at 1,000,000 IBOs, each engine against
     // its own floor; a run with neither size (--short) prints its first size's ratios
@@ -576,23 +601,28 @@ int main(int argc, char** argv)
     for (int n : goalSizes) {
         const Result& m = results[n];
         check(QStringLiteral("FlatView.Refresh / floor at %1").arg(n), m.flat / m.floorFlat, 1.3, true, atGoalSize);
-        check(QStringLiteral("PriorityView.Refresh / floor at %1").arg(n), m.priority / m.floorPriority, 1.6, true, atGoalSize);
-        check(QStringLiteral("ForecastView.Refresh / floor at %1").arg(n), m.forecast / m.floorForecast, 2.0, true, atGoalSize);
-        check(QStringLiteral("ForecastMode switch / ForecastView.Refresh at %1").arg(n), m.modeSwitch / m.forecast, 0.25, true, atGoalSize);
+        check(QStringLiteral("PriorityView.Refresh / floor at %1").arg(n), m.priority / m.floorPriority, 1.6, true,
+              atGoalSize);
+        check(QStringLiteral("ForecastView.Refresh / floor at %1").arg(n), m.forecast / m.floorForecast, 2.0, true,
+              atGoalSize);
+        check(QStringLiteral("ForecastMode switch / ForecastView.Refresh at %1").arg(n), m.modeSwitch / m.forecast,
+              0.25, true, atGoalSize);
     }
     // Beside the usual Qt way (only on SQLite, up to 100,000 IBOs).
     for (const auto& [n, m] : results) {
         if (m.model > 0 && (n == 100000 || !atGoalSize)) {
-            check(QStringLiteral("QStandardItemModel fill / FlatView.Refresh at %1").arg(n), m.model / m.flat, 3.0, false, atGoalSize);
-            check(QStringLiteral("FlatView memory / QStandardItemModel memory at %1").arg(n), double(m.flatBytes) / double(m.modelBytes),
-                  1.0 / 3.0, true, atGoalSize);
+            check(QStringLiteral("QStandardItemModel fill / FlatView.Refresh at %1").arg(n), m.model / m.flat, 3.0,
+                  false, atGoalSize);
+            check(QStringLiteral("FlatView memory / QStandardItemModel memory at %1").arg(n),
+                  double(m.flatBytes) / double(m.modelBytes), 1.0 / 3.0, true, atGoalSize);
         }
     }
     if (results.count(1000000)) {
         const Result& l = results[1000000];
         check(QStringLiteral("ForecastView memory at 1000000, MiB"), l.forecastBytes / 1048576.0, 400, true, true);
         // Reading and filling on two cores takes the list below its single-threaded floor.
-        check(QStringLiteral("FlatView.Refresh / floor at 1000000 (both cores)"), l.flat / l.floorFlat, 1.0, true, true);
+        check(QStringLiteral("FlatView.Refresh / floor at 1000000 (both cores)"), l.flat / l.floorFlat, 1.0, true,
+              true);
     }
     if (results.count(10000) && results.count(1000000)) {
         const Result& s = results[10000];
@@ -600,8 +630,8 @@ int main(int argc, char** argv)
         const double scale = double(s.rows) / double(l.rows);
         for (const char* view : {"FlatView", "PriorityView", "ForecastView"}) {
             const InTurns t = perIbo[QLatin1String(view) + QLatin1String(".Refresh")];
-            check(QStringLiteral("%1 time per IBO, 1M / 10k (in turns)").arg(QLatin1String(view)), t.large / t.small * scale, 1.3,
-                  true, true);
+            check(QStringLiteral("%1 time per IBO, 1M / 10k (in turns)").arg(QLatin1String(view)),
+                  t.large / t.small * scale, 1.3, true, true);
         }
         check(QStringLiteral("viewport paint, 1M / 10k rows"), l.paint / s.paint, 1.5, true, true);
     }

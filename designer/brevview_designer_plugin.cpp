@@ -6,16 +6,15 @@
 
 #include <brevview/brevview.h>
 
-BrevViewWidgetPlugin::BrevViewWidgetPlugin(QString className, QString progId, QString toolTip, QString includeFile, int picture,
-                                           QObject* parent)
+BrevViewWidgetPlugin::BrevViewWidgetPlugin(QString className, QString progId, QString toolTip, QString includeFile,
+                                           int picture, QObject* parent)
     : QObject(parent),
       className_(std::move(className)),
       progId_(std::move(progId)),
       toolTip_(std::move(toolTip)),
       includeFile_(std::move(includeFile)),
       picture_(picture)
-{
-}
+{}
 
 QIcon BrevViewWidgetPlugin::icon() const
 {
@@ -48,10 +47,11 @@ QIcon BrevViewWidgetPlugin::icon() const
 
 QString BrevViewWidgetPlugin::domXml() const
 {
-    return QStringLiteral("<ui language=\"c++\"><widget class=\"%1\" name=\"%2\">"
-                          "<property name=\"geometry\"><rect><x>0</x><y>0</y><width>480</width><height>240</height></rect></property>"
-                          "<property name=\"toolTip\"><string>%3</string></property>"
-                          "</widget></ui>")
+    return QStringLiteral(
+               "<ui language=\"c++\"><widget class=\"%1\" name=\"%2\">"
+               "<property name=\"geometry\"><rect><x>0</x><y>0</y><width>480</width><height>240</height></rect></property>"
+               "<property name=\"toolTip\"><string>%3</string></property>"
+               "</widget></ui>")
         .arg(className_, className_.mid(className_.lastIndexOf(QLatin1Char(':')) + 1).toLower(), toolTip_);
 }
 
@@ -61,7 +61,8 @@ QWidget* BrevViewWidgetPlugin::createWidget(QWidget* parent)
         return BrevView::CreateControl(progId_, parent);
     } catch (const BrevView::RuntimeError& e) {
         // On a form without a database (the priority view opens its own at once), show what is missing.
-        auto* label = new QLabel(QStringLiteral("%1\n(error %2: %3)").arg(className_).arg(e.number()).arg(e.description()), parent);
+        auto* label = new QLabel(
+            QStringLiteral("%1\n(error %2: %3)").arg(className_).arg(e.number()).arg(e.description()), parent);
         label->setAlignment(Qt::AlignCenter);
         label->setFrameShape(QFrame::Box);
         return label;
@@ -70,13 +71,15 @@ QWidget* BrevViewWidgetPlugin::createWidget(QWidget* parent)
 
 BrevViewDesignerPlugins::BrevViewDesignerPlugins(QObject* parent) : QObject(parent)
 {
-    widgets_ << new BrevViewWidgetPlugin(QStringLiteral("BrevView::PriorityView"), QStringLiteral("BrevView.PriorityView"),
+    widgets_ << new BrevViewWidgetPlugin(QStringLiteral("BrevView::PriorityView"),
+                                         QStringLiteral("BrevView.PriorityView"),
                                          QStringLiteral("Open IBOs by priority, with overdues and sales-cycle bars"),
                                          QStringLiteral("<brevview/priority_view.h>"), 0, this)
-             << new BrevViewWidgetPlugin(QStringLiteral("BrevView::ForecastView"), QStringLiteral("BrevView.ForecastView"),
+             << new BrevViewWidgetPlugin(QStringLiteral("BrevView::ForecastView"),
+                                         QStringLiteral("BrevView.ForecastView"),
                                          QStringLiteral("IBOs by expected closing month, weighted or unweighted"),
                                          QStringLiteral("<brevview/forecast_view.h>"), 1, this)
              << new BrevViewWidgetPlugin(QStringLiteral("BrevView::FlatView"), QStringLiteral("BrevView.FlatView"),
-                                         QStringLiteral("A filtered list of live or archived IBOs"), QStringLiteral("<brevview/flat_view.h>"),
-                                         2, this);
+                                         QStringLiteral("A filtered list of live or archived IBOs"),
+                                         QStringLiteral("<brevview/flat_view.h>"), 2, this);
 }

@@ -11,7 +11,8 @@ class BrevViewWidgetPlugin : public QObject, public QDesignerCustomWidgetInterfa
     Q_INTERFACES(QDesignerCustomWidgetInterface)
 
 public:
-    BrevViewWidgetPlugin(QString className, QString progId, QString toolTip, QString includeFile, int picture, QObject* parent);
+    BrevViewWidgetPlugin(QString className, QString progId, QString toolTip, QString includeFile, int picture,
+                         QObject* parent);
 
     QString name() const override { return className_; }
     QString group() const override { return QStringLiteral("BrevView"); }

@@ -22,7 +22,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     try {
         // Without the digest check, so that damaged content reaches the reader itself.
-        g_grid->LoadGridData(QByteArray(reinterpret_cast<const char*>(data), qsizetype(size)), QStringLiteral("fuzz"), false);
+        g_grid->LoadGridData(QByteArray(reinterpret_cast<const char*>(data), qsizetype(size)), QStringLiteral("fuzz"),
+                             false);
         (void)g_grid->VisibleRows();
         static int runs = 0;
         if (++runs % 256 == 0)

@@ -7,8 +7,8 @@
 
 #include <sqlite3.h>
 
-#include "common/ibo_schema.h"
 #include "automation/runtime_error.h"
+#include "common/ibo_schema.h"
 #include "data/database.h"
 #include "data/sql_dialect.h"
 
@@ -24,10 +24,11 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv)
     sqlite3* db = nullptr;
     sqlite3_open(path.toUtf8().constData(), &db);
     sqlite3_exec(db, BrevView::detail::IboSchemaSql().toUtf8().constData(), nullptr, nullptr, nullptr);
-    sqlite3_exec(db,
-                 "INSERT INTO IboMain (IboID, IboNumber, DateWWIH, DescriptorStatus, DescriptorUwih, DescriptorUwwgi, IboValueNumeric) VALUES "
-                 "(1, 'A', '2024-05-10 17:45:00', 1, 2, 1, 100), (2, 'B', '2024-06-01 00:00:00', 2, 0, 0, 200)",
-                 nullptr, nullptr, nullptr);
+    sqlite3_exec(
+        db,
+        "INSERT INTO IboMain (IboID, IboNumber, DateWWIH, DescriptorStatus, DescriptorUwih, DescriptorUwwgi, IboValueNumeric) VALUES "
+        "(1, 'A', '2024-05-10 17:45:00', 1, 2, 1, 100), (2, 'B', '2024-06-01 00:00:00', 2, 0, 0, 200)",
+        nullptr, nullptr, nullptr);
     sqlite3_close(db);
     g_db = BrevView::data::Database::Open(path, QString());
     return 0;
@@ -41,8 +42,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const QString sort = bar < 0 ? QString() : text.mid(bar + 1);
     try {
         (void)BrevView::data::TranslateJetSql(text);
-        auto rs = g_db->OpenRecordset(QStringLiteral("SELECT IboID, IboNumber, DateWWIH, DescriptorStatus FROM IboMain"),
-                                      BrevView::data::dbOpenSnapshot);
+        auto rs =
+            g_db->OpenRecordset(QStringLiteral("SELECT IboID, IboNumber, DateWWIH, DescriptorStatus FROM IboMain"),
+                                BrevView::data::dbOpenSnapshot);
         rs->SetFilter(filter);
         rs->SetSort(sort);
         auto narrowed = rs->OpenRecordset();

@@ -3,15 +3,15 @@
 // with a numbered error, never crash.
 
 #include <QApplication>
-#include <QFile>
 #include <QDir>
+#include <QFile>
 #include <QTemporaryDir>
 
 #include <brevview/brevview.h>
 
 #include "common/ibo_schema.h"
-#include "host/object_factory.h"
 #include "host/app_settings.h"
+#include "host/object_factory.h"
 
 namespace {
 
@@ -33,7 +33,8 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv)
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     // The settings file is written often: keep it in memory where the system offers that.
-    static QTemporaryDir dir(QDir(QStringLiteral("/dev/shm")).exists() ? QStringLiteral("/dev/shm/brevview-fuzz-XXXXXX") : QString());
+    static QTemporaryDir dir(QDir(QStringLiteral("/dev/shm")).exists() ? QStringLiteral("/dev/shm/brevview-fuzz-XXXXXX")
+                                                                       : QString());
     qputenv("XDG_CONFIG_HOME", dir.filePath(QStringLiteral("config")).toLocal8Bit());
     static QApplication app(*argc, *argv);
     BrevView::RegisterHostObject(QStringLiteral("BrevData.Setting"), [] { return std::make_shared<FuzzStore>(); });
@@ -69,7 +70,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
             const QString app = QStringLiteral("Brev"), section = QStringLiteral("PriorityView");
             BrevView::settings::SaveSetting(app, section, QStringLiteral("SCRangeUnits"), parts.value(0));
             BrevView::settings::SaveSetting(app, section, QStringLiteral("SCRangeValue"), parts.value(1));
-            BrevView::settings::SaveSetting(app, section, QStringLiteral("ColWidth") + QString::number(1 + data[0] % 15), parts.value(2));
+            BrevView::settings::SaveSetting(
+                app, section, QStringLiteral("ColWidth") + QString::number(1 + data[0] % 15), parts.value(2));
             g_priority->LoadViewPreferences();
         }
     } catch (const BrevView::RuntimeError& e) {

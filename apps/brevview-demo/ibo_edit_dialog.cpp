@@ -30,7 +30,8 @@ IboEditDialog::IboEditDialog(const IboRecord& ibo, QWidget* parent) : QDialog(pa
     status_->addItems({tr("Open"), tr("Won"), tr("Lost"), tr("Cancelled")});
     status_->setCurrentIndex(qBound(0, ibo.status - 1, 3));
     priority_ = new QComboBox;
-    priority_->addItems({tr("Review First"), tr("Review Second"), tr("Review Third"), tr("Breakthrough Needed"), tr("Leave It Alone")});
+    priority_->addItems(
+        {tr("Review First"), tr("Review Second"), tr("Review Third"), tr("Breakthrough Needed"), tr("Leave It Alone")});
     priority_->setCurrentIndex(qBound(0, ibo.priority - 1, 4));
     const QStringList levels{tr("Low"), tr("Med"), tr("High")};
     uwih_ = new QComboBox;
@@ -71,7 +72,8 @@ IboRecord IboEditDialog::Result() const
     r.firstName = first_->text();
     r.lastName = last_->text();
     r.company = company_->text();
-    r.product = productDetail_->text().isEmpty() ? product_->text() : product_->text() + QLatin1Char('~') + productDetail_->text();
+    r.product = productDetail_->text().isEmpty() ? product_->text()
+                                                 : product_->text() + QLatin1Char('~') + productDetail_->text();
     r.dateWWIH = date_->date().toString(QStringLiteral("yyyy-MM-dd"));
     r.status = status_->currentIndex() + 1;
     r.priority = priority_->currentIndex() + 1;

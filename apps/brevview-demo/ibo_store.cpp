@@ -12,7 +12,10 @@ namespace {
 
 struct Db {
     sqlite3* db = nullptr;
-    explicit Db(const QString& path) { sqlite3_open_v2(path.toUtf8().constData(), &db, SQLITE_OPEN_READWRITE, nullptr); }
+    explicit Db(const QString& path)
+    {
+        sqlite3_open_v2(path.toUtf8().constData(), &db, SQLITE_OPEN_READWRITE, nullptr);
+    }
     ~Db() { sqlite3_close(db); }
 };
 
@@ -27,7 +30,8 @@ struct ServerDb {
     PGconn* conn = nullptr;
     explicit ServerDb(const QString& uri) : conn(PQconnectdb(uri.toUtf8().constData()))
     {
-        PQsetNoticeProcessor(conn, [](void*, const char*) {}, nullptr);
+        PQsetNoticeProcessor(
+            conn, [](void*, const char*) {}, nullptr);
     }
     ~ServerDb() { PQfinish(conn); }
     QString Error() const { return QString::fromUtf8(PQerrorMessage(conn)).trimmed(); }
@@ -86,10 +90,19 @@ bool IboStore::SaveOnServer(const IboRecord& rec, QString* error) const
         "DateWWIH = $8::date + coalesce(DateWWIH::time, time '00:00'), DescriptorStatus = $9, DescriptorPriority = $10, "
         "DescriptorUwih = $11, DescriptorUwwgi = $12, IboValueNumeric = $13, IboValueDecimal = $14 WHERE IboID = $1";
     const double whole = std::floor(rec.value);
-    const QList<QByteArray> texts = {QByteArray::number(rec.id), rec.number.toUtf8(), rec.firstName.toUtf8(), rec.lastName.toUtf8(),
-                                     rec.company.toUtf8(), rec.product.toUtf8(), rec.note.toUtf8(), rec.dateWWIH.toUtf8(),
-                                     QByteArray::number(rec.status), QByteArray::number(rec.priority), QByteArray::number(rec.uwih),
-                                     QByteArray::number(rec.uwwgi), QByteArray::number(qint64(whole)),
+    const QList<QByteArray> texts = {QByteArray::number(rec.id),
+                                     rec.number.toUtf8(),
+                                     rec.firstName.toUtf8(),
+                                     rec.lastName.toUtf8(),
+                                     rec.company.toUtf8(),
+                                     rec.product.toUtf8(),
+                                     rec.note.toUtf8(),
+                                     rec.dateWWIH.toUtf8(),
+                                     QByteArray::number(rec.status),
+                                     QByteArray::number(rec.priority),
+                                     QByteArray::number(rec.uwih),
+                                     QByteArray::number(rec.uwwgi),
+                                     QByteArray::number(qint64(whole)),
                                      QByteArray::number(int(std::lround((rec.value - whole) * 100)) % 100)};
     std::vector<const char*> values;
     for (const QByteArray& t : texts)
@@ -196,13 +209,16 @@ bool IboStore::Save(const IboRecord& r, QString* error) const
 QString IboStore::NumberOfId(qint32 id) const
 {
     if (IsServerUri(path_))
-        return ServerText("SELECT IboNumber FROM IboMain WHERE IboID = $1 UNION ALL SELECT IboNumber FROM IboArchive WHERE IboID = $1",
-                          QByteArray::number(id));
+        return ServerText(
+            "SELECT IboNumber FROM IboMain WHERE IboID = $1 UNION ALL SELECT IboNumber FROM IboArchive WHERE IboID = $1",
+            QByteArray::number(id));
     Db d(path_);
     sqlite3_stmt* s = nullptr;
     QString number;
-    if (sqlite3_prepare_v2(d.db, "SELECT IboNumber FROM IboMain WHERE IboID = ?1 UNION ALL SELECT IboNumber FROM IboArchive WHERE IboID = ?1",
-                           -1, &s, nullptr) == SQLITE_OK) {
+    if (sqlite3_prepare_v2(
+            d.db,
+            "SELECT IboNumber FROM IboMain WHERE IboID = ?1 UNION ALL SELECT IboNumber FROM IboArchive WHERE IboID = ?1",
+            -1, &s, nullptr) == SQLITE_OK) {
         sqlite3_bind_int(s, 1, id);
         if (sqlite3_step(s) == SQLITE_ROW)
             number = QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(s, 0)));
@@ -214,14 +230,17 @@ QString IboStore::NumberOfId(qint32 id) const
 qint32 IboStore::IdOfNumber(const QString& number) const
 {
     if (IsServerUri(path_))
-        return ServerText("SELECT IboID FROM IboMain WHERE IboNumber = $1 UNION ALL SELECT IboID FROM IboArchive WHERE IboNumber = $1",
-                          number.toUtf8())
+        return ServerText(
+                   "SELECT IboID FROM IboMain WHERE IboNumber = $1 UNION ALL SELECT IboID FROM IboArchive WHERE IboNumber = $1",
+                   number.toUtf8())
             .toInt();
     Db d(path_);
     sqlite3_stmt* s = nullptr;
     qint32 id = 0;
-    if (sqlite3_prepare_v2(d.db, "SELECT IboID FROM IboMain WHERE IboNumber = ?1 UNION ALL SELECT IboID FROM IboArchive WHERE IboNumber = ?1",
-                           -1, &s, nullptr) == SQLITE_OK) {
+    if (sqlite3_prepare_v2(
+            d.db,
+            "SELECT IboID FROM IboMain WHERE IboNumber = ?1 UNION ALL SELECT IboID FROM IboArchive WHERE IboNumber = ?1",
+            -1, &s, nullptr) == SQLITE_OK) {
         const QByteArray u = number.toUtf8();
         sqlite3_bind_text(s, 1, u.constData(), int(u.size()), SQLITE_TRANSIENT);
         if (sqlite3_step(s) == SQLITE_ROW)

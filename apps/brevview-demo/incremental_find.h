@@ -43,7 +43,7 @@ private:
         int row = 0;
     };
     void Step();
-    bool Next();             // to the next row, depth first; false past the last one
+    bool Next();  // to the next row, depth first; false past the last one
     bool Matches() const;
     QModelIndex Current() const;
 

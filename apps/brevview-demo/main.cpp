@@ -21,8 +21,8 @@ int main(int argc, char** argv)
     bool needsDisplay = true;
     for (int i = 1; i < argc; ++i) {
         const QByteArray arg(argv[i]);
-        if (arg == "--screenshot" || arg.startsWith("--screenshot=") || arg == "--help" || arg == "-h" || arg == "--help-all" ||
-            arg == "--version" || arg == "-v")
+        if (arg == "--screenshot" || arg.startsWith("--screenshot=") || arg == "--help" || arg == "-h" ||
+            arg == "--help-all" || arg == "--version" || arg == "-v")
             needsDisplay = false;
     }
     if (!needsDisplay) {
@@ -42,9 +42,10 @@ int main(int argc, char** argv)
     QApplication::setApplicationVersion(QStringLiteral(BREVVIEW_VERSION_STRING));
     parser.addHelpOption();
     parser.addVersionOption();
-    QCommandLineOption database(QStringLiteral("database"), QStringLiteral("The IBO database to show."), QStringLiteral("path"),
-                                QStringLiteral("sample/brevview-sample.db"));
-    QCommandLineOption screenshot(QStringLiteral("screenshot"), QStringLiteral("Render each view to DIR and exit."), QStringLiteral("dir"));
+    QCommandLineOption database(QStringLiteral("database"), QStringLiteral("The IBO database to show."),
+                                QStringLiteral("path"), QStringLiteral("sample/brevview-sample.db"));
+    QCommandLineOption screenshot(QStringLiteral("screenshot"), QStringLiteral("Render each view to DIR and exit."),
+                                  QStringLiteral("dir"));
     QCommandLineOption view(QStringLiteral("view"), QStringLiteral("The tab shown first: priority, forecast or flat."),
                             QStringLiteral("name"), QStringLiteral("priority"));
     parser.addOption(database);
@@ -75,7 +76,8 @@ int main(int argc, char** argv)
         QTimer::singleShot(100, &window, [&window] { window.RefreshAll(); });
         return app.exec();
     } catch (const BrevView::RuntimeError& e) {
-        std::fprintf(stderr, "brevview-demo: error %d (%s): %s\n", e.number(), qPrintable(e.source()), qPrintable(e.description()));
+        std::fprintf(stderr, "brevview-demo: error %d (%s): %s\n", e.number(), qPrintable(e.source()),
+                     qPrintable(e.description()));
         return 1;
     }
 }

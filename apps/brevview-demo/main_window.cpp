@@ -7,34 +7,34 @@
 #include <QAction>
 #include <QApplication>
 #include <QCheckBox>
-#include <QCloseEvent>
 #include <QClipboard>
+#include <QCloseEvent>
 #include <QComboBox>
 #include <QDir>
 #include <QFile>
 #include <QFileDialog>
-#include <QPrintDialog>
-#include <QPrinterInfo>
-#include <QProgressDialog>
-#include <QScreen>
-#include <QScrollBar>
-#include <QTime>
-#include <QSettings>
-#include <QStandardPaths>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMenuBar>
-#include <QMetaMethod>
 #include <QMessageBox>
+#include <QMetaMethod>
 #include <QPainter>
+#include <QPrintDialog>
 #include <QPrintPreviewDialog>
 #include <QPrinter>
+#include <QPrinterInfo>
+#include <QProgressDialog>
+#include <QScreen>
+#include <QScrollBar>
+#include <QSettings>
 #include <QSpinBox>
+#include <QStandardPaths>
 #include <QStatusBar>
 #include <QTabWidget>
 #include <QTextStream>
+#include <QTime>
 #include <QTimer>
 #include <QToolBar>
 
@@ -98,10 +98,13 @@ MainWindow::MainWindow(const QString& databasePath, QWidget* parent) : QMainWind
     tabs_->addTab(flat_, tr("F&lat list"));
     setCentralWidget(tabs_);
     if (firstRun) {
-        const QList<int> priorityWidths{10, 1300, 600, 1300, 1500, 1300, 2000, 700, 800, 600, 700, 1700, 3300, 2200, 900, 3000};
-        const QList<int> forecastWidths{1700, 1300, 1500, 1300, 2000, 700, 800, 600, 2200, 700, 1700, 960, 960, 960, 960, 960, 3000};
+        const QList<int> priorityWidths{10,  1300, 600, 1300, 1500, 1300, 2000, 700,
+                                        800, 600,  700, 1700, 3300, 2200, 900,  3000};
+        const QList<int> forecastWidths{1700, 1300, 1500, 1300, 2000, 700, 800, 600, 2200,
+                                        700,  1700, 960,  960,  960,  960, 960, 3000};
         const QList<int> flatWidths{1300, 1200, 1300, 1500, 1300, 2000, 700, 800, 600, 2200, 1700, 3000};
-        const std::pair<QWidget*, QList<int>> layouts[] = {{priority_, priorityWidths}, {forecast_, forecastWidths}, {flat_, flatWidths}};
+        const std::pair<QWidget*, QList<int>> layouts[] = {
+            {priority_, priorityWidths}, {forecast_, forecastWidths}, {flat_, flatWidths}};
         for (const auto& [view, widths] : layouts) {
             QObject* grid = GridOf(view);
             for (int c = 0; c < widths.size(); ++c)
@@ -132,8 +135,10 @@ MainWindow::MainWindow(const QString& databasePath, QWidget* parent) : QMainWind
     // Menus.
     QMenu* file = menuBar()->addMenu(tr("&File"));
     file->addAction(tr("&Print…"), QKeySequence::Print, this, &MainWindow::Print);
-    file->addAction(tr("Print pre&view…"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_P), this, &MainWindow::PrintPreview);
-    file->addAction(tr("&Export to CSV…"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S), this, &MainWindow::ExportCsv);
+    file->addAction(tr("Print pre&view…"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_P), this,
+                    &MainWindow::PrintPreview);
+    file->addAction(tr("&Export to CSV…"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S), this,
+                    &MainWindow::ExportCsv);
     file->addSeparator();
     file->addAction(tr("&Quit"), QKeySequence::Quit, qApp, &QApplication::quit);
     QMenu* edit = menuBar()->addMenu(tr("&Edit"));
@@ -209,7 +214,8 @@ MainWindow::MainWindow(const QString& databasePath, QWidget* parent) : QMainWind
         priority_->setSalesCycleRangeValue(v);
         rangeValue_->setValue(priority_->SalesCycleRangeValue());
     });
-    connect(rangeUnits_, &QComboBox::currentIndexChanged, this, [this](int u) { priority_->setSalesCycleRangeUnits(u); });
+    connect(rangeUnits_, &QComboBox::currentIndexChanged, this,
+            [this](int u) { priority_->setSalesCycleRangeUnits(u); });
 
     forecastBar_ = addToolBar(tr("Forecast view"));
     weighted_ = new QCheckBox(tr("&Weighted"));
@@ -217,7 +223,8 @@ MainWindow::MainWindow(const QString& databasePath, QWidget* parent) : QMainWind
     showWon_ = new QCheckBox(tr("Show &won IBOs"));
     showWon_->setChecked(forecast_->ShowWonIBOs());
     wonRange_ = new QComboBox;
-    wonRange_->addItems({tr("all won"), tr("won this month"), tr("won since two months"), tr("won since three months")});
+    wonRange_->addItems(
+        {tr("all won"), tr("won this month"), tr("won since two months"), tr("won since three months")});
     wonRange_->setCurrentIndex(qBound(0, forecast_->ShowWonDateRange(), 3));
     forecastBar_->addWidget(weighted_);
     forecastBar_->addWidget(showWon_);
@@ -268,12 +275,12 @@ MainWindow::MainWindow(const QString& databasePath, QWidget* parent) : QMainWind
     // Live updates: the controls never refresh on their own; the watcher tells this window.
     watcher_ = new BrevView::ChangeWatcher(this);
     connect(watcher_, &BrevView::ChangeWatcher::IbosChanged, this, &MainWindow::OnIbosChanged);
-    connect(watcher_, &BrevView::ChangeWatcher::ErrorRaised, this, [this](qint32 number, const QString&, const QString& description) {
-        statusBar()->showMessage(tr("Live updates paused (error %1): %2").arg(number).arg(description), 10000);
-    });
-    connect(watcher_, &BrevView::ChangeWatcher::activeChanged, this, [this](bool active) {
-        Event(QStringLiteral("live %1").arg(active ? 1 : 0));
-    });
+    connect(watcher_, &BrevView::ChangeWatcher::ErrorRaised, this,
+            [this](qint32 number, const QString&, const QString& description) {
+                statusBar()->showMessage(tr("Live updates paused (error %1): %2").arg(number).arg(description), 10000);
+            });
+    connect(watcher_, &BrevView::ChangeWatcher::activeChanged, this,
+            [this](bool active) { Event(QStringLiteral("live %1").arg(active ? 1 : 0)); });
     watcher_->start();
     connect(tabs_, &QTabWidget::currentChanged, this, [this] {
         if (stale_.contains(CurrentView()))
@@ -306,9 +313,11 @@ void MainWindow::ReportError(const BrevView::RuntimeError& e, const QString& wha
 {
     statusBar()->showMessage(tr("Error %1 while %2: %3").arg(e.number()).arg(what, e.description()));
     if (qEnvironmentVariableIsEmpty("BREV_DEMO_QUIET"))
-        QMessageBox::warning(this, tr("BrevView"), tr("Error %1 while %2:\n%3").arg(e.number()).arg(what, e.description()));
+        QMessageBox::warning(this, tr("BrevView"),
+                             tr("Error %1 while %2:\n%3").arg(e.number()).arg(what, e.description()));
     else
-        std::fprintf(stderr, "brevview-demo: error %d while %s: %s\n", e.number(), qPrintable(what), qPrintable(e.description()));
+        std::fprintf(stderr, "brevview-demo: error %d while %s: %s\n", e.number(), qPrintable(what),
+                     qPrintable(e.description()));
 }
 
 void MainWindow::ShowView(const QString& name)
@@ -376,7 +385,8 @@ void MainWindow::RefreshAll()
     statusBar()->showMessage(tr("Loading…"));
     statusBar()->repaint();
     QApplication::setOverrideCursor(Qt::BusyCursor);
-    for (QWidget* view : {static_cast<QWidget*>(priority_), static_cast<QWidget*>(forecast_), static_cast<QWidget*>(flat_)}) {
+    for (QWidget* view :
+         {static_cast<QWidget*>(priority_), static_cast<QWidget*>(forecast_), static_cast<QWidget*>(flat_)}) {
         try {
             QMetaObject::invokeMethod(view, "Refresh");
         } catch (const BrevView::RuntimeError& e) {
@@ -474,7 +484,8 @@ void MainWindow::ExportCsv()
     QString file = qEnvironmentVariable("BREV_DEMO_EXPORT");
     if (file.isEmpty())
         file = QFileDialog::getSaveFileName(this, tr("Export to CSV"),
-                                            QDir(QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation)).filePath(QStringLiteral("ibos.csv")),
+                                            QDir(QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation))
+                                                .filePath(QStringLiteral("ibos.csv")),
                                             tr("CSV files (*.csv)"));
     if (file.isEmpty())
         return;
@@ -540,7 +551,8 @@ void MainWindow::OnNotFound(const QString& text)
         const QSignalBlocker block(filters_[k]);
         filters_[k]->setChecked(true);
     }
-    flat_->setFilter(BrevView::eFilterShowOpen | BrevView::eFilterShowWon | BrevView::eFilterShowLost | BrevView::eFilterShowCancelled);
+    flat_->setFilter(BrevView::eFilterShowOpen | BrevView::eFilterShowWon | BrevView::eFilterShowLost |
+                     BrevView::eFilterShowCancelled);
     for (int source : {BrevView::eViewMainTable, BrevView::eViewArchiveTable}) {
         {
             const QSignalBlocker block(source_);
@@ -641,11 +653,12 @@ void MainWindow::ContextMenu(qint32 id, QWidget* from)
     QMenu menu(this);
     menu.setObjectName(QStringLiteral("iboContextMenu"));
     menu.addAction(tr("&Edit IBO…"), this, [this, id] { EditIbo(id); });
-    for (QWidget* other : {static_cast<QWidget*>(priority_), static_cast<QWidget*>(forecast_), static_cast<QWidget*>(flat_)}) {
+    for (QWidget* other :
+         {static_cast<QWidget*>(priority_), static_cast<QWidget*>(forecast_), static_cast<QWidget*>(flat_)}) {
         if (other == from)
             continue;
-        menu.addAction(tr("Go to in the %1 view").arg(tabs_->tabText(tabs_->indexOf(other)).remove(QLatin1Char('&'))), this,
-                       [this, other, id] { GoToIn(other, id); });
+        menu.addAction(tr("Go to in the %1 view").arg(tabs_->tabText(tabs_->indexOf(other)).remove(QLatin1Char('&'))),
+                       this, [this, other, id] { GoToIn(other, id); });
     }
     menu.addAction(tr("&Copy IBO number"), this, [this, id] {
         QString error;
@@ -673,7 +686,8 @@ void MainWindow::GoToIn(QWidget* view, qint32 id)
     if (view == priority_)
         why = tr("IBO %1 is %2: the priority view shows open IBOs only.").arg(number, status);
     else if (view == forecast_)
-        why = tr("IBO %1 is %2: the forecast view shows open IBOs (and won ones when \"Show won\" is on).").arg(number, status);
+        why = tr("IBO %1 is %2: the forecast view shows open IBOs (and won ones when \"Show won\" is on).")
+                  .arg(number, status);
     else
         why = tr("IBO %1 is %2: the flat list's filter or table hides it.").arg(number, status);
     statusBar()->showMessage(why, 8000);
@@ -684,7 +698,8 @@ void MainWindow::keyPressEvent(QKeyEvent* event)
 {
     // F12 saves a picture of the window (for tests and bug reports).
     if (event->key() == Qt::Key_F12) {
-        const QString file = qEnvironmentVariable("BREV_DEMO_SHOT", QDir::temp().filePath(QStringLiteral("brevview-demo.png")));
+        const QString file =
+            qEnvironmentVariable("BREV_DEMO_SHOT", QDir::temp().filePath(QStringLiteral("brevview-demo.png")));
         grab().save(file);
         Event(QStringLiteral("screenshot %1").arg(file));
         return;
@@ -742,7 +757,8 @@ void MainWindow::WritePoints()
             QMetaObject::invokeMethod(grid, "TextMatrix", Q_RETURN_ARG(QString, text), Q_ARG(int, r), Q_ARG(int, c));
             texts << text;
         }
-        s << "row " << r << ' ' << p.x() << ' ' << p.y() << ' ' << data.toString() << ' ' << texts.join(QLatin1Char('|')) << '\n';
+        s << "row " << r << ' ' << p.x() << ' ' << p.y() << ' ' << data.toString() << ' '
+          << texts.join(QLatin1Char('|')) << '\n';
     }
     QFile f(file);
     if (f.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text))

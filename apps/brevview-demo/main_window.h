@@ -88,7 +88,7 @@ private:
     QPointer<QWidget> findView_;  // the view the search under way looks in
     bool findAgain_ = false;      // it was asked for with Return or F3, not by typing
     BrevView::ChangeWatcher* watcher_;
-    QSet<QWidget*> stale_;       // views to refresh when their tab is shown
-    bool liveWaiting_ = false;   // a change came during a dialog: refresh when it closes
-    QElapsedTimer ownWrite_;     // since this window last wrote IBOs (its edits, the forecast's won dates)
+    QSet<QWidget*> stale_;      // views to refresh when their tab is shown
+    bool liveWaiting_ = false;  // a change came during a dialog: refresh when it closes
+    QElapsedTimer ownWrite_;    // since this window last wrote IBOs (its edits, the forecast's won dates)
 };

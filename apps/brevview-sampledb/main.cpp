@@ -24,24 +24,30 @@ int main(int argc, char** argv)
         "Writes a deterministic sample database of IBOs (the tables IboMain and IboArchive with their indexes)."));
     parser.addHelpOption();
     parser.addVersionOption();
-    const QCommandLineOption count(QStringLiteral("count"), QStringLiteral("How many IBOs to write (default %1).").arg(options.count),
+    const QCommandLineOption count(QStringLiteral("count"),
+                                   QStringLiteral("How many IBOs to write (default %1).").arg(options.count),
                                    QStringLiteral("N"));
-    const QCommandLineOption seed(QStringLiteral("seed"), QStringLiteral("The seed of the generator (default %1).").arg(options.seed),
+    const QCommandLineOption seed(QStringLiteral("seed"),
+                                  QStringLiteral("The seed of the generator (default %1).").arg(options.seed),
                                   QStringLiteral("S"));
     const QCommandLineOption today(QStringLiteral("today"),
                                    QStringLiteral("The day the dates are spread around (default: the real today)."),
                                    QStringLiteral("yyyy-MM-dd"));
-    const QCommandLineOption replace(QStringLiteral("replace"),
-                                     QStringLiteral("On a PostgreSQL server: empty IboMain and IboArchive when they already hold IBOs."));
-    const QCommandLineOption archive(QStringLiteral("archive-percent"),
-                                     QStringLiteral("Extra rows in IboArchive, as a share of the count (default %1).").arg(options.archivePercent),
-                                     QStringLiteral("P"));
+    const QCommandLineOption replace(
+        QStringLiteral("replace"),
+        QStringLiteral("On a PostgreSQL server: empty IboMain and IboArchive when they already hold IBOs."));
+    const QCommandLineOption archive(
+        QStringLiteral("archive-percent"),
+        QStringLiteral("Extra rows in IboArchive, as a share of the count (default %1).").arg(options.archivePercent),
+        QStringLiteral("P"));
     parser.addOption(archive);
     parser.addOption(count);
     parser.addOption(replace);
     parser.addOption(seed);
     parser.addOption(today);
-    parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("The SQLite database file to write, or a postgresql:// URI of a database on a server."));
+    parser.addPositionalArgument(
+        QStringLiteral("FILE"),
+        QStringLiteral("The SQLite database file to write, or a postgresql:// URI of a database on a server."));
     parser.process(app);
 
     bool ok = true;

@@ -17,16 +17,19 @@
 namespace BrevView::sample {
 namespace {
 
-const char* const kFirst[] = {"Anna", "Bernd", "Chloé", "Dmitri", "Émile", "Fatma", "Günter", "Hana", "Ingrid", "José",
-                              "Kasia", "Łukasz", "María", "Nils", "Øyvind", "Paula", "Quentin", "Renée", "Søren", "Takeshi",
-                              "Uwe", "Vera", "Wojciech", "Xiaoming", "Yasmin", "Zoë", "Åsa", "Jürgen", "Ines", "Olga"};
-const char* const kLast[] = {"Müller", "Schmidt", "García", "Nowak", "Dubois", "Rossi", "Jensen", "Kowalczyk", "O'Brien",
-                             "Fernández", "Yılmaz", "Novák", "Andersson", "Costa", "Virtanen", "Horváth", "Smith",
-                             "Johnson", "Brown", "Tanaka", "Çelik", "Lefèvre", "Ødegaard", "Papadopoulos", "Ivanova"};
-const char* const kCompany[] = {"Acme Industrial", "Borealis Logistics", "Crédit Rhône", "Delta Söhne GmbH", "Equinox Foods",
-                                "Fjord Marine AS", "Granite Health", "Helios Energy", "Iberia Textil S.L.", "Juniper Retail",
-                                "Kestrel Aviation", "Lumen Optics", "Meridian Bank", "Nordwind AG", "Orchid Pharma",
-                                "Polaris Software", "Quartz Mining", "Riviera Hotels", "Sakura Electronics", "Tundra Outfitters"};
+const char* const kFirst[] = {"Anna",    "Bernd", "Chloé", "Dmitri",  "Émile", "Fatma", "Günter",   "Hana",
+                              "Ingrid",  "José",  "Kasia", "Łukasz",  "María", "Nils",  "Øyvind",   "Paula",
+                              "Quentin", "Renée", "Søren", "Takeshi", "Uwe",   "Vera",  "Wojciech", "Xiaoming",
+                              "Yasmin",  "Zoë",   "Åsa",   "Jürgen",  "Ines",  "Olga"};
+const char* const kLast[] = {"Müller",    "Schmidt",  "García",       "Nowak",   "Dubois", "Rossi",     "Jensen",
+                             "Kowalczyk", "O'Brien",  "Fernández",    "Yılmaz",  "Novák",  "Andersson", "Costa",
+                             "Virtanen",  "Horváth",  "Smith",        "Johnson", "Brown",  "Tanaka",    "Çelik",
+                             "Lefèvre",   "Ødegaard", "Papadopoulos", "Ivanova"};
+const char* const kCompany[] = {"Acme Industrial",    "Borealis Logistics", "Crédit Rhône",       "Delta Söhne GmbH",
+                                "Equinox Foods",      "Fjord Marine AS",    "Granite Health",     "Helios Energy",
+                                "Iberia Textil S.L.", "Juniper Retail",     "Kestrel Aviation",   "Lumen Optics",
+                                "Meridian Bank",      "Nordwind AG",        "Orchid Pharma",      "Polaris Software",
+                                "Quartz Mining",      "Riviera Hotels",     "Sakura Electronics", "Tundra Outfitters"};
 const char* const kProducts[] = {"Analytics Suite~Training~Support",
                                  "Fleet Tracker",
                                  "Payroll Cloud~Migration",
@@ -37,9 +40,15 @@ const char* const kProducts[] = {"Analytics Suite~Training~Support",
                                  "Security Audit~Pen Test",
                                  "E-Commerce Platform~Payment Gateway~Hosting",
                                  "Field Service App"};
-const char* const kNotes[] = {"Waiting for budget approval.", "Champion moved to another department.", "Demo went well; second call booked.",
-                              "Competitor is cheaper by 10 %.", "Needs a reference customer in the same industry.",
-                              "Legal is reviewing the contract.", "Pilot with two sites first.", "", "Decision expected after the board meeting.",
+const char* const kNotes[] = {"Waiting for budget approval.",
+                              "Champion moved to another department.",
+                              "Demo went well; second call booked.",
+                              "Competitor is cheaper by 10 %.",
+                              "Needs a reference customer in the same industry.",
+                              "Legal is reviewing the contract.",
+                              "Pilot with two sites first.",
+                              "",
+                              "Decision expected after the board meeting.",
                               "Asked for a discount on the maintenance fee."};
 
 template <class T, size_t N>
@@ -50,7 +59,8 @@ const T& Pick(std::mt19937& rng, const T (&items)[N])
 
 QString Canonical(const QDate& d, int seconds = 0)
 {
-    return d.toString(QStringLiteral("yyyy-MM-dd ")) + QTime(0, 0).addSecs(seconds).toString(QStringLiteral("HH:mm:ss"));
+    return d.toString(QStringLiteral("yyyy-MM-dd ")) +
+           QTime(0, 0).addSecs(seconds).toString(QStringLiteral("HH:mm:ss"));
 }
 
 // One IBO as the writers store it: texts in the canonical forms, Null as a null text.
@@ -148,7 +158,8 @@ QString GenerateSqlite(const QString& path, const Options& options)
     QString error;
     const QByteArray schema = detail::IboSchemaSql().toUtf8();
     // A large page cache while filling: every row goes into three indexes in random places.
-    if (!Exec(db, "PRAGMA cache_size=-262144", &error) || !Exec(db, schema.constData(), &error) || !Exec(db, "BEGIN", &error)) {
+    if (!Exec(db, "PRAGMA cache_size=-262144", &error) || !Exec(db, schema.constData(), &error) ||
+        !Exec(db, "BEGIN", &error)) {
         sqlite3_close(db);
         return error;
     }
@@ -159,7 +170,8 @@ QString GenerateSqlite(const QString& path, const Options& options)
     sqlite3_stmt* statements[2] = {nullptr, nullptr};
     for (int t = 0; t < 2; ++t) {
         const QString table = t ? QStringLiteral("IboArchive") : QStringLiteral("IboMain");
-        if (sqlite3_prepare_v2(db, QString::fromLatin1(insert).arg(table).toUtf8().constData(), -1, &statements[t], nullptr) != SQLITE_OK)
+        if (sqlite3_prepare_v2(db, QString::fromLatin1(insert).arg(table).toUtf8().constData(), -1, &statements[t],
+                               nullptr) != SQLITE_OK)
             error = QString::fromUtf8(sqlite3_errmsg(db));
     }
     if (error.isEmpty()) {
@@ -210,11 +222,20 @@ void AppendCopyText(QByteArray& line, const QString& t)
     }
     for (char c : t.toUtf8()) {
         switch (c) {
-        case '\\': line += "\\\\"; break;
-        case '\t': line += "\\t"; break;
-        case '\n': line += "\\n"; break;
-        case '\r': line += "\\r"; break;
-        default: line += c;
+        case '\\':
+            line += "\\\\";
+            break;
+        case '\t':
+            line += "\\t";
+            break;
+        case '\n':
+            line += "\\n";
+            break;
+        case '\r':
+            line += "\\r";
+            break;
+        default:
+            line += c;
         }
     }
 }
@@ -245,7 +266,8 @@ QString GeneratePostgreSql(const QString& uri, const Options& options)
         PQfinish(conn);
         return error;
     }
-    PQsetNoticeProcessor(conn, [](void*, const char*) {}, nullptr);
+    PQsetNoticeProcessor(
+        conn, [](void*, const char*) {}, nullptr);
     QString error;
     const QByteArray schema = detail::IboSchemaSql(data::Dialect::PostgreSQL).toUtf8();
     bool ok = PgExec(conn, "BEGIN", &error) && PgExec(conn, schema.constData(), &error);
@@ -254,7 +276,8 @@ QString GeneratePostgreSql(const QString& uri, const Options& options)
         const bool holdsIbos = PQresultStatus(r) == PGRES_TUPLES_OK && PQgetvalue(r, 0, 0)[0] == 't';
         PQclear(r);
         if (holdsIbos && !options.replace) {
-            error = QStringLiteral("%1 already holds IBOs; --replace empties IboMain and IboArchive first").arg(data::DisplayPath(uri));
+            error = QStringLiteral("%1 already holds IBOs; --replace empties IboMain and IboArchive first")
+                        .arg(data::DisplayPath(uri));
             ok = false;
         } else if (holdsIbos) {
             ok = PgExec(conn, "TRUNCATE IboMain, IboArchive", &error);
@@ -286,8 +309,8 @@ QString GeneratePostgreSql(const QString& uri, const Options& options)
                 AppendCopyText(buffer, *text);
                 buffer += '\t';
             }
-            buffer += QByteArray::number(r.uwwgi) + '\t' + QByteArray::number(r.uwih) + '\t' + QByteArray::number(r.priority) + '\t' +
-                      QByteArray::number(r.status) + '\t';
+            buffer += QByteArray::number(r.uwwgi) + '\t' + QByteArray::number(r.uwih) + '\t' +
+                      QByteArray::number(r.priority) + '\t' + QByteArray::number(r.status) + '\t';
             AppendCopyText(buffer, r.product);
             buffer += '\t' + QByteArray::number(r.valueNumeric) + '\t' + QByteArray::number(r.valueDecimal) + '\t';
             for (const QString* text : {&r.dateQualified, &r.dateWonLostCancel, &r.note}) {

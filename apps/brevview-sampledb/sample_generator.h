@@ -10,11 +10,11 @@ typedef struct pg_conn PGconn;
 namespace BrevView::sample {
 
 struct Options {
-    int count = 500;            // IBOs in IboMain
-    quint32 seed = 20261122;    // same seed, same database
-    QDate today;                // dates are placed around this day (default: the clock's today)
-    int archivePercent = 4;     // extra rows in IboArchive, as a share of count
-    bool replace = false;       // on a server: empty tables that already hold IBOs
+    int count = 500;          // IBOs in IboMain
+    quint32 seed = 20261122;  // same seed, same database
+    QDate today;              // dates are placed around this day (default: the clock's today)
+    int archivePercent = 4;   // extra rows in IboArchive, as a share of count
+    bool replace = false;     // on a server: empty tables that already hold IBOs
 };
 
 // Creates `path` (replacing an existing file) with the IBO tables and the IBOs; or, when

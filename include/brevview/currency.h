@@ -20,7 +20,12 @@ public:
     /// Zero.
     constexpr Currency() = default;
     /// The amount of `ticks` ten-thousandths.
-    static constexpr Currency FromTicks(qint64 ticks) { Currency c; c.ticks_ = ticks; return c; }
+    static constexpr Currency FromTicks(qint64 ticks)
+    {
+        Currency c;
+        c.ticks_ = ticks;
+        return c;
+    }
     /// A whole amount; error 6 beyond the range.
     static Currency FromLong(qint64 whole);
     /// Rounds half to even at four decimals; error 6 outside ±922,337,203,685,477.5807.

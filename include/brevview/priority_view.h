@@ -37,9 +37,11 @@ class BREVVIEW_EXPORT PriorityView : public QWidget {
     /// The native window handle of the grid (0 before it has one). Notify signal: FlexGridHWndChanged().
     Q_PROPERTY(qint32 FlexGridHWnd READ FlexGridHWnd NOTIFY FlexGridHWndChanged)
     /// How many units of SalesCycleRangeUnits the sales-cycle column spans on each side of today. Notify signal: SalesCycleRangeValueChanged().
-    Q_PROPERTY(qint32 SalesCycleRangeValue READ SalesCycleRangeValue WRITE setSalesCycleRangeValue NOTIFY SalesCycleRangeValueChanged)
+    Q_PROPERTY(qint32 SalesCycleRangeValue READ SalesCycleRangeValue WRITE setSalesCycleRangeValue NOTIFY
+                   SalesCycleRangeValueChanged)
     /// The unit of the sales-cycle range (SalesCycleUnitsEnum). Notify signal: SalesCycleRangeUnitsChanged().
-    Q_PROPERTY(qint32 SalesCycleRangeUnits READ SalesCycleRangeUnits WRITE setSalesCycleRangeUnits NOTIFY SalesCycleRangeUnitsChanged)
+    Q_PROPERTY(qint32 SalesCycleRangeUnits READ SalesCycleRangeUnits WRITE setSalesCycleRangeUnits NOTIFY
+                   SalesCycleRangeUnitsChanged)
     /// The selected IBO ids (see GetSelection()). Notify signal: SelectionChanged().
     Q_PROPERTY(QVariant GetSelection READ GetSelection NOTIFY SelectionChanged)
 

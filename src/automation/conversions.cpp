@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstring>
-#include <cstdio>
-#include <string>
 #include <cmath>
+#include <cstdio>
+#include <cstring>
 #include <limits>
+#include <string>
 
 #include "automation/locale_info.h"
 #include "automation/runtime_error.h"
@@ -14,7 +14,10 @@
 namespace BrevView::automation {
 namespace {
 
-[[noreturn]] void RaiseNull() { Raise(ErrInvalidUseOfNull); }
+[[noreturn]] void RaiseNull()
+{
+    Raise(ErrInvalidUseOfNull);
+}
 [[noreturn]] void RaiseMismatch(const QString& text)
 {
     Raise(ErrTypeMismatch, {}, QStringLiteral("Type mismatch: \"%1\" is not a number").arg(text.left(64)));
@@ -117,7 +120,8 @@ int DoubleToChars(double value, char* out)
             for (int i = 1; i < nd; ++i)
                 out[n++] = digits[i];
         }
-        n += std::snprintf(out + n, size_t(kDoubleTextMax - n), "E%c%02d", exponent < 0 ? '-' : '+', std::abs(exponent));
+        n +=
+            std::snprintf(out + n, size_t(kDoubleTextMax - n), "E%c%02d", exponent < 0 ? '-' : '+', std::abs(exponent));
     } else if (exponent >= 0) {
         for (int i = 0; i <= exponent; ++i)
             out[n++] = i < nd ? digits[i] : '0';
@@ -155,10 +159,16 @@ bool ParseNumber(const QString& text, double* out)
     if (*q == '+' || *q == '-')
         ++q;
     bool digits = false;
-    while (q < end && *q >= '0' && *q <= '9') { ++q; digits = true; }
+    while (q < end && *q >= '0' && *q <= '9') {
+        ++q;
+        digits = true;
+    }
     if (q < end && *q == '.') {
         ++q;
-        while (q < end && *q >= '0' && *q <= '9') { ++q; digits = true; }
+        while (q < end && *q >= '0' && *q <= '9') {
+            ++q;
+            digits = true;
+        }
     }
     if (!digits)
         return false;
@@ -167,7 +177,10 @@ bool ParseNumber(const QString& text, double* out)
         if (q < end && (*q == '+' || *q == '-'))
             ++q;
         bool expDigits = false;
-        while (q < end && *q >= '0' && *q <= '9') { ++q; expDigits = true; }
+        while (q < end && *q >= '0' && *q <= '9') {
+            ++q;
+            expDigits = true;
+        }
         if (!expDigits)
             return false;
     }
@@ -198,24 +211,36 @@ bool IsNumericText(const QString& text)
 bool IsNumeric(const Variant& v)
 {
     switch (v.type()) {
-    case VarType::Null: return false;
-    case VarType::String: return IsNumericText(v.stringValue());
-    case VarType::Date: return false;
-    default: return true;
+    case VarType::Null:
+        return false;
+    case VarType::String:
+        return IsNumericText(v.stringValue());
+    case VarType::Date:
+        return false;
+    default:
+        return true;
     }
 }
 
 QString ToText(const Variant& v)
 {
     switch (v.type()) {
-    case VarType::Empty: return QString();
-    case VarType::Null: RaiseNull();
-    case VarType::Boolean: return v.boolValue() ? QStringLiteral("True") : QStringLiteral("False");
-    case VarType::Long: return QString::number(v.longValue());
-    case VarType::Double: return DoubleToText(v.doubleValue());
-    case VarType::Currency: return v.currencyValue().ToText();
-    case VarType::Date: return DateToText(v.dateValue());
-    case VarType::String: return v.stringValue();
+    case VarType::Empty:
+        return QString();
+    case VarType::Null:
+        RaiseNull();
+    case VarType::Boolean:
+        return v.boolValue() ? QStringLiteral("True") : QStringLiteral("False");
+    case VarType::Long:
+        return QString::number(v.longValue());
+    case VarType::Double:
+        return DoubleToText(v.doubleValue());
+    case VarType::Currency:
+        return v.currencyValue().ToText();
+    case VarType::Date:
+        return DateToText(v.dateValue());
+    case VarType::String:
+        return v.stringValue();
     }
     return QString();
 }
@@ -233,13 +258,20 @@ qint32 ToLong(double value)
 double ToDouble(const Variant& v)
 {
     switch (v.type()) {
-    case VarType::Empty: return 0;
-    case VarType::Null: RaiseNull();
-    case VarType::Boolean: return v.boolValue() ? -1 : 0;
-    case VarType::Long: return v.longValue();
-    case VarType::Double: return v.doubleValue();
-    case VarType::Currency: return v.currencyValue().ToDouble();
-    case VarType::Date: return v.dateValue().serial();
+    case VarType::Empty:
+        return 0;
+    case VarType::Null:
+        RaiseNull();
+    case VarType::Boolean:
+        return v.boolValue() ? -1 : 0;
+    case VarType::Long:
+        return v.longValue();
+    case VarType::Double:
+        return v.doubleValue();
+    case VarType::Currency:
+        return v.currencyValue().ToDouble();
+    case VarType::Date:
+        return v.dateValue().serial();
     case VarType::String: {
         double d = 0;
         if (!ParseNumber(v.stringValue(), &d))
@@ -253,7 +285,8 @@ double ToDouble(const Variant& v)
 qint32 ToLong(const Variant& v)
 {
     switch (v.type()) {
-    case VarType::Long: return v.longValue();
+    case VarType::Long:
+        return v.longValue();
     case VarType::Currency: {
         // Round the exact ten-thousandths half to even without going through a double.
         const qint64 t = v.currencyValue().ticks();
@@ -267,24 +300,30 @@ qint32 ToLong(const Variant& v)
             Raise(ErrOverflow);
         return static_cast<qint32>(q);
     }
-    default: return ToLong(ToDouble(v));
+    default:
+        return ToLong(ToDouble(v));
     }
 }
 
 Currency ToCurrency(const Variant& v)
 {
     switch (v.type()) {
-    case VarType::Currency: return v.currencyValue();
-    case VarType::Long: return Currency::FromLong(v.longValue());
-    default: return Currency::FromDouble(ToDouble(v));
+    case VarType::Currency:
+        return v.currencyValue();
+    case VarType::Long:
+        return Currency::FromLong(v.longValue());
+    default:
+        return Currency::FromDouble(ToDouble(v));
     }
 }
 
 Date ToDate(const Variant& v)
 {
     switch (v.type()) {
-    case VarType::Null: RaiseNull();
-    case VarType::Date: return v.dateValue();
+    case VarType::Null:
+        RaiseNull();
+    case VarType::Date:
+        return v.dateValue();
     case VarType::String: {
         Date d;
         if (Date::FromCanonicalText(v.stringValue(), &d))
@@ -315,7 +354,8 @@ Date ToDate(const Variant& v)
 bool ToBool(const Variant& v)
 {
     switch (v.type()) {
-    case VarType::Boolean: return v.boolValue();
+    case VarType::Boolean:
+        return v.boolValue();
     case VarType::String: {
         const QString s = v.stringValue().trimmed();
         if (s.compare(QStringLiteral("True"), Qt::CaseInsensitive) == 0)
@@ -324,7 +364,8 @@ bool ToBool(const Variant& v)
             return false;
         return ToDouble(v) != 0;
     }
-    default: return ToDouble(v) != 0;
+    default:
+        return ToDouble(v) != 0;
     }
 }
 
@@ -334,13 +375,20 @@ bool operator==(const Variant& a, const Variant& b)
         return false;
     switch (a.type()) {
     case VarType::Empty:
-    case VarType::Null: return true;
-    case VarType::Boolean: return a.boolValue() == b.boolValue();
-    case VarType::Long: return a.longValue() == b.longValue();
-    case VarType::Double: return a.doubleValue() == b.doubleValue();
-    case VarType::Currency: return a.currencyValue() == b.currencyValue();
-    case VarType::Date: return a.dateValue() == b.dateValue();
-    case VarType::String: return a.stringValue() == b.stringValue();
+    case VarType::Null:
+        return true;
+    case VarType::Boolean:
+        return a.boolValue() == b.boolValue();
+    case VarType::Long:
+        return a.longValue() == b.longValue();
+    case VarType::Double:
+        return a.doubleValue() == b.doubleValue();
+    case VarType::Currency:
+        return a.currencyValue() == b.currencyValue();
+    case VarType::Date:
+        return a.dateValue() == b.dateValue();
+    case VarType::String:
+        return a.stringValue() == b.stringValue();
     }
     return false;
 }

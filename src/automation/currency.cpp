@@ -7,9 +7,8 @@
 
 namespace BrevView {
 
-using automation::Raise;
 using automation::ErrOverflow;
-
+using automation::Raise;
 
 Currency Currency::FromLong(qint64 whole)
 {

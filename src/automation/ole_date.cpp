@@ -62,8 +62,8 @@ qint64 SerialDay(int year, int month, int day)
 Date Date::FromParts(int year, int month, int day, int hour, int minute, int second)
 {
     if (!IsCivilDay(year, month, day) || year < 100 || year > 9999)
-        Raise(ErrOverflow, {}, QStringLiteral("Overflow: %1-%2-%3 is not a date from year 100 to 9999")
-                                   .arg(year).arg(month).arg(day));
+        Raise(ErrOverflow, {},
+              QStringLiteral("Overflow: %1-%2-%3 is not a date from year 100 to 9999").arg(year).arg(month).arg(day));
     const qint64 days = SerialDay(year, month, day);
     const double frac = (hour * 3600 + minute * 60 + second) / 86400.0;
     return FromSerial(days >= 0 ? double(days) + frac : double(days) - frac);
@@ -148,8 +148,8 @@ QString Date::ToCanonicalText() const
     const QDate d = ToQDate();
     const int secs = SecondsOfDay();
     char buf[32];
-    const int n = std::snprintf(buf, sizeof buf, "%04d-%02d-%02d %02d:%02d:%02d", d.year(), d.month(), d.day(), secs / 3600,
-                                (secs / 60) % 60, secs % 60);
+    const int n = std::snprintf(buf, sizeof buf, "%04d-%02d-%02d %02d:%02d:%02d", d.year(), d.month(), d.day(),
+                                secs / 3600, (secs / 60) % 60, secs % 60);
     return QString::fromLatin1(buf, n);
 }
 

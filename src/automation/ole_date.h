@@ -11,7 +11,12 @@ namespace BrevView::automation {
 class Date {
 public:
     constexpr Date() = default;  // the zero date, 30 December 1899 00:00
-    static constexpr Date FromSerial(double serial) { Date d; d.serial_ = serial; return d; }
+    static constexpr Date FromSerial(double serial)
+    {
+        Date d;
+        d.serial_ = serial;
+        return d;
+    }
     // Error 6 outside the years 100 to 9999.
     static Date FromParts(int year, int month, int day, int hour = 0, int minute = 0, int second = 0);
     static Date FromQDate(const QDate& date);

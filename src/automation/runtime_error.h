@@ -20,8 +20,18 @@ struct ErrObject {
     QString source;
     QString description;
 
-    void Clear() { number = 0; source.clear(); description.clear(); }
-    void Set(const RuntimeError& e) { number = e.number(); source = e.source(); description = e.description(); }
+    void Clear()
+    {
+        number = 0;
+        source.clear();
+        description.clear();
+    }
+    void Set(const RuntimeError& e)
+    {
+        number = e.number();
+        source = e.source();
+        description = e.description();
+    }
 };
 
 ErrObject& Err();

@@ -15,7 +15,12 @@ enum class VarType { Empty, Null, Boolean, Long, Double, Currency, Date, String 
 class Variant {
 public:
     Variant() = default;
-    static Variant Null() { Variant v; v.type_ = VarType::Null; return v; }
+    static Variant Null()
+    {
+        Variant v;
+        v.type_ = VarType::Null;
+        return v;
+    }
     Variant(bool b) : type_(VarType::Boolean) { u_.b = b; }
     Variant(qint32 l) : type_(VarType::Long) { u_.l = l; }
     Variant(double d) : type_(VarType::Double) { u_.d = d; }

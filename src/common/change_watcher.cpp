@@ -133,7 +133,8 @@ public:
     std::optional<RuntimeError> reported;  // the current outage's reason
 };
 
-ChangeWatcher::ChangeWatcher(QObject* parent) : QObject(parent), d(std::make_unique<ChangeWatcherPrivate>(this)) {}
+ChangeWatcher::ChangeWatcher(QObject* parent) : QObject(parent), d(std::make_unique<ChangeWatcherPrivate>(this))
+{}
 
 ChangeWatcher::~ChangeWatcher()
 {

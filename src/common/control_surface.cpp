@@ -28,8 +28,11 @@ protected:
         case QEvent::WinIdChange:
         case QEvent::Show:
         case QEvent::ParentChange:
-        case QEvent::PlatformSurface: changed_(); break;
-        default: break;
+        case QEvent::PlatformSurface:
+            changed_();
+            break;
+        default:
+            break;
         }
         return false;
     }
@@ -43,18 +46,22 @@ private:
 int ColumnWidthTwips(const grid::FlexGrid& grid, int column, const QString& source)
 {
     if (column < 0 || column >= grid.Cols())
-        automation::Raise(automation::ErrSubscriptOutOfRange, source, QStringLiteral("There is no column %1").arg(column));
+        automation::Raise(automation::ErrSubscriptOutOfRange, source,
+                          QStringLiteral("There is no column %1").arg(column));
     return grid.ColWidth(column);
 }
 
 void SetColumnWidthTwips(grid::FlexGrid& grid, int column, int twips, const QString& source, int fixedColumn)
 {
     if (column < 0 || column >= grid.Cols())
-        automation::Raise(automation::ErrSubscriptOutOfRange, source, QStringLiteral("There is no column %1").arg(column));
+        automation::Raise(automation::ErrSubscriptOutOfRange, source,
+                          QStringLiteral("There is no column %1").arg(column));
     if (twips < 0)
-        automation::Raise(automation::ErrInvalidProcedureCall, source, QStringLiteral("A column width cannot be negative (%1)").arg(twips));
+        automation::Raise(automation::ErrInvalidProcedureCall, source,
+                          QStringLiteral("A column width cannot be negative (%1)").arg(twips));
     if (column == fixedColumn)
-        automation::Raise(automation::ErrInvalidProcedureCall, source, QStringLiteral("The width of column %1 is fixed").arg(column));
+        automation::Raise(automation::ErrInvalidProcedureCall, source,
+                          QStringLiteral("The width of column %1 is fixed").arg(column));
     grid.setColWidth(column, twips);
 }
 
@@ -72,11 +79,13 @@ bool ExportCsv(const grid::FlexGrid& grid, const QString& fileName, bool allRows
 bool FindNext(grid::FlexGrid& grid, const QString& text, int findFlags)
 {
     const int row = grid::FindText(grid, text, grid.Row(), (findFlags & QTextDocument::FindCaseSensitively) != 0,
-                                   (findFlags & QTextDocument::FindWholeWords) != 0, (findFlags & QTextDocument::FindBackward) != 0);
+                                   (findFlags & QTextDocument::FindWholeWords) != 0,
+                                   (findFlags & QTextDocument::FindBackward) != 0);
     if (row < 0)
         return false;
     grid.setRedraw(0);
-    for (int p = grid.GetNodeRow(row, grid::FlexGrid::flexNTParent); p != -1; p = grid.GetNodeRow(p, grid::FlexGrid::flexNTParent)) {
+    for (int p = grid.GetNodeRow(row, grid::FlexGrid::flexNTParent); p != -1;
+         p = grid.GetNodeRow(p, grid::FlexGrid::flexNTParent)) {
         if (!grid.NodeExpanded(p))
             grid.setIsCollapsed(p, grid::FlexGrid::flexOutlineExpanded);
     }

@@ -1,8 +1,8 @@
 #include "common/data_access.h"
 
 #include "automation/runtime_error.h"
-#include "host/object_factory.h"
 #include "common/traced.h"
+#include "host/object_factory.h"
 
 namespace BrevView::detail {
 
@@ -11,7 +11,8 @@ const char* const kFlatViewFromArchiveName = "V21_GetIbosForFlatViewFromArchive"
 
 QString FlatViewFromMainSql()
 {
-    return QStringLiteral("SELECT IboID, IboNumber, DateWWIH, ConFirstName, ConLastName, ConCompany, DescriptorUwwgi, ") +
+    return QStringLiteral(
+               "SELECT IboID, IboNumber, DateWWIH, ConFirstName, ConLastName, ConCompany, DescriptorUwwgi, ") +
            QStringLiteral("DescriptorUwih, Product, IboValueNumeric, IboValueDecimal, DescriptorStatus, ") +
            QStringLiteral("Note ") +
            QStringLiteral("FROM IboMain WHERE ((RecStatusArchive = False) And (RecStatusDelete = False)) ") +
@@ -21,7 +22,8 @@ QString FlatViewFromMainSql()
 QString FlatViewFromArchiveSql()
 {
     return QStringLiteral("SELECT IboID, IboNumber, DateWWIH, ConFirstName, ConLastName, ConCompany, ") +
-           QStringLiteral("DescriptorUwwgi, DescriptorUwih, Product, IboValueNumeric, IboValueDecimal, DescriptorStatus, ") +
+           QStringLiteral(
+               "DescriptorUwwgi, DescriptorUwih, Product, IboValueNumeric, IboValueDecimal, DescriptorStatus, ") +
            QStringLiteral("Note FROM IboArchive;");
 }
 
@@ -32,7 +34,8 @@ void SetupDataAccess(DataAccessState& state, const DataAccessTraits& traits)
             return;
         std::shared_ptr<host::IDatabaseSettings> settings = state.databaseSettings;
         if (traits.freshSettingsObject)
-            settings = host::ObjectFactory::CreateAs<host::IDatabaseSettings>(QString::fromLatin1(host::kProgIdDatabase));
+            settings =
+                host::ObjectFactory::CreateAs<host::IDatabaseSettings>(QString::fromLatin1(host::kProgIdDatabase));
         if (!settings)
             automation::Raise(automation::ErrObjectNotSet, QString::fromLatin1(traits.setupTraceName));
         (void)settings->AuxiliaryInfo();  // read, as the product does, and not used
@@ -40,9 +43,11 @@ void SetupDataAccess(DataAccessState& state, const DataAccessTraits& traits)
         const QString user = settings->UserName();
         const QString password = settings->Password();
         settings.reset();  // the priority view's own object is released right after the reads
-        const QString connect = QStringLiteral("UID=") + user + QStringLiteral(";PWD=") + password + QStringLiteral(";");
+        const QString connect =
+            QStringLiteral("UID=") + user + QStringLiteral(";PWD=") + password + QStringLiteral(";");
         std::shared_ptr<data::DBEngine> engine = data::DBEngine::ForThisThread();
-        state.workspace = engine->CreateWorkspace(QString::fromLatin1(traits.workspaceName), user, password, data::dbUseJet);
+        state.workspace =
+            engine->CreateWorkspace(QString::fromLatin1(traits.workspaceName), user, password, data::dbUseJet);
         state.database = state.workspace->OpenDatabase(path, false, false, connect);
         if (traits.guardedByReadyFlag)
             state.ready = true;

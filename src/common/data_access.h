@@ -25,11 +25,11 @@ struct DataAccessState {
 };
 
 struct DataAccessTraits {
-    const char* workspaceName;       // "FlatView", "ForecastView", "PriorityView"
-    const char* setupTraceName;      // "BrevView.FlatView::SetupDataAccess", ...
-    const char* cleanupTraceName;    // "BrevView.FlatView::CleanupDataAcess", ...
-    bool guardedByReadyFlag;         // flat and forecast views
-    bool freshSettingsObject;        // priority view: reads a second "BrevData.Database" of its own
+    const char* workspaceName;     // "FlatView", "ForecastView", "PriorityView"
+    const char* setupTraceName;    // "BrevView.FlatView::SetupDataAccess", ...
+    const char* cleanupTraceName;  // "BrevView.FlatView::CleanupDataAcess", ...
+    bool guardedByReadyFlag;       // flat and forecast views
+    bool freshSettingsObject;      // priority view: reads a second "BrevData.Database" of its own
 };
 
 // Reads the database settings, creates the thread's engine on first use, a workspace

@@ -1,8 +1,8 @@
 #include "common/dates.h"
 
 #include "automation/conversions.h"
-#include "automation/runtime_error.h"
 #include "automation/locale_info.h"
+#include "automation/runtime_error.h"
 
 namespace BrevView::detail {
 

@@ -1,9 +1,9 @@
 #include "common/expander.h"
 
 #include "automation/conversions.h"
+#include "common/traced.h"
 #include "grid/flex_grid.h"
 #include "host/mouse_pointer.h"
-#include "common/traced.h"
 
 namespace BrevView::detail {
 

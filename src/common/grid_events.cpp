@@ -3,9 +3,9 @@
 #include <QWidget>
 
 #include "automation/conversions.h"
-#include "grid/flex_grid.h"
 #include "common/call_boundary.h"
 #include "common/traced.h"
+#include "grid/flex_grid.h"
 
 namespace BrevView::detail {
 
@@ -56,7 +56,8 @@ void GotoIBO(grid::FlexGrid& grid, qint32 iboId, RevealRule rule)
         IgnoringErrors([&] { grid.setIsCollapsed(r, grid::FlexGrid::flexOutlineExpanded); });
     } else if (rule == RevealRule::ExpandAncestors) {
         IgnoringErrors([&] {
-            for (int p = grid.GetNodeRow(r, grid::FlexGrid::flexNTParent); p != -1; p = grid.GetNodeRow(p, grid::FlexGrid::flexNTParent))
+            for (int p = grid.GetNodeRow(r, grid::FlexGrid::flexNTParent); p != -1;
+                 p = grid.GetNodeRow(p, grid::FlexGrid::flexNTParent))
                 grid.setIsCollapsed(p, grid::FlexGrid::flexOutlineExpanded);
         });
     }
@@ -73,7 +74,7 @@ qint32 ToggleOrOpen(grid::FlexGrid& grid, int row, bool outline)
 {
     if (outline && grid.IsSubtotal(row)) {
         grid.setIsCollapsed(row, grid.IsCollapsed(row) != 0 ? grid::FlexGrid::flexOutlineExpanded
-                                                             : grid::FlexGrid::flexOutlineCollapsed);
+                                                            : grid::FlexGrid::flexOutlineCollapsed);
         return 0;
     }
     return IboIdOfRow(grid, row);
@@ -148,13 +149,14 @@ void WireGridEvents(QWidget* control, grid::FlexGrid* grid, CallBoundary* bounda
                 QMetaObject::invokeMethod(control, "IboEdit", Q_ARG(qint32, id));
         });
     });
-    QObject::connect(grid, &grid::FlexGrid::MouseUp, control, [control, grid, boundary, w](int button, int, float, float) {
-        boundary->AtEvent([&] {
-            const qint32 id = HandleRightClick(*grid, w->dblClickTraceName, button);
-            if (id > 0)
-                QMetaObject::invokeMethod(control, "RightClick", Q_ARG(qint32, id));
-        });
-    });
+    QObject::connect(grid, &grid::FlexGrid::MouseUp, control,
+                     [control, grid, boundary, w](int button, int, float, float) {
+                         boundary->AtEvent([&] {
+                             const qint32 id = HandleRightClick(*grid, w->dblClickTraceName, button);
+                             if (id > 0)
+                                 QMetaObject::invokeMethod(control, "RightClick", Q_ARG(qint32, id));
+                         });
+                     });
     // The keyboard does what the mouse does: Enter opens as a double-click, the Menu key
     // and Shift+F10 raise RightClick as a right-click does (on the current row).
     QObject::connect(grid, &grid::FlexGrid::RowActivated, control, [control, grid, boundary, w](int row) {
@@ -183,8 +185,9 @@ void WireGridEvents(QWidget* control, grid::FlexGrid* grid, CallBoundary* bounda
         });
     });
     if (w->afterCollapse) {
-        QObject::connect(grid, &grid::FlexGrid::AfterCollapse, control,
-                         [boundary, w](int row, int state) { boundary->AtEvent([&] { w->afterCollapse(row, state); }); });
+        QObject::connect(grid, &grid::FlexGrid::AfterCollapse, control, [boundary, w](int row, int state) {
+            boundary->AtEvent([&] { w->afterCollapse(row, state); });
+        });
     }
 }
 

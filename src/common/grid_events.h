@@ -66,10 +66,10 @@ bool ShowHeaderTooltip(grid::FlexGrid& grid, const QStringList& columnTooltips);
 // reported through the trace by the handler and is then signalled as ErrorRaised. The
 // control's signals are raised by name.
 struct GridEventWiring {
-    QString dblClickTraceName;             // also the right-click's trace name
-    bool outline = false;                  // double-click toggles nodes
+    QString dblClickTraceName;  // also the right-click's trace name
+    bool outline = false;       // double-click toggles nodes
     QStringList headerTooltips;
-    std::function<bool()> cellTooltip;     // a tooltip away from the header; false: none
+    std::function<bool()> cellTooltip;  // a tooltip away from the header; false: none
     std::function<void(int row, int state)> afterCollapse;
 };
 void WireGridEvents(QWidget* control, grid::FlexGrid* grid, CallBoundary* boundary, GridEventWiring wiring);

@@ -5,9 +5,9 @@
 #include <cstring>
 
 #include "automation/conversions.h"
+#include "common/ibo_record.h"
 #include "data/recordset.h"
 #include "grid/flex_grid.h"
-#include "common/ibo_record.h"
 
 namespace BrevView::detail {
 
@@ -33,7 +33,9 @@ void SetTextOfValue(grid::FlexGrid& grid, int row, int col, const automation::Va
         grid.setTextMatrixUtf8(row, col, text, int(end - text));
         return;
     }
-    default: grid.setTextMatrix(row, col, automation::ToText(value)); return;
+    default:
+        grid.setTextMatrix(row, col, automation::ToText(value));
+        return;
     }
 }
 
@@ -46,7 +48,8 @@ void SetProductTextFromField(grid::FlexGrid& grid, int row, int col, data::Recor
         if (std::all_of(bytes, bytes + length, [](unsigned char c) { return c < 0x80; })) {
             // One byte, one character: the display text's rules apply to the bytes as they are.
             const void* tilde = std::memchr(text, '~', size_t(length));
-            const int shown = tilde ? int(static_cast<const char*>(tilde) - text) : std::min(length, kProductDisplayMax);
+            const int shown =
+                tilde ? int(static_cast<const char*>(tilde) - text) : std::min(length, kProductDisplayMax);
             grid.setTextMatrixUtf8(row, col, text, shown);
             return;
         }

@@ -36,22 +36,53 @@ QString Lookup(const automation::Variant& code, const QString (&labels)[N], qint
 
 void FlatFieldIndices::Init()
 {
-    IboID = 0; IboNumber = 1; DateWWIH = 2; ConFirstName = 3; ConLastName = 4; ConCompany = 5;
-    DescriptorUwwgi = 6; DescriptorUwih = 7; Product = 8; IboValueNumeric = 9; IboValueDecimal = 10;
-    DescriptorStatus = 11; Note = 12;
+    IboID = 0;
+    IboNumber = 1;
+    DateWWIH = 2;
+    ConFirstName = 3;
+    ConLastName = 4;
+    ConCompany = 5;
+    DescriptorUwwgi = 6;
+    DescriptorUwih = 7;
+    Product = 8;
+    IboValueNumeric = 9;
+    IboValueDecimal = 10;
+    DescriptorStatus = 11;
+    Note = 12;
 }
 
 void PriorityFieldIndices::Init()
 {
-    DateWWIH = 0; ConFirstName = 1; ConLastName = 2; ConCompany = 3; DescriptorUwwgi = 4; DescriptorUwih = 5;
-    IboValueNumeric = 6; IboValueDecimal = 7; Product = 8; DateQualified = 9; IboID = 10;
-    DescriptorPriority = 11; IboNumber = 12; Note = 13;
+    DateWWIH = 0;
+    ConFirstName = 1;
+    ConLastName = 2;
+    ConCompany = 3;
+    DescriptorUwwgi = 4;
+    DescriptorUwih = 5;
+    IboValueNumeric = 6;
+    IboValueDecimal = 7;
+    Product = 8;
+    DateQualified = 9;
+    IboID = 10;
+    DescriptorPriority = 11;
+    IboNumber = 12;
+    Note = 13;
 }
 
 void ForecastFieldIndices::Init()
 {
-    IboID = 0; IboNumber = 1; DateWWIH = 2; ConFirstName = 3; ConLastName = 4; ConCompany = 5;
-    DescriptorUwwgi = 6; DescriptorUwih = 7; Product = 8; IboValueNumeric = 9; IboValueDecimal = 10; Note = 13;
+    IboID = 0;
+    IboNumber = 1;
+    DateWWIH = 2;
+    ConFirstName = 3;
+    ConLastName = 4;
+    ConCompany = 5;
+    DescriptorUwwgi = 6;
+    DescriptorUwih = 7;
+    Product = 8;
+    IboValueNumeric = 9;
+    IboValueDecimal = 10;
+    Note = 13;
 }
 
 QString DescriptorLabel(const automation::Variant& code)
@@ -62,7 +93,8 @@ QString DescriptorLabel(const automation::Variant& code)
 
 QString StatusLabel(const automation::Variant& code)
 {
-    static const QString kLabels[] = {QStringLiteral("Open"), QStringLiteral("Won"), QStringLiteral("Lost"), QStringLiteral("Cancelled")};
+    static const QString kLabels[] = {QStringLiteral("Open"), QStringLiteral("Won"), QStringLiteral("Lost"),
+                                      QStringLiteral("Cancelled")};
     return Lookup(code, kLabels, 1);
 }
 

@@ -20,8 +20,8 @@ struct FlatFieldIndices {
 // Field positions of the priority view's two queries.
 struct PriorityFieldIndices {
     qint32 DateWWIH = 0, ConFirstName = 0, ConLastName = 0, ConCompany = 0, DescriptorUwwgi = 0, DescriptorUwih = 0,
-           IboValueNumeric = 0, IboValueDecimal = 0, Product = 0, DateQualified = 0, IboID = 0,
-           DescriptorPriority = 0, IboNumber = 0, Note = 0;
+           IboValueNumeric = 0, IboValueDecimal = 0, Product = 0, DateQualified = 0, IboID = 0, DescriptorPriority = 0,
+           IboNumber = 0, Note = 0;
     void Init();
 };
 

@@ -30,8 +30,8 @@ void Main()
         s.trace = host::ObjectFactory::CreateAs<host::ITrace>(QString::fromLatin1(host::kProgIdTrace));
     } catch (const RuntimeError& e) {
         s.trace.reset();
-        host::ShowMessageBox({QStringLiteral("Could not create trace object. Module:") + QStringLiteral("BrevView.modInit::") +
-                                  QStringLiteral("Main"),
+        host::ShowMessageBox({QStringLiteral("Could not create trace object. Module:") +
+                                  QStringLiteral("BrevView.modInit::") + QStringLiteral("Main"),
                               QStringLiteral("Automation error"), host::MessageBoxIcon::Exclamation, true});
         throw RuntimeError(e.number(), e.source(), e.description());
     }

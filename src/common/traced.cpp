@@ -10,8 +10,9 @@ host::ITrace& Trace()
 {
     host::ITrace* t = modInit::TraceObject();
     if (!t)
-        automation::Raise(automation::ErrObjectNotSet, QStringLiteral("BrevView"),
-                          QStringLiteral("Object variable or With block variable not set (no trace object on this thread)"));
+        automation::Raise(
+            automation::ErrObjectNotSet, QStringLiteral("BrevView"),
+            QStringLiteral("Object variable or With block variable not set (no trace object on this thread)"));
     return *t;
 }
 

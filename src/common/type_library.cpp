@@ -90,15 +90,33 @@ constexpr int Count(const T (&)[N])
 }
 
 const ClassDesc kClasses[] = {
-    {"PriorityView", "BrevView.PriorityView", "{D62444E2-4BA7-46AF-9034-0512439D41EC}", 30000,
+    {"PriorityView",
+     "BrevView.PriorityView",
+     "{D62444E2-4BA7-46AF-9034-0512439D41EC}",
+     30000,
      {"_PriorityView", "{455EDD01-66DA-4550-9557-E9D87405F9EA}", 1, 2, kPrioritySlots, Count(kPrioritySlots)},
-     "__PriorityView", "{D4C2CE09-AD20-47F2-AF59-056BF5D4469C}", kPriorityAliases, Count(kPriorityAliases)},
-    {"ForecastView", "BrevView.ForecastView", "{11DC179A-03EB-4C79-ABBA-0AD2841FA0F5}", 30001,
+     "__PriorityView",
+     "{D4C2CE09-AD20-47F2-AF59-056BF5D4469C}",
+     kPriorityAliases,
+     Count(kPriorityAliases)},
+    {"ForecastView",
+     "BrevView.ForecastView",
+     "{11DC179A-03EB-4C79-ABBA-0AD2841FA0F5}",
+     30001,
      {"_ForecastView", "{15386307-2DA1-4600-986E-21BA670EF245}", 1, 4, kForecastSlots, Count(kForecastSlots)},
-     "__ForecastView", "{49B0FF28-2E54-46BF-9AA7-9F602AC74A5E}", kForecastAliases, Count(kForecastAliases)},
-    {"FlatView", "BrevView.FlatView", "{10A51574-7DDE-4F4A-A7B2-E6A31D44C9F7}", 30002,
+     "__ForecastView",
+     "{49B0FF28-2E54-46BF-9AA7-9F602AC74A5E}",
+     kForecastAliases,
+     Count(kForecastAliases)},
+    {"FlatView",
+     "BrevView.FlatView",
+     "{10A51574-7DDE-4F4A-A7B2-E6A31D44C9F7}",
+     30002,
      {"_FlatView", "{D052CC96-D3F6-43F9-9CCE-10E8E71574D3}", 1, 4, kFlatSlots, Count(kFlatSlots)},
-     "__FlatView", "{4770978C-09AA-48AE-8C0F-B12CEA36B863}", kFlatAliases, Count(kFlatAliases)},
+     "__FlatView",
+     "{4770978C-09AA-48AE-8C0F-B12CEA36B863}",
+     kFlatAliases,
+     Count(kFlatAliases)},
 };
 
 const EventDesc kEvents[] = {
@@ -106,10 +124,15 @@ const EventDesc kEvents[] = {
     {2, "RightClick", "IboID", "Long"},
 };
 
-const EnumMemberDesc kUnits[] = {{"eSalesCycleUnitDays", 0}, {"eSalesCycleUnitWeeks", 1}, {"eSalesCycleUnitMonths", 2}, {"eSalesCycleUnitYears", 3}};
+const EnumMemberDesc kUnits[] = {
+    {"eSalesCycleUnitDays", 0}, {"eSalesCycleUnitWeeks", 1}, {"eSalesCycleUnitMonths", 2}, {"eSalesCycleUnitYears", 3}};
 const EnumMemberDesc kModes[] = {{"eUnweightedForecast", 0}, {"eWeightedForecast", 1}};
 const EnumMemberDesc kSources[] = {{"eViewMainTable", 0}, {"eViewArchiveTable", 1}};
-const EnumMemberDesc kFilters[] = {{"eFilterShowNone", 0}, {"eFilterShowOpen", 1}, {"eFilterShowWon", 2}, {"eFilterShowLost", 4}, {"eFilterShowCancelled", 8}};
+const EnumMemberDesc kFilters[] = {{"eFilterShowNone", 0},
+                                   {"eFilterShowOpen", 1},
+                                   {"eFilterShowWon", 2},
+                                   {"eFilterShowLost", 4},
+                                   {"eFilterShowCancelled", 8}};
 
 const EnumDesc kEnums[] = {
     {"SalesCycleUnitsEnum", "{C3E10C73-AEE3-4A49-B239-021E05FBAEE3}", kUnits, Count(kUnits)},
@@ -119,16 +142,29 @@ const EnumDesc kEnums[] = {
 };
 
 const TypeLibraryDesc kLibrary = {
-    "BrevView", "Brev View Controls Library 2.1", "{55092F9A-4616-4F7D-BF50-53DF3B5DCD3B}", 3, 7, 0x409,
-    "BrevView.ocx", "2.1.0.93", "2.01.0093",
-    kClasses, Count(kClasses), kEvents, Count(kEvents), kEnums, Count(kEnums),
+    "BrevView",
+    "Brev View Controls Library 2.1",
+    "{55092F9A-4616-4F7D-BF50-53DF3B5DCD3B}",
+    3,
+    7,
+    0x409,
+    "BrevView.ocx",
+    "2.1.0.93",
+    "2.01.0093",
+    kClasses,
+    Count(kClasses),
+    kEvents,
+    Count(kEvents),
+    kEnums,
+    Count(kEnums),
 };
 
 [[noreturn]] void Unknown(quint32 dispId, const char* itf)
 {
     automation::Raise(438, QStringLiteral("BrevView"),
                       QStringLiteral("Object doesn't support this property or method (DISPID 0x%1 of %2)")
-                          .arg(dispId, 8, 16, QLatin1Char('0')).arg(QLatin1String(itf)));
+                          .arg(dispId, 8, 16, QLatin1Char('0'))
+                          .arg(QLatin1String(itf)));
 }
 
 }  // namespace
@@ -157,11 +193,13 @@ const ClassDesc* ClassOf(const QObject* control)
     return FindClass(name);
 }
 
-QVariant InvokeByDispId(QObject* control, quint32 dispId, MemberKind kind, const QVariantList& args, const char* interfaceName)
+QVariant InvokeByDispId(QObject* control, quint32 dispId, MemberKind kind, const QVariantList& args,
+                        const char* interfaceName)
 {
     const ClassDesc* cls = ClassOf(control);
     if (!cls)
-        automation::Raise(automation::ErrCantCreateObject, QStringLiteral("BrevView"), QStringLiteral("Not a BrevView control"));
+        automation::Raise(automation::ErrCantCreateObject, QStringLiteral("BrevView"),
+                          QStringLiteral("Not a BrevView control"));
     const char* itf = cls->defaultInterface.name;
     if (interfaceName) {
         // An alias of an earlier version binds to the same slots as the current interface.
@@ -169,8 +207,9 @@ QVariant InvokeByDispId(QObject* control, quint32 dispId, MemberKind kind, const
         for (int i = 0; i < cls->aliasCount && !known; ++i)
             known = qstrcmp(interfaceName, cls->aliases[i].name) == 0;
         if (!known)
-            automation::Raise(automation::ErrTypeMismatch, QStringLiteral("BrevView"),
-                              QStringLiteral("%1 does not implement %2").arg(QLatin1String(cls->name), QLatin1String(interfaceName)));
+            automation::Raise(
+                automation::ErrTypeMismatch, QStringLiteral("BrevView"),
+                QStringLiteral("%1 does not implement %2").arg(QLatin1String(cls->name), QLatin1String(interfaceName)));
         itf = interfaceName;
     }
     const SlotDesc* found = nullptr;
@@ -183,7 +222,9 @@ QVariant InvokeByDispId(QObject* control, quint32 dispId, MemberKind kind, const
         Unknown(dispId, itf);
     if (int(found->args.size()) != args.size())
         automation::Raise(449, QStringLiteral("BrevView"),
-                          QStringLiteral("Argument not optional (%1 takes %2)").arg(QLatin1String(found->member)).arg(found->args.size()));
+                          QStringLiteral("Argument not optional (%1 takes %2)")
+                              .arg(QLatin1String(found->member))
+                              .arg(found->args.size()));
     const QMetaObject* mo = control->metaObject();
     if (kind == MemberKind::Get || kind == MemberKind::Let) {
         const int index = mo->indexOfProperty(found->member);
@@ -214,11 +255,13 @@ QVariant InvokeByDispId(QObject* control, quint32 dispId, MemberKind kind, const
         QVariant result;
         bool ok = false;
         if (method.returnMetaType().id() == QMetaType::Void) {
-            ok = method.invoke(control, Qt::DirectConnection, a[0], a[1], a[2], a[3], a[4], a[5], a[6], a[7], a[8], a[9]);
+            ok = method.invoke(control, Qt::DirectConnection, a[0], a[1], a[2], a[3], a[4], a[5], a[6], a[7], a[8],
+                               a[9]);
         } else {
             result = QVariant(method.returnMetaType());
-            ok = method.invoke(control, Qt::DirectConnection, QGenericReturnArgument(method.returnMetaType().name(), result.data()),
-                               a[0], a[1], a[2], a[3], a[4], a[5], a[6], a[7], a[8], a[9]);
+            ok = method.invoke(control, Qt::DirectConnection,
+                               QGenericReturnArgument(method.returnMetaType().name(), result.data()), a[0], a[1], a[2],
+                               a[3], a[4], a[5], a[6], a[7], a[8], a[9]);
         }
         if (!ok)
             automation::Raise(automation::ErrMethodFailed, QStringLiteral("BrevView"),

@@ -17,12 +17,12 @@ enum class MemberKind { Get, Let, Method };
 
 struct ArgDesc {
     const char* name;
-    const char* type;    // automation type: "Long", "Double", "Currency", "Boolean", an enum name
+    const char* type;  // automation type: "Long", "Double", "Currency", "Boolean", an enum name
     bool byRef = false;
 };
 
 struct SlotDesc {
-    int slot;            // 1-based position in the interface
+    int slot;  // 1-based position in the interface
     quint32 dispId;
     const char* member;
     MemberKind kind;
@@ -55,7 +55,7 @@ struct ClassDesc {
     const char* name;
     const char* progId;
     const char* guid;
-    int toolboxBitmap;   // resource id of its 16 x 15 toolbox picture
+    int toolboxBitmap;  // resource id of its 16 x 15 toolbox picture
     InterfaceDesc defaultInterface;
     const char* eventInterfaceName;
     const char* eventInterfaceGuid;

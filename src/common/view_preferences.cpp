@@ -1,20 +1,25 @@
 #include "common/view_preferences.h"
 
 #include "automation/runtime_error.h"
-#include "host/object_factory.h"
 #include "common/traced.h"
+#include "host/object_factory.h"
 
 namespace BrevView::detail {
 
 QString LoadResString(int id)
 {
     switch (id) {
-    case 101: return QStringLiteral("2;3;10;480;495;780;885;870;780;525;450;315;345;1500;2760;960;780;780");
-    case 102: return QStringLiteral("0;0;0;960;960;960;960;960;960;960;960;960;960;960;960;960;960;960;960;960");
-    case 103: return QStringLiteral("15;480;885;780;885;870;1275;525;450;315;960;1500");
-    case 104: return QStringLiteral("15;480;885;780;885;870;1275;525;450;315;960;1500");
+    case 101:
+        return QStringLiteral("2;3;10;480;495;780;885;870;780;525;450;315;345;1500;2760;960;780;780");
+    case 102:
+        return QStringLiteral("0;0;0;960;960;960;960;960;960;960;960;960;960;960;960;960;960;960;960;960");
+    case 103:
+        return QStringLiteral("15;480;885;780;885;870;1275;525;450;315;960;1500");
+    case 104:
+        return QStringLiteral("15;480;885;780;885;870;1275;525;450;315;960;1500");
     default:
-        automation::Raise(326, QStringLiteral("BrevView"), QStringLiteral("Resource with identifier '%1' not found").arg(id));
+        automation::Raise(326, QStringLiteral("BrevView"),
+                          QStringLiteral("Resource with identifier '%1' not found").arg(id));
     }
 }
 

@@ -4,12 +4,12 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include "automation/locale_info.h"
 #include "automation/runtime_error.h"
+#include "common/traced.h"
 #include "grid/flex_grid.h"
 #include "host/clock.h"
-#include "automation/locale_info.h"
 #include "host/object_factory.h"
-#include "common/traced.h"
 
 namespace BrevView::detail {
 namespace {
@@ -23,9 +23,9 @@ void ApplyPrintLook(grid::FlexGrid& g, bool setup, bool helvetica)
     g.setBackColorBkg(0xFFFFFF);                        // 20
     if (setup)
         g.setBackColor(0xFFFFFF);
-    g.setGridColor(0xE0E0E0);                           // 43
-    g.setFocusRect(0);                                  // 44
-    g.setHighLight(0);                                  // 83
+    g.setGridColor(0xE0E0E0);  // 43
+    g.setFocusRect(0);         // 44
+    g.setHighLight(0);         // 83
     const int lastRow = g.Rows() - 1;
     const int lastCol = g.Cols() - 1;
     if (lastRow >= 0 && lastCol >= 0) {
@@ -68,9 +68,11 @@ void PrintInto(grid::FlexGrid& g, QPrinter& printer, const QString& heading)
 {
     QTemporaryDir dir;
     if (!dir.isValid())
-        automation::Raise(automation::ErrPathFileAccess, QStringLiteral("BrevView"), QStringLiteral("No temporary folder for printing"));
+        automation::Raise(automation::ErrPathFileAccess, QStringLiteral("BrevView"),
+                          QStringLiteral("No temporary folder for printing"));
     const QString file = dir.filePath(QStringLiteral("print.fg"));
-    const QString title = heading + QStringLiteral("  \u2014  ") + automation::CurrentLocale().toString(host::Clock::Today().ToQDate(), QLocale::LongFormat);
+    const QString title = heading + QStringLiteral("  \u2014  ") +
+                          automation::CurrentLocale().toString(host::Clock::Today().ToQDate(), QLocale::LongFormat);
     g.setRedraw(0);
     g.SaveGrid(file, 0, true);
     ApplyPrintLook(g, false, false);

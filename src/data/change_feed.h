@@ -24,9 +24,9 @@ namespace BrevView::data {
 class ChangeFeed {
 public:
     struct Callbacks {
-        std::function<void()> opened;                      // watching from now on
-        std::function<void()> changed;                     // something was committed
-        std::function<void(const RuntimeError&)> lost;     // not watching; why (no password in it)
+        std::function<void()> opened;                   // watching from now on
+        std::function<void()> changed;                  // something was committed
+        std::function<void(const RuntimeError&)> lost;  // not watching; why (no password in it)
     };
 
     // For `path` (an SQLite file or a server URI, see OpenConnection). On a server, `channel`

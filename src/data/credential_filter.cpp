@@ -34,10 +34,12 @@ CredentialFilter::CredentialFilter(const QString& path, const QString& userName,
             }
             Add(users_, colon >= 0 ? info.left(colon) : info);
         }
-        static const QRegularExpression password(QStringLiteral("[?&]password=([^&]*)"), QRegularExpression::CaseInsensitiveOption);
+        static const QRegularExpression password(QStringLiteral("[?&]password=([^&]*)"),
+                                                 QRegularExpression::CaseInsensitiveOption);
         for (auto it = password.globalMatch(rest); it.hasNext();)
             Add(passwords_, it.next().captured(1));
-        static const QRegularExpression user(QStringLiteral("[?&]user=([^&]*)"), QRegularExpression::CaseInsensitiveOption);
+        static const QRegularExpression user(QStringLiteral("[?&]user=([^&]*)"),
+                                             QRegularExpression::CaseInsensitiveOption);
         for (auto it = user.globalMatch(rest); it.hasNext();)
             Add(users_, it.next().captured(1));
     }

@@ -146,9 +146,9 @@ public:
     // with its caller (see ReadAhead). `forwardOnly`: the caller reads the rows once, in
     // order, and never goes back.
     enum class ReadAheadWay {
-        NotAhead,             // read on the caller's thread (the default)
-        CallersStatement,     // the caller's own statement, on this same session
-        StatementOfItsOwn,    // a statement from PrepareToReadAhead, when it gives one
+        NotAhead,           // read on the caller's thread (the default)
+        CallersStatement,   // the caller's own statement, on this same session
+        StatementOfItsOwn,  // a statement from PrepareToReadAhead, when it gives one
     };
     virtual ReadAheadWay WayToReadAhead(bool forwardOnly) const
     {

@@ -3,8 +3,8 @@
 #include <QRegularExpression>
 
 #include "automation/runtime_error.h"
-#include "data/sql_dialect.h"
 #include "data/engine.h"
+#include "data/sql_dialect.h"
 
 namespace BrevView::data {
 namespace {
@@ -16,7 +16,8 @@ QString WithRowId(const QString& sql, QString* updateTable, const std::function<
     updateTable->clear();
     // SELECT <list> FROM <one table> [WHERE|ORDER|GROUP ...]
     static const QRegularExpression re(
-        QStringLiteral(R"(^\s*SELECT\s+(?!DISTINCT\b)(.*?)\s+FROM\s+("[^"]+"|[A-Za-z_][A-Za-z0-9_]*)\s*(WHERE\b.*|ORDER\b.*|GROUP\b.*)?$)"),
+        QStringLiteral(
+            R"(^\s*SELECT\s+(?!DISTINCT\b)(.*?)\s+FROM\s+("[^"]+"|[A-Za-z_][A-Za-z0-9_]*)\s*(WHERE\b.*|ORDER\b.*|GROUP\b.*)?$)"),
         QRegularExpression::CaseInsensitiveOption | QRegularExpression::DotMatchesEverythingOption);
     const QRegularExpressionMatch m = re.match(sql);
     if (!m.hasMatch())
@@ -29,11 +30,14 @@ QString WithRowId(const QString& sql, QString* updateTable, const std::function<
     if (key.isEmpty())
         return sql;  // no key to update a row by: read-only
 
-    return sql.left(m.capturedEnd(1)) + QStringLiteral(", ") + key + QStringLiteral(" AS brev_rowid") + sql.mid(m.capturedEnd(1));
+    return sql.left(m.capturedEnd(1)) + QStringLiteral(", ") + key + QStringLiteral(" AS brev_rowid") +
+           sql.mid(m.capturedEnd(1));
 }
 
 QueryDef::QueryDef(std::shared_ptr<Connection> connection, QString name, QString sql, Proof proof)
-    : conn_(std::move(connection)), name_(std::move(name)), sql_(std::move(sql))
+    : conn_(std::move(connection)),
+      name_(std::move(name)),
+      sql_(std::move(sql))
 {
     translated_ = TranslateJetSql(sql_, conn_->dialect());
     if (proof == Proof::Now)
@@ -68,8 +72,9 @@ void QueryDef::SetParameter(const QString& name, const automation::Variant& valu
     for (const QString& p : parameterNames_)
         known = known || p.compare(name, Qt::CaseInsensitive) == 0;
     if (!known)
-        automation::Raise(automation::ErrItemNotFound, kSource,
-                          QStringLiteral("Item not found in this collection: parameter '%1' of query '%2'.").arg(name, name_));
+        automation::Raise(
+            automation::ErrItemNotFound, kSource,
+            QStringLiteral("Item not found in this collection: parameter '%1' of query '%2'.").arg(name, name_));
     for (auto& [n, v] : values_) {
         if (n.compare(name, Qt::CaseInsensitive) == 0) {
             v = value;

@@ -50,8 +50,8 @@ private:
         std::vector<Cell> cells;  // room for a whole batch, kept from one batch to the next
         TextBuffer text;
         int rows = 0;
-        bool end = false;              // the statement has no rows after these
-        std::exception_ptr error;      // raised after these rows
+        bool end = false;          // the statement has no rows after these
+        std::exception_ptr error;  // raised after these rows
     };
 
     const Cell& CellAt(int column) const { return current_->cells[size_t(row_) * size_t(columns_) + size_t(column)]; }
@@ -67,8 +67,8 @@ private:
     std::deque<std::unique_ptr<Batch>> ready_;   // read, not yet handed over
     std::vector<std::unique_ptr<Batch>> spare_;  // handed back, to be filled again
     bool stop_ = false;
-    bool ended_ = false;              // the reader has read the statement's last row (or its error)
-    std::exception_ptr failure_;      // what ended the reading thread outside a row
+    bool ended_ = false;          // the reader has read the statement's last row (or its error)
+    std::exception_ptr failure_;  // what ended the reading thread outside a row
 
     std::unique_ptr<Batch> current_;  // the caller's batch
     int row_ = -1;

@@ -5,9 +5,9 @@
 
 #include "automation/conversions.h"
 #include "automation/runtime_error.h"
+#include "data/engine.h"
 #include "data/read_ahead.h"
 #include "data/sql_dialect.h"
-#include "data/engine.h"
 
 namespace BrevView::data {
 namespace {
@@ -22,13 +22,27 @@ void Bind(Statement& stmt, int index, const Variant& v)
 {
     switch (v.type()) {
     case VarType::Empty:
-    case VarType::Null: stmt.BindNull(index); break;
-    case VarType::Boolean: stmt.BindInt(index, v.boolValue() ? 1 : 0); break;
-    case VarType::Long: stmt.BindInt(index, v.longValue()); break;
-    case VarType::Double: stmt.BindReal(index, v.doubleValue()); break;
-    case VarType::Currency: stmt.BindReal(index, v.currencyValue().ToDouble()); break;
-    case VarType::Date: stmt.BindText(index, v.dateValue().ToCanonicalText().toUtf8()); break;
-    case VarType::String: stmt.BindText(index, v.stringValue().toUtf8()); break;
+    case VarType::Null:
+        stmt.BindNull(index);
+        break;
+    case VarType::Boolean:
+        stmt.BindInt(index, v.boolValue() ? 1 : 0);
+        break;
+    case VarType::Long:
+        stmt.BindInt(index, v.longValue());
+        break;
+    case VarType::Double:
+        stmt.BindReal(index, v.doubleValue());
+        break;
+    case VarType::Currency:
+        stmt.BindReal(index, v.currencyValue().ToDouble());
+        break;
+    case VarType::Date:
+        stmt.BindText(index, v.dateValue().ToCanonicalText().toUtf8());
+        break;
+    case VarType::String:
+        stmt.BindText(index, v.stringValue().toUtf8());
+        break;
     }
 }
 
@@ -72,7 +86,8 @@ std::shared_ptr<Recordset> Recordset::Open(std::shared_ptr<Connection> connectio
     const int missing = BindParameters(*rs->stmt_, rs->source_);
     if (missing > 0) {
         rs->Close();
-        Raise(automation::ErrTooFewParameters, kSource, QStringLiteral("Too few parameters. Expected %1.").arg(missing));
+        Raise(automation::ErrTooFewParameters, kSource,
+              QStringLiteral("Too few parameters. Expected %1.").arg(missing));
     }
 
     rs->columnCount_ = rs->stmt_->ColumnCount();
@@ -109,7 +124,8 @@ void Recordset::StartReadAhead()
 {
     const bool forwardOnly = type_ == dbOpenForwardOnly;
     switch (conn_->WayToReadAhead(forwardOnly)) {
-    case Connection::ReadAheadWay::NotAhead: return;
+    case Connection::ReadAheadWay::NotAhead:
+        return;
     case Connection::ReadAheadWay::CallersStatement:
         // stmt_ itself is read, so it is no longer at its start: only for rows read once.
         // A failure to send it is the read's own failure, raised here as a Step would.
@@ -394,20 +410,23 @@ int Recordset::FieldIndex(const QString& name) const
         if (names_[c].compare(name, Qt::CaseInsensitive) == 0)
             return c;
     }
-    Raise(automation::ErrItemNotFound, kSource, QStringLiteral("Item not found in this collection: field '%1'.").arg(name));
+    Raise(automation::ErrItemNotFound, kSource,
+          QStringLiteral("Item not found in this collection: field '%1'.").arg(name));
 }
 
 Variant Recordset::ValueOf(int col, CellType kind, qint64 i, double d, const char* text, int len) const
 {
     switch (kind) {
-    case CellType::Null: return Variant::Null();
+    case CellType::Null:
+        return Variant::Null();
     case CellType::Int:
         if (isBool_[col])
             return Variant(i != 0);
         if (i >= std::numeric_limits<qint32>::min() && i <= std::numeric_limits<qint32>::max())
             return Variant(qint32(i));
         return Variant(double(i));
-    case CellType::Real: return Variant(d);
+    case CellType::Real:
+        return Variant(d);
     default: {
         if (isDate_[col]) {
             automation::Date date;
@@ -444,7 +463,8 @@ std::shared_ptr<Recordset> Recordset::OpenRecordset(int type)
     if (!filter_.trimmed().isEmpty()) {
         const TranslatedSql where = TranslateJetSql(filter_, dialect);
         if (!where.parameters.isEmpty())
-            Raise(automation::ErrTooFewParameters, kSource, QStringLiteral("Too few parameters. Expected %1.").arg(where.parameters.size()));
+            Raise(automation::ErrTooFewParameters, kSource,
+                  QStringLiteral("Too few parameters. Expected %1.").arg(where.parameters.size()));
         next.where.append(where.text);
     }
     if (!sort_.trimmed().isEmpty())
@@ -457,7 +477,8 @@ std::shared_ptr<Recordset> Recordset::OpenRecordset(int type)
         QStringList cols;
         for (int c = 0; c < fieldCount_; ++c)
             cols.append(QuoteIdentifier(names_[c]));
-        next.baseSql = QStringLiteral("SELECT ") + cols.join(QStringLiteral(", ")) + QStringLiteral(" FROM (") + ComposeSql(next) + QStringLiteral(") AS brev_f");
+        next.baseSql = QStringLiteral("SELECT ") + cols.join(QStringLiteral(", ")) + QStringLiteral(" FROM (") +
+                       ComposeSql(next) + QStringLiteral(") AS brev_f");
         next.where.clear();
         next.order.clear();
     }
@@ -471,7 +492,8 @@ void Recordset::Edit()
     if (type_ == dbOpenDynaset && !hasRowId_ && !source_.updateTable.isEmpty())
         Raise(automation::ErrCantUpdate, kSource,
               QStringLiteral("Cannot update. Database or object is read-only: table '%1' has no primary key or unique "
-                             "index on one column to update a row by.").arg(source_.updateTable));
+                             "index on one column to update a row by.")
+                  .arg(source_.updateTable));
     if (type_ != dbOpenDynaset || !hasRowId_)
         Raise(automation::ErrCantUpdate, kSource, QStringLiteral("Cannot update. Database or object is read-only."));
     editing_ = true;
@@ -483,7 +505,8 @@ void Recordset::SetField(int index, const Variant& value)
     if (index < 0 || index >= fieldCount_)
         FieldName(index);
     if (!editing_)
-        Raise(automation::ErrUpdateWithoutEdit, kSource, QStringLiteral("Update or CancelUpdate without AddNew or Edit."));
+        Raise(automation::ErrUpdateWithoutEdit, kSource,
+              QStringLiteral("Update or CancelUpdate without AddNew or Edit."));
     for (auto& [col, v] : edits_) {
         if (col == index) {
             v = value;
@@ -502,7 +525,8 @@ void Recordset::CancelUpdate()
 void Recordset::Update()
 {
     if (!editing_)
-        Raise(automation::ErrUpdateWithoutEdit, kSource, QStringLiteral("Update or CancelUpdate without AddNew or Edit."));
+        Raise(automation::ErrUpdateWithoutEdit, kSource,
+              QStringLiteral("Update or CancelUpdate without AddNew or Edit."));
     RequireCurrent();
     if (!edits_.empty()) {
         const Cell& idCell = cells_[size_t(pos_ * columnCount_ + fieldCount_)];
@@ -521,8 +545,8 @@ void Recordset::Update()
                 updateColumns_.push_back(e.first);
             }
             // PostgreSQL's tables have folded names: the table is named as the query named it.
-            const QString table = conn_->dialect() == Dialect::PostgreSQL ? source_.updateTable
-                                                                          : QuoteIdentifier(source_.updateTable);
+            const QString table =
+                conn_->dialect() == Dialect::PostgreSQL ? source_.updateTable : QuoteIdentifier(source_.updateTable);
             updateStmt_.reset();
             updateStmt_ = conn_->Prepare(QStringLiteral("UPDATE %1 SET %2 WHERE %3 = $%4")
                                              .arg(table, sets.join(QStringLiteral(", ")), source_.keyColumn)
@@ -534,10 +558,18 @@ void Recordset::Update()
         for (const auto& e : edits_)
             Bind(stmt, p++, e.second);
         switch (idCell.type) {
-        case CellType::Int: stmt.BindInt(p, idCell.i); break;
-        case CellType::Real: stmt.BindReal(p, idCell.d); break;
-        case CellType::Text: stmt.BindText(p, QByteArray(TextOf(idCell), int(idCell.len))); break;
-        default: stmt.BindNull(p); break;
+        case CellType::Int:
+            stmt.BindInt(p, idCell.i);
+            break;
+        case CellType::Real:
+            stmt.BindReal(p, idCell.d);
+            break;
+        case CellType::Text:
+            stmt.BindText(p, QByteArray(TextOf(idCell), int(idCell.len)));
+            break;
+        default:
+            stmt.BindNull(p);
+            break;
         }
         stmt.Step();
         stmt.Reset();
@@ -548,14 +580,30 @@ void Recordset::Update()
             cell.len = 0;
             switch (value.type()) {
             case VarType::Empty:
-            case VarType::Null: cell.type = CellType::Null; break;
-            case VarType::Boolean: cell.type = CellType::Int; cell.i = value.boolValue() ? 1 : 0; break;
-            case VarType::Long: cell.type = CellType::Int; cell.i = value.longValue(); break;
-            case VarType::Double: cell.type = CellType::Real; cell.d = value.doubleValue(); break;
-            case VarType::Currency: cell.type = CellType::Real; cell.d = value.currencyValue().ToDouble(); break;
+            case VarType::Null:
+                cell.type = CellType::Null;
+                break;
+            case VarType::Boolean:
+                cell.type = CellType::Int;
+                cell.i = value.boolValue() ? 1 : 0;
+                break;
+            case VarType::Long:
+                cell.type = CellType::Int;
+                cell.i = value.longValue();
+                break;
+            case VarType::Double:
+                cell.type = CellType::Real;
+                cell.d = value.doubleValue();
+                break;
+            case VarType::Currency:
+                cell.type = CellType::Real;
+                cell.d = value.currencyValue().ToDouble();
+                break;
             case VarType::Date:
             case VarType::String: {
-                const QByteArray t = (value.type() == VarType::Date ? value.dateValue().ToCanonicalText() : value.stringValue()).toUtf8();
+                const QByteArray t =
+                    (value.type() == VarType::Date ? value.dateValue().ToCanonicalText() : value.stringValue())
+                        .toUtf8();
                 cell.type = CellType::Text;
                 cell.len = quint32(t.size());
                 cell.i = KeepText(t.constData(), size_t(t.size()));

@@ -13,8 +13,8 @@
 #include <QString>
 #include <QStringList>
 
-#include "automation/variant.h"
 #include "automation/block_buffer.h"
+#include "automation/variant.h"
 #include "data/engine.h"
 #include "data/read_ahead.h"
 
@@ -38,8 +38,8 @@ struct RecordsetSource {
     std::vector<std::pair<QString, automation::Variant>> parameters;
     QStringList where;
     QString order;
-    QString updateTable;  // dynasets over one table: the table that Update writes to
-    QString keyColumn;    // the column of updateTable that Update finds a row by
+    QString updateTable;    // dynasets over one table: the table that Update writes to
+    QString keyColumn;      // the column of updateTable that Update finds a row by
     QStringList spellings;  // the names as the query's text spells them (a server may fold them)
 };
 
@@ -65,8 +65,8 @@ public:
     qint64 RecordCount();
 
     int FieldCount() const { return fieldCount_; }
-    QString FieldName(int index) const;                 // error 3265 out of range
-    int FieldIndex(const QString& name) const;          // error 3265 for an unknown name
+    QString FieldName(int index) const;         // error 3265 out of range
+    int FieldIndex(const QString& name) const;  // error 3265 for an unknown name
     // The current record's value.
     automation::Variant Field(int index)
     {
@@ -117,7 +117,7 @@ private:
     void CheckOpen() const;
     void Start();
     void StartReadAhead();
-    bool Step();           // steps the statement; false at the end
+    bool Step();  // steps the statement; false at the end
     void CacheCurrentRow();
     void FetchAll();
     void RequireCurrent() const;
@@ -125,8 +125,9 @@ private:
     // `cell` of field `index` as a value; `text` is where a text cell's bytes are.
     automation::Variant ValueOfCell(int index, const StoredCell& cell, const char* text) const
     {
-        return ValueOf(index, cell.type, cell.type == CellType::Int ? cell.i : 0, cell.type == CellType::Real ? cell.d : 0,
-                       cell.type == CellType::Text ? text : nullptr, int(cell.len));
+        return ValueOf(index, cell.type, cell.type == CellType::Int ? cell.i : 0,
+                       cell.type == CellType::Real ? cell.d : 0, cell.type == CellType::Text ? text : nullptr,
+                       int(cell.len));
     }
     // The current record's cell, `*text` where a text cell's bytes are; 3021 for a record a
     // read front to back no longer holds (its read failed on the next row).
@@ -177,8 +178,8 @@ private:
     int columnCount_ = 0;
     int fieldCount_ = 0;
     bool hasRowId_ = false;
-    QStringList names_;   // as the engine names the columns, for the statements built here
-    QStringList shown_;   // as the query spells them, for FieldName
+    QStringList names_;  // as the engine names the columns, for the statements built here
+    QStringList shown_;  // as the query spells them, for FieldName
     std::vector<bool> isDate_;
     std::vector<bool> isBool_;
 
@@ -190,8 +191,8 @@ private:
     bool started_ = false;
     bool done_ = false;
     bool closed_ = false;
-    qint64 pos_ = -1;        // current record; -1 before the first
-    qint64 rows_ = 0;        // rows cached (non-forward-only) or read (forward-only)
+    qint64 pos_ = -1;  // current record; -1 before the first
+    qint64 rows_ = 0;  // rows cached (non-forward-only) or read (forward-only)
     // The cached rows' cells, row after row, and their texts end to end; neither moves as
     // rows are added, so a million-row read copies nothing twice.
     platform::BlockBuffer<Cell, 12> cells_;
@@ -205,7 +206,7 @@ private:
     QString sort_;
 
     std::unique_ptr<Statement> updateStmt_;  // the last UPDATE, kept for the next record
-    std::vector<int> updateColumns_;  // the fields updateStmt_ sets, in order
+    std::vector<int> updateColumns_;         // the fields updateStmt_ sets, in order
     bool editing_ = false;
     std::vector<std::pair<int, automation::Variant>> edits_;
 };

@@ -15,8 +15,14 @@ namespace {
                       QStringLiteral("Invalid SQL statement: %1 in \"%2\"").arg(why, sql.left(200)));
 }
 
-bool IsIdentStart(QChar c) { return c.isLetter() || c == QLatin1Char('_'); }
-bool IsIdentChar(QChar c) { return c.isLetterOrNumber() || c == QLatin1Char('_'); }
+bool IsIdentStart(QChar c)
+{
+    return c.isLetter() || c == QLatin1Char('_');
+}
+bool IsIdentChar(QChar c)
+{
+    return c.isLetterOrNumber() || c == QLatin1Char('_');
+}
 
 QString TimestampLiteral(const automation::Date& d, Dialect dialect)
 {
@@ -87,7 +93,8 @@ QString PgName(const QString& name)
 
 bool IsWord(const QString& s, qsizetype at, QLatin1String word)
 {
-    if (at < 0 || at + word.size() > s.size() || QStringView(s).mid(at, word.size()).compare(word, Qt::CaseInsensitive) != 0)
+    if (at < 0 || at + word.size() > s.size() ||
+        QStringView(s).mid(at, word.size()).compare(word, Qt::CaseInsensitive) != 0)
         return false;
     const bool before = at == 0 || !IsIdentChar(s[at - 1]);
     const bool after = at + word.size() == s.size() || !IsIdentChar(s[at + word.size()]);
@@ -125,7 +132,8 @@ QString WithNullOrder(const QString& list)
             flush();
             out += QStringLiteral(", ");
             continue;
-        } else if (!inString && depth == 0 && (IsWord(list, i, QLatin1String("LIMIT")) || IsWord(list, i, QLatin1String("OFFSET")))) {
+        } else if (!inString && depth == 0 &&
+                   (IsWord(list, i, QLatin1String("LIMIT")) || IsWord(list, i, QLatin1String("OFFSET")))) {
             break;
         }
         term += c;
@@ -166,8 +174,7 @@ qsizetype OrderListStart(const QString& sql)
 QString FunctionName(const QString& word)
 {
     static const char* const kMap[][2] = {
-        {"date", "brev_date"}, {"now", "brev_now"}, {"year", "brev_year"},
-        {"month", "brev_month"}, {"day", "brev_day"},
+        {"date", "brev_date"}, {"now", "brev_now"}, {"year", "brev_year"}, {"month", "brev_month"}, {"day", "brev_day"},
     };
     const QString lower = word.toLower();
     for (const auto& entry : kMap) {
@@ -275,7 +282,8 @@ TranslatedSql TranslateJetSql(const QString& sql, Dialect dialect)
                     if (close >= n || sql[close] != QLatin1Char(')'))
                         Fail(QStringLiteral("%1() takes no argument").arg(name), sql);
                     i = close + 1;
-                    out += TimestampLiteral(part == QLatin1String("date") ? host::Clock::Today() : host::Clock::Now(), dialect);
+                    out += TimestampLiteral(part == QLatin1String("date") ? host::Clock::Today() : host::Clock::Now(),
+                                            dialect);
                 } else {
                     out += QStringLiteral("extract(%1 from ").arg(part);
                 }

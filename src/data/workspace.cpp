@@ -5,9 +5,11 @@
 namespace BrevView::data {
 
 Workspace::Workspace(QString name, QString userName, QString password, int type)
-    : name_(std::move(name)), userName_(std::move(userName)), password_(std::move(password)), type_(type)
-{
-}
+    : name_(std::move(name)),
+      userName_(std::move(userName)),
+      password_(std::move(password)),
+      type_(type)
+{}
 
 std::shared_ptr<Database> Workspace::OpenDatabase(const QString& path, bool, bool, const QString& connect)
 {
@@ -34,7 +36,8 @@ std::shared_ptr<DBEngine> DBEngine::ForThisThread()
     return engine;
 }
 
-std::shared_ptr<Workspace> DBEngine::CreateWorkspace(const QString& name, const QString& userName, const QString& password, int type)
+std::shared_ptr<Workspace> DBEngine::CreateWorkspace(const QString& name, const QString& userName,
+                                                     const QString& password, int type)
 {
     auto ws = std::make_shared<Workspace>(name, userName, password, type);
     workspaces_.push_back(ws);

@@ -27,8 +27,8 @@
 #include <QToolTip>
 
 #include "automation/conversions.h"
-#include "automation/runtime_error.h"
 #include "automation/locale_info.h"
+#include "automation/runtime_error.h"
 #include "grid/grid_accessible.h"
 #include "grid/grid_export.h"
 #include "grid/grid_format.h"
@@ -202,7 +202,8 @@ void FlexGrid::focusInEvent(QFocusEvent* event)
         EnsureLayout();
         bool moved = false;
         if ((row_ < fixedRows_ || row_ >= store_.rows() || VisibleIndexOf(row_) < 0) && !visible_.empty()) {
-            const auto ibo = std::find_if(visible_.begin(), visible_.end(), [this](int r) { return !store_.Row(r).subtotal; });
+            const auto ibo =
+                std::find_if(visible_.begin(), visible_.end(), [this](int r) { return !store_.Row(r).subtotal; });
             row_ = ibo != visible_.end() ? *ibo : visible_.front();
             moved = true;
         }
@@ -233,13 +234,19 @@ void FlexGrid::focusOutEvent(QFocusEvent* event)
 void FlexGrid::RaiseBadRow(int row, const char* what) const
 {
     Raise(automation::ErrInvalidArrayIndex, kSource,
-          QStringLiteral("Invalid row %1 for %2 (the grid has %3 rows)").arg(row).arg(QLatin1String(what)).arg(store_.rows()));
+          QStringLiteral("Invalid row %1 for %2 (the grid has %3 rows)")
+              .arg(row)
+              .arg(QLatin1String(what))
+              .arg(store_.rows()));
 }
 
 void FlexGrid::RaiseBadCol(int col, const char* what) const
 {
     Raise(automation::ErrInvalidArrayIndex, kSource,
-          QStringLiteral("Invalid column %1 for %2 (the grid has %3 columns)").arg(col).arg(QLatin1String(what)).arg(store_.cols()));
+          QStringLiteral("Invalid column %1 for %2 (the grid has %3 columns)")
+              .arg(col)
+              .arg(QLatin1String(what))
+              .arg(store_.cols()));
 }
 
 int FlexGrid::TwipsPerPixelX() const
@@ -275,7 +282,8 @@ int FlexGrid::RowPx(int row) const
     int lines = 1;
     for (int c = 0; c < store_.cols(); ++c) {
         const QString text = store_.Text(row, c);
-        const auto breaks = std::count_if(text.cbegin(), text.cend(), [](QChar ch) { return ch == u'\r' || ch == u'\n'; });
+        const auto breaks =
+            std::count_if(text.cbegin(), text.cend(), [](QChar ch) { return ch == u'\r' || ch == u'\n'; });
         lines = std::max(lines, int(breaks) + 1);
     }
     return std::max(px, lines * fontMetrics().lineSpacing() + 4);
@@ -447,7 +455,8 @@ void FlexGrid::BuildOrder() const
     // once), else the rank of the text among the distinct texts in the locale's collation.
     std::vector<double> key(size_t(std::max(0, rows)), 0.0);
     const bool date = info.dataType == flexDTDate;
-    const bool typedNumber = info.dataType == flexDTCurrency || info.dataType == flexDTDouble || info.dataType == flexDTLong;
+    const bool typedNumber =
+        info.dataType == flexDTCurrency || info.dataType == flexDTDouble || info.dataType == flexDTLong;
     // Numbers and dates as numbers, each distinct text read once; a column of the general type
     // sorts as numbers when every text of its rows reads as one, else as text.
     bool numeric = true;
@@ -499,7 +508,8 @@ void FlexGrid::BuildOrder() const
         keys.reserve(size_t(distinct.size()));
         for (const QString& t : distinct)
             keys.push_back(collator.sortKey(t));
-        std::stable_sort(byText.begin(), byText.end(), [&](int a, int b) { return keys[size_t(a)].compare(keys[size_t(b)]) < 0; });
+        std::stable_sort(byText.begin(), byText.end(),
+                         [&](int a, int b) { return keys[size_t(a)].compare(keys[size_t(b)]) < 0; });
         std::vector<double> rank(byText.size());
         for (size_t i = 0; i < byText.size(); ++i)
             rank[size_t(byText[i])] = double(i);
@@ -511,7 +521,9 @@ void FlexGrid::BuildOrder() const
     order_.clear();
     order_.reserve(size_t(std::max(0, rows - fixedRows_)));
     const bool descending = sortOrder_ == Qt::DescendingOrder;
-    auto less = [&](int a, int b) { return descending ? key[size_t(a)] > key[size_t(b)] : key[size_t(a)] < key[size_t(b)]; };
+    auto less = [&](int a, int b) {
+        return descending ? key[size_t(a)] > key[size_t(b)] : key[size_t(a)] < key[size_t(b)];
+    };
     int r = fixedRows_;
     while (r < rows) {
         if (store_.Row(r).subtotal) {
@@ -567,7 +579,8 @@ void FlexGrid::setRows(int rows)
         emit SortChanged(-1, -1);
     }
     if (rows < old) {
-        selected_.erase(std::remove_if(selected_.begin(), selected_.end(), [rows](int r) { return r >= rows; }), selected_.end());
+        selected_.erase(std::remove_if(selected_.begin(), selected_.end(), [rows](int r) { return r >= rows; }),
+                        selected_.end());
         if (row_ >= rows)
             row_ = rows > fixedRows_ ? rows - 1 : -1;
     }
@@ -701,13 +714,20 @@ QVariant FlexGrid::RowData(int row) const
     const automation::Variant v = RowDataValue(row);
     switch (v.type()) {
     case automation::VarType::Empty:
-    case automation::VarType::Null: return QVariant();
-    case automation::VarType::Boolean: return v.boolValue();
-    case automation::VarType::Long: return v.longValue();
-    case automation::VarType::Double: return v.doubleValue();
-    case automation::VarType::Currency: return v.currencyValue().ToDouble();
-    case automation::VarType::Date: return v.dateValue().ToQDateTime();
-    case automation::VarType::String: return v.stringValue();
+    case automation::VarType::Null:
+        return QVariant();
+    case automation::VarType::Boolean:
+        return v.boolValue();
+    case automation::VarType::Long:
+        return v.longValue();
+    case automation::VarType::Double:
+        return v.doubleValue();
+    case automation::VarType::Currency:
+        return v.currencyValue().ToDouble();
+    case automation::VarType::Date:
+        return v.dateValue().ToQDateTime();
+    case automation::VarType::String:
+        return v.stringValue();
     }
     return QVariant();
 }
@@ -718,7 +738,9 @@ void FlexGrid::setRowData(int row, const QVariant& value)
     switch (value.typeId()) {
     case QMetaType::Int:
     case QMetaType::Short:
-    case QMetaType::UInt: v = automation::Variant(qint32(value.toInt())); break;
+    case QMetaType::UInt:
+        v = automation::Variant(qint32(value.toInt()));
+        break;
     case QMetaType::LongLong:
     case QMetaType::Long:
         if (value.toLongLong() >= INT_MIN && value.toLongLong() <= INT_MAX)
@@ -727,10 +749,18 @@ void FlexGrid::setRowData(int row, const QVariant& value)
             v = automation::Variant(value.toDouble());
         break;
     case QMetaType::Double:
-    case QMetaType::Float: v = automation::Variant(value.toDouble()); break;
-    case QMetaType::Bool: v = automation::Variant(value.toBool()); break;
-    case QMetaType::UnknownType: v = automation::Variant(); break;
-    default: v = automation::Variant(value.toString()); break;
+    case QMetaType::Float:
+        v = automation::Variant(value.toDouble());
+        break;
+    case QMetaType::Bool:
+        v = automation::Variant(value.toBool());
+        break;
+    case QMetaType::UnknownType:
+        v = automation::Variant();
+        break;
+    default:
+        v = automation::Variant(value.toString());
+        break;
     }
     setRowDataValue(row, v);
 }
@@ -787,8 +817,9 @@ std::vector<int> FlexGrid::ShownCols() const
 
 int FlexGrid::TextColOf(int row, int col) const
 {
-    if (row < fixedRows_ || !store_.Row(row).subtotal || !store_.TextIsEmpty(row, col) || outlineBar_ == flexOutlineBarNone ||
-        col <= outlineCol_ || outlineCol_ < 0 || outlineCol_ >= store_.cols() || ColShown(outlineCol_))
+    if (row < fixedRows_ || !store_.Row(row).subtotal || !store_.TextIsEmpty(row, col) ||
+        outlineBar_ == flexOutlineBarNone || col <= outlineCol_ || outlineCol_ < 0 || outlineCol_ >= store_.cols() ||
+        ColShown(outlineCol_))
         return col;
     for (int k = outlineCol_ + 1; k < col; ++k) {
         if (ColShown(k) || !store_.TextIsEmpty(row, k))
@@ -1030,7 +1061,8 @@ int FlexGrid::GetNodeRow(int row, int which) const
         return last;
     }
     default:
-        Raise(automation::ErrInvalidPropertyValue, kSource, QStringLiteral("Invalid GetNodeRow relation %1").arg(which));
+        Raise(automation::ErrInvalidPropertyValue, kSource,
+              QStringLiteral("Invalid GetNodeRow relation %1").arg(which));
     }
 }
 
@@ -1065,7 +1097,8 @@ void FlexGrid::setNodeExpanded(int nodeRow, bool expanded)
 {
     CheckRow(nodeRow, "NodeExpanded");
     if (!store_.Row(nodeRow).subtotal)
-        Raise(automation::ErrInvalidPropertyValue, kSource, QStringLiteral("Row %1 is not an outline node").arg(nodeRow));
+        Raise(automation::ErrInvalidPropertyValue, kSource,
+              QStringLiteral("Row %1 is not an outline node").arg(nodeRow));
     SetCollapsed(nodeRow, !expanded, true);
 }
 
@@ -1084,9 +1117,15 @@ int FlexGrid::FindRow(const QVariant& item, int row, int col, bool caseSensitive
     automation::Variant v;
     switch (item.typeId()) {
     case QMetaType::Int:
-    case QMetaType::Short: v = automation::Variant(qint32(item.toInt())); break;
-    case QMetaType::Double: v = automation::Variant(item.toDouble()); break;
-    default: v = automation::Variant(item.toString()); break;
+    case QMetaType::Short:
+        v = automation::Variant(qint32(item.toInt()));
+        break;
+    case QMetaType::Double:
+        v = automation::Variant(item.toDouble());
+        break;
+    default:
+        v = automation::Variant(item.toString());
+        break;
     }
     return FindRowValue(v, row, col, caseSensitive, fullMatch);
 }
@@ -1377,15 +1416,33 @@ Qt::Alignment FlexGrid::TextAlignmentOf(int row, int col) const
         align = flexAlignLeftCenter;
     Qt::Alignment flags;
     switch (align) {
-    case flexAlignLeftTop: flags = Qt::AlignLeft | Qt::AlignTop; break;
-    case flexAlignLeftCenter: flags = Qt::AlignLeft | Qt::AlignVCenter; break;
-    case flexAlignLeftBottom: flags = Qt::AlignLeft | Qt::AlignBottom; break;
-    case flexAlignCenterTop: flags = Qt::AlignHCenter | Qt::AlignTop; break;
-    case flexAlignCenterCenter: flags = Qt::AlignHCenter | Qt::AlignVCenter; break;
-    case flexAlignCenterBottom: flags = Qt::AlignHCenter | Qt::AlignBottom; break;
-    case flexAlignRightTop: flags = Qt::AlignRight | Qt::AlignTop; break;
-    case flexAlignRightCenter: flags = Qt::AlignRight | Qt::AlignVCenter; break;
-    case flexAlignRightBottom: flags = Qt::AlignRight | Qt::AlignBottom; break;
+    case flexAlignLeftTop:
+        flags = Qt::AlignLeft | Qt::AlignTop;
+        break;
+    case flexAlignLeftCenter:
+        flags = Qt::AlignLeft | Qt::AlignVCenter;
+        break;
+    case flexAlignLeftBottom:
+        flags = Qt::AlignLeft | Qt::AlignBottom;
+        break;
+    case flexAlignCenterTop:
+        flags = Qt::AlignHCenter | Qt::AlignTop;
+        break;
+    case flexAlignCenterCenter:
+        flags = Qt::AlignHCenter | Qt::AlignVCenter;
+        break;
+    case flexAlignCenterBottom:
+        flags = Qt::AlignHCenter | Qt::AlignBottom;
+        break;
+    case flexAlignRightTop:
+        flags = Qt::AlignRight | Qt::AlignTop;
+        break;
+    case flexAlignRightCenter:
+        flags = Qt::AlignRight | Qt::AlignVCenter;
+        break;
+    case flexAlignRightBottom:
+        flags = Qt::AlignRight | Qt::AlignBottom;
+        break;
     default: {
         double ignored = 0;
         bool numeric = false;
@@ -1407,15 +1464,18 @@ QSize FlexGrid::sizeHint() const
     for (int c = 0; c < store_.cols(); ++c)
         width += OwnColPx(c);
     width = std::clamp(width, 200, 1000) + 2 * frameWidth() + verticalScrollBar()->sizeHint().width();
-    const int height = FixedHeightPx() + 12 * defaultRowPx_ + 2 * frameWidth() + horizontalScrollBar()->sizeHint().height();
+    const int height =
+        FixedHeightPx() + 12 * defaultRowPx_ + 2 * frameWidth() + horizontalScrollBar()->sizeHint().height();
     return QSize(width, height);
 }
 
 QSize FlexGrid::minimumSizeHint() const
 {
     // The header and three rows, as wide as a couple of columns.
-    const int width = 2 * qRound(kDefaultColTwips * logicalDpiX() / 1440.0) + 2 * frameWidth() + verticalScrollBar()->sizeHint().width();
-    const int height = FixedHeightPx() + 3 * defaultRowPx_ + 2 * frameWidth() + horizontalScrollBar()->sizeHint().height();
+    const int width = 2 * qRound(kDefaultColTwips * logicalDpiX() / 1440.0) + 2 * frameWidth() +
+                      verticalScrollBar()->sizeHint().width();
+    const int height =
+        FixedHeightPx() + 3 * defaultRowPx_ + 2 * frameWidth() + horizontalScrollBar()->sizeHint().height();
     return QSize(width, height);
 }
 
@@ -1433,7 +1493,8 @@ void FlexGrid::PaintCell(QPainter& p, const QRect& rect, int row, int col, bool 
 {
     const CellStyle& cs = store_.Style(row, col);
     const bool fixed = row < fixedRows_;
-    const bool selected = !fixed && !printing && highLight_ != 0 && size_t(row) < isSelected_.size() && isSelected_[size_t(row)];
+    const bool selected =
+        !fixed && !printing && highLight_ != 0 && size_t(row) < isSelected_.size() && isSelected_[size_t(row)];
     const QPalette& pal = palette();
 
     QColor back = BackColorOf(row, col);
@@ -1458,7 +1519,8 @@ void FlexGrid::PaintCell(QPainter& p, const QRect& rect, int row, int col, bool 
         opt.initFrom(this);
         const int side = std::min(rect.height(), 12);
         opt.rect = QRect(rect.right() - side - 2, rect.top() + (rect.height() - side) / 2, side, side);
-        opt.sortIndicator = sortOrder_ == Qt::AscendingOrder ? QStyleOptionHeader::SortDown : QStyleOptionHeader::SortUp;
+        opt.sortIndicator =
+            sortOrder_ == Qt::AscendingOrder ? QStyleOptionHeader::SortDown : QStyleOptionHeader::SortUp;
         style()->drawPrimitive(QStyle::PE_IndicatorHeaderArrow, &opt, &p, this);
     }
 
@@ -1502,14 +1564,16 @@ void FlexGrid::PaintCell(QPainter& p, const QRect& rect, int row, int col, bool 
                 fore = pal.color(QPalette::HighlightedText);
             p.setPen(fore);
             // Wrap where there is room for a second line (the tall header row), or where asked.
-            const bool wrap = wordWrap_ || text.contains(QLatin1Char('\n')) || rect.height() >= 2 * fontMetrics().height();
+            const bool wrap =
+                wordWrap_ || text.contains(QLatin1Char('\n')) || rect.height() >= 2 * fontMetrics().height();
             p.setClipRect(rect, Qt::IntersectClip);
             if (!wrap) {
                 // Too long for its cell: a text loses its end ("…"); a number or an amount is
                 // shown as "###", as spreadsheets do, never without its leading digits.
                 const QFontMetrics fm(font);
                 if (fm.horizontalAdvance(text) > textRect.width())
-                    text = FitCellText(text, fm, textRect.width(), !fixed && IsNumberText(text, store_.Col(col).dataType));
+                    text =
+                        FitCellText(text, fm, textRect.width(), !fixed && IsNumberText(text, store_.Col(col).dataType));
             }
             p.drawText(textRect, int(flags) | (wrap ? Qt::TextWordWrap : 0), text);
             p.restore();
@@ -1789,7 +1853,8 @@ void FlexGrid::mouseReleaseEvent(QMouseEvent* event)
     HitTest(pos, &row, &col);
     mouseRow_ = row;
     mouseCol_ = col;
-    if (event->button() == Qt::LeftButton && pressedHeaderCol_ >= 0 && row >= 0 && row < fixedRows_ && col == pressedHeaderCol_) {
+    if (event->button() == Qt::LeftButton && pressedHeaderCol_ >= 0 && row >= 0 && row < fixedRows_ &&
+        col == pressedHeaderCol_) {
         // A click on a header: this column ascending, then descending, then the rows' own order.
         if (sortCol_ != col)
             SortByColumn(col, Qt::AscendingOrder);
@@ -1841,7 +1906,9 @@ void FlexGrid::keyPressEvent(QKeyEvent* event)
     const int last = int(visible_.size()) - 1;
     const int page = std::max(1, verticalScrollBar()->pageStep());
     const Qt::KeyboardModifiers mods = event->modifiers() & (Qt::ShiftModifier | Qt::ControlModifier);
-    auto go = [&](qsizetype i) { MoveCurrent(visible_[size_t(std::clamp<qsizetype>(i, 0, last))], mods & Qt::ShiftModifier); };
+    auto go = [&](qsizetype i) {
+        MoveCurrent(visible_[size_t(std::clamp<qsizetype>(i, 0, last))], mods & Qt::ShiftModifier);
+    };
     const bool current = row_ >= fixedRows_ && row_ < store_.rows();
     const bool node = current && store_.Row(row_).subtotal;
     // An outline moves through its tree with Left and Right, as Qt's tree views do; a
@@ -1859,12 +1926,24 @@ void FlexGrid::keyPressEvent(QKeyEvent* event)
         NotifyCurrent();
     };
     switch (event->key()) {
-    case Qt::Key_Down: go(index < 0 ? 0 : index + 1); return;
-    case Qt::Key_Up: go(index < 0 ? 0 : index - 1); return;
-    case Qt::Key_PageDown: go(index < 0 ? 0 : index + page); return;
-    case Qt::Key_PageUp: go(index < 0 ? 0 : index - page); return;
-    case Qt::Key_Home: go(0); return;
-    case Qt::Key_End: go(last); return;
+    case Qt::Key_Down:
+        go(index < 0 ? 0 : index + 1);
+        return;
+    case Qt::Key_Up:
+        go(index < 0 ? 0 : index - 1);
+        return;
+    case Qt::Key_PageDown:
+        go(index < 0 ? 0 : index + page);
+        return;
+    case Qt::Key_PageUp:
+        go(index < 0 ? 0 : index - page);
+        return;
+    case Qt::Key_Home:
+        go(0);
+        return;
+    case Qt::Key_End:
+        go(last);
+        return;
     case Qt::Key_Left:
         if (!outline || !current) {
             moveColumn(-1);
@@ -1919,7 +1998,8 @@ void FlexGrid::keyPressEvent(QKeyEvent* event)
             return;
         }
         break;
-    default: break;
+    default:
+        break;
     }
     QAbstractScrollArea::keyPressEvent(event);
 }
@@ -1943,9 +2023,10 @@ void FlexGrid::Write(QDataStream& out) const
 {
     store_.Write(out);
     out << qint32(fixedRows_) << qint32(fixedCols_) << qint32(row_) << qint32(col_);
-    out << qint32(appearance_) << qint32(backColor_) << qint32(foreColor_) << qint32(backColorBkg_) << qint32(gridLines_)
-        << qint32(gridLinesFixed_) << qint32(gridColor_) << qint32(focusRect_) << qint32(highLight_) << qint32(outlineBar_)
-        << qint32(outlineCol_) << qint32(ownerDraw_) << wordWrap_ << scrollTips_ << scrollTipText_;
+    out << qint32(appearance_) << qint32(backColor_) << qint32(foreColor_) << qint32(backColorBkg_)
+        << qint32(gridLines_) << qint32(gridLinesFixed_) << qint32(gridColor_) << qint32(focusRect_)
+        << qint32(highLight_) << qint32(outlineBar_) << qint32(outlineCol_) << qint32(ownerDraw_) << wordWrap_
+        << scrollTips_ << scrollTipText_;
 }
 
 bool FlexGrid::Read(QDataStream& in)
@@ -1963,8 +2044,8 @@ bool FlexGrid::Read(QDataStream& in)
     in >> wordWrap >> scrollTips;
     if (!GridStore::ReadText(in, &tip) || in.status() != QDataStream::Ok || !in.atEnd())
         return false;
-    if (fixedRows < 0 || fixedRows > store.rows() || fixedCols < 0 || fixedCols > store.cols() || row < -1 || row >= store.rows() ||
-        col < 0 || (store.cols() > 0 && col >= store.cols()))
+    if (fixedRows < 0 || fixedRows > store.rows() || fixedCols < 0 || fixedCols > store.cols() || row < -1 ||
+        row >= store.rows() || col < 0 || (store.cols() > 0 && col >= store.cols()))
         return false;
     SelectionWatch watch(*this);
     BeginStructure();
@@ -2013,7 +2094,8 @@ void FlexGrid::SaveGrid(const QString& fileName, int, bool) const
     }
     QSaveFile file(fileName);
     if (!file.open(QIODevice::WriteOnly))
-        Raise(automation::ErrPathFileAccess, kSource, QStringLiteral("Path/File access error: cannot write '%1'").arg(fileName));
+        Raise(automation::ErrPathFileAccess, kSource,
+              QStringLiteral("Path/File access error: cannot write '%1'").arg(fileName));
     QDataStream head(&file);
     head.setVersion(QDataStream::Qt_6_4);
     head.writeRawData(kMagic.constData(), int(kMagic.size()));
@@ -2022,7 +2104,8 @@ void FlexGrid::SaveGrid(const QString& fileName, int, bool) const
     head.writeRawData(digest.constData(), int(digest.size()));
     head.writeRawData(payload.constData(), int(payload.size()));
     if (head.status() != QDataStream::Ok || !file.commit())
-        Raise(automation::ErrPathFileAccess, kSource, QStringLiteral("Path/File access error: cannot write '%1'").arg(fileName));
+        Raise(automation::ErrPathFileAccess, kSource,
+              QStringLiteral("Path/File access error: cannot write '%1'").arg(fileName));
 }
 
 void FlexGrid::LoadGrid(const QString& fileName, int, bool)
@@ -2031,14 +2114,16 @@ void FlexGrid::LoadGrid(const QString& fileName, int, bool)
     if (!file.exists())
         Raise(automation::ErrFileNotFound, kSource, QStringLiteral("File not found: '%1'").arg(fileName));
     if (!file.open(QIODevice::ReadOnly))
-        Raise(automation::ErrPathFileAccess, kSource, QStringLiteral("Path/File access error: cannot read '%1'").arg(fileName));
+        Raise(automation::ErrPathFileAccess, kSource,
+              QStringLiteral("Path/File access error: cannot read '%1'").arg(fileName));
     LoadGridData(file.readAll(), fileName);
 }
 
 void FlexGrid::LoadGridData(const QByteArray& all, const QString& fileName, bool checkDigest)
 {
     auto bad = [&](const QString& why) {
-        Raise(automation::ErrFileFormat, kSource, QStringLiteral("Invalid file format: '%1' is not a grid snapshot (%2)").arg(fileName, why));
+        Raise(automation::ErrFileFormat, kSource,
+              QStringLiteral("Invalid file format: '%1' is not a grid snapshot (%2)").arg(fileName, why));
     };
     const int headSize = int(kMagic.size()) + 4 + 8 + 32;
     if (all.size() < headSize || !all.startsWith(kMagic))
@@ -2117,9 +2202,11 @@ void FlexGrid::PrintTo(QPrinter& printer, const QString& heading, bool pageNumbe
         // as such, not as a missing printer.
         if (printer.outputFormat() == QPrinter::PdfFormat && !printer.outputFileName().isEmpty())
             Raise(automation::ErrPrinter, kSource,
-                  QStringLiteral("Printer error: cannot write the PDF file '%1'").arg(QDir::toNativeSeparators(printer.outputFileName())));
-        Raise(automation::ErrPrinter, kSource,
-              QStringLiteral("Printer error: no printer is available (set BREV_PRINT_TO_PDF to print into a PDF file)"));
+                  QStringLiteral("Printer error: cannot write the PDF file '%1'")
+                      .arg(QDir::toNativeSeparators(printer.outputFileName())));
+        Raise(
+            automation::ErrPrinter, kSource,
+            QStringLiteral("Printer error: no printer is available (set BREV_PRINT_TO_PDF to print into a PDF file)"));
     }
     EnsureLayout();
     const QRect page = printer.pageLayout().paintRectPixels(printer.resolution());

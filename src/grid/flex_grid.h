@@ -89,9 +89,9 @@ public:
     void setRowDataValue(int row, const automation::Variant& value);
     Q_INVOKABLE QVariant RowData(int row) const;
     Q_INVOKABLE void setRowData(int row, const QVariant& value);
-    Q_INVOKABLE int RowHeight(int row) const;              // twips
+    Q_INVOKABLE int RowHeight(int row) const;  // twips
     Q_INVOKABLE void setRowHeight(int row, int twips);
-    Q_INVOKABLE int ColWidth(int col) const;               // twips
+    Q_INVOKABLE int ColWidth(int col) const;  // twips
     Q_INVOKABLE void setColWidth(int col, int twips);
     // A column that keeps its texts whole is drawn at least as wide as its widest text needs
     // in the font it is drawn in (on screen and in print), so that its numbers, dates and
@@ -144,8 +144,10 @@ public:
     // Search, scrolling, selection.
     // Searches the row data (col -1) or the text of `col` from `row` (-1: the first
     // data row) on; -1 when nothing matches.
-    Q_INVOKABLE int FindRow(const QVariant& item, int row = -1, int col = -1, bool caseSensitive = false, bool fullMatch = true) const;
-    int FindRowValue(const automation::Variant& item, int row = -1, int col = -1, bool caseSensitive = false, bool fullMatch = true) const;
+    Q_INVOKABLE int FindRow(const QVariant& item, int row = -1, int col = -1, bool caseSensitive = false,
+                            bool fullMatch = true) const;
+    int FindRowValue(const automation::Variant& item, int row = -1, int col = -1, bool caseSensitive = false,
+                     bool fullMatch = true) const;
     Q_INVOKABLE void ShowCell(int row, int col);
     Q_INVOKABLE void Refresh();
     int SelectedRows() const { return int(selected_.size()); }
@@ -153,7 +155,10 @@ public:
     Q_INVOKABLE void SelectRows(const QList<int>& rows);
     // Every data row, the ones inside collapsed nodes included (Ctrl+A).
     Q_INVOKABLE void SelectAll();
-    bool RowIsSelected(int row) const { return row >= 0 && size_t(row) < isSelected_.size() && isSelected_[size_t(row)]; }
+    bool RowIsSelected(int row) const
+    {
+        return row >= 0 && size_t(row) < isSelected_.size() && isSelected_[size_t(row)];
+    }
     int TopRow() const;
     Q_INVOKABLE void setTopRow(int row);
     // The data rows shown, in order (rebuilt after collapse changes, not per call).
@@ -191,29 +196,78 @@ public:
     int Appearance() const { return appearance_; }
     void setAppearance(int a);
     int BackColor() const { return backColor_; }
-    void setBackColor(int c) { backColor_ = c; Changed(); }
+    void setBackColor(int c)
+    {
+        backColor_ = c;
+        Changed();
+    }
     int ForeColor() const { return foreColor_; }
-    void setForeColor(int c) { foreColor_ = c; Changed(); }
+    void setForeColor(int c)
+    {
+        foreColor_ = c;
+        Changed();
+    }
     int BackColorBkg() const { return backColorBkg_; }
-    void setBackColorBkg(int c) { backColorBkg_ = c; Changed(); }
+    void setBackColorBkg(int c)
+    {
+        backColorBkg_ = c;
+        Changed();
+    }
     int GridLines() const { return gridLines_; }
-    void setGridLines(int g) { gridLines_ = g; Changed(); }
+    void setGridLines(int g)
+    {
+        gridLines_ = g;
+        Changed();
+    }
     int GridLinesFixed() const { return gridLinesFixed_; }
-    void setGridLinesFixed(int g) { gridLinesFixed_ = g; Changed(); }
+    void setGridLinesFixed(int g)
+    {
+        gridLinesFixed_ = g;
+        Changed();
+    }
     int GridColor() const { return gridColor_; }
-    void setGridColor(int c) { gridColor_ = c; Changed(); }
+    void setGridColor(int c)
+    {
+        gridColor_ = c;
+        Changed();
+    }
     int FocusRect() const { return focusRect_; }
-    void setFocusRect(int f) { focusRect_ = f; Changed(); }
+    void setFocusRect(int f)
+    {
+        focusRect_ = f;
+        Changed();
+    }
     int HighLight() const { return highLight_; }
-    void setHighLight(int h) { highLight_ = h; Changed(); }
+    void setHighLight(int h)
+    {
+        highLight_ = h;
+        Changed();
+    }
     int OutlineBar() const { return outlineBar_; }
-    void setOutlineBar(int o) { outlineBar_ = o; Changed(); }
+    void setOutlineBar(int o)
+    {
+        outlineBar_ = o;
+        Changed();
+    }
     int OutlineCol() const { return outlineCol_; }
-    void setOutlineCol(int c) { outlineCol_ = c; store_.Touch(); Changed(); }
+    void setOutlineCol(int c)
+    {
+        outlineCol_ = c;
+        store_.Touch();
+        Changed();
+    }
     int OwnerDraw() const { return ownerDraw_; }
-    void setOwnerDraw(int o) { ownerDraw_ = o; Changed(); }
+    void setOwnerDraw(int o)
+    {
+        ownerDraw_ = o;
+        Changed();
+    }
     bool WordWrap() const { return wordWrap_; }
-    void setWordWrap(bool w) { wordWrap_ = w; Changed(); }
+    void setWordWrap(bool w)
+    {
+        wordWrap_ = w;
+        Changed();
+    }
     int hWnd() const;
 
     // Snapshot and printing.
@@ -271,16 +325,16 @@ signals:
     void BeforeScrollTip(int Row);
 
     // Beside the grid's own events, for item models, accessibility and keyboard users:
-    void SelectionChanged();           // the selected rows changed (user or code)
+    void SelectionChanged();  // the selected rows changed (user or code)
     void CurrentChanged(int Row, int Col);
-    void StructureAboutToChange();     // rows or their outline shape are about to change
-    void StructureChanged();           // ... and have settled (when redraw is on again)
-    void ContentChanged();             // cell texts, row data or cell styles changed
-    void OutlineToggled(int Row);      // a node was collapsed or expanded
+    void StructureAboutToChange();         // rows or their outline shape are about to change
+    void StructureChanged();               // ... and have settled (when redraw is on again)
+    void ContentChanged();                 // cell texts, row data or cell styles changed
+    void OutlineToggled(int Row);          // a node was collapsed or expanded
     void SortChanged(int Col, int Order);  // Col -1: the rows' own order
-    void RowActivated(int Row);        // Enter or Return on the current row
-    void ContextMenuKey(int Row);      // the Menu key or Shift+F10 on the current row
-    void ColumnsChanged();             // the columns shown (ColShown) changed
+    void RowActivated(int Row);            // Enter or Return on the current row
+    void ContextMenuKey(int Row);          // the Menu key or Shift+F10 on the current row
+    void ColumnsChanged();                 // the columns shown (ColShown) changed
 protected:
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
@@ -298,10 +352,10 @@ protected:
 
 private:
     class SelectionWatch;
-    void BeginStructure();           // before a change of rows or of their outline shape
-    void EndStructure();             // after it: StructureChanged, unless redraw is off
-    void ContentTouched();           // ContentChanged now, or when redraw comes back on
-    void NotifyCurrent();            // CurrentChanged, and the accessibility focus
+    void BeginStructure();  // before a change of rows or of their outline shape
+    void EndStructure();    // after it: StructureChanged, unless redraw is off
+    void ContentTouched();  // ContentChanged now, or when redraw comes back on
+    void NotifyCurrent();   // CurrentChanged, and the accessibility focus
     // Raise 9 for a row or column the grid does not have; inline, since every cell access
     // of a fill loop passes them.
     void CheckRow(int row, const char* what) const
@@ -316,16 +370,16 @@ private:
     }
     [[noreturn]] void RaiseBadRow(int row, const char* what) const;
     [[noreturn]] void RaiseBadCol(int col, const char* what) const;
-    void Changed();                 // content or look changed: repaint when redraw is on
-    void OutlineChanged();          // collapse state or nodes changed: visible rows are stale
-    void EnsureLayout() const;      // rebuilds the visible-row index when stale
+    void Changed();             // content or look changed: repaint when redraw is on
+    void OutlineChanged();      // collapse state or nodes changed: visible rows are stale
+    void EnsureLayout() const;  // rebuilds the visible-row index when stale
     void UpdateScrollBars();
     int RowPx(int row) const;
-    int ColPx(int col) const;       // on screen, the last column shown is stretched to the edge
-    int OwnColPx(int col) const;    // the column's own width
+    int ColPx(int col) const;     // on screen, the last column shown is stretched to the edge
+    int OwnColPx(int col) const;  // the column's own width
     int FixedHeightPx() const;
     int TotalWidthPx() const;
-    int ColLeftPx(int col) const;   // in content coordinates (before horizontal scroll)
+    int ColLeftPx(int col) const;  // in content coordinates (before horizontal scroll)
     void HitTest(const QPoint& pos, int* row, int* col) const;
     int ColumnBorderAt(const QPoint& pos) const;
     QRect OutlineButtonRect(const QRect& cell, int row) const;
@@ -365,7 +419,7 @@ private:
     int sortCol_ = -1;
     Qt::SortOrder sortOrder_ = Qt::AscendingOrder;
     int pressedHeaderCol_ = -1;
-    mutable std::vector<int> order_;       // DisplayOrder(), kept while sorted
+    mutable std::vector<int> order_;  // DisplayOrder(), kept while sorted
     mutable bool orderDirty_ = true;
     mutable std::vector<int> visiblePos_;  // per row: its place in visible_, or -1
     void BuildOrder() const;
@@ -378,7 +432,7 @@ private:
     int ownerDraw_ = 0;
     bool wordWrap_ = false;
 
-    std::vector<int> selected_;          // in selection order
+    std::vector<int> selected_;  // in selection order
     std::vector<bool> isSelected_;
     int anchor_ = -1;
 

@@ -25,7 +25,6 @@ void Send(QAccessibleEvent* event)
     QAccessible::updateAccessibility(event);
 }
 
-
 class GridAccessible;
 
 // The interfaces live in Qt's accessibility cache, which deletes the last of them when the
@@ -41,7 +40,9 @@ const QString kExpand = QStringLiteral("Expand");
 const QString kCollapse = QStringLiteral("Collapse");
 
 // One cell (or header cell) of the table, addressed by its grid row and column.
-class CellAccessible : public QAccessibleInterface, public QAccessibleTableCellInterface, public QAccessibleActionInterface {
+class CellAccessible : public QAccessibleInterface,
+                       public QAccessibleTableCellInterface,
+                       public QAccessibleActionInterface {
 public:
     CellAccessible(FlexGrid* grid, int row, int col) : grid_(grid), row_(row), col_(col) {}
 
@@ -67,7 +68,8 @@ public:
         }
         case QAccessible::Description:
             return IsHeader() ? QString() : grid_->TextMatrix(0, col_);
-        default: return QString();
+        default:
+            return QString();
         }
     }
     void setText(QAccessible::Text, const QString&) override {}
@@ -188,7 +190,8 @@ private:
 class GridAccessible : public QAccessibleWidget, public QAccessibleTableInterface {
 public:
     explicit GridAccessible(FlexGrid* grid)
-        : QAccessibleWidget(grid, grid->OutlineBar() != FlexGrid::flexOutlineBarNone ? QAccessible::Tree : QAccessible::Table),
+        : QAccessibleWidget(grid, grid->OutlineBar() != FlexGrid::flexOutlineBarNone ? QAccessible::Tree
+                                                                                     : QAccessible::Table),
           grid_(grid)
     {
         Tables().insert(grid, this);
@@ -237,7 +240,8 @@ public:
     }
     int indexOfChild(const QAccessibleInterface* child) const override
     {
-        QAccessibleTableCellInterface* cell = child ? const_cast<QAccessibleInterface*>(child)->tableCellInterface() : nullptr;
+        QAccessibleTableCellInterface* cell =
+            child ? const_cast<QAccessibleInterface*>(child)->tableCellInterface() : nullptr;
         if (!cell)
             return -1;
         const auto* ours = dynamic_cast<const CellAccessible*>(cell);
@@ -345,10 +349,7 @@ public:
     void modelChange(QAccessibleTableModelChangeEvent*) override { ClearCells(); }
 
     // The accessible row of a grid row (-1: not on show), and of a grid column.
-    int RowIndexOf(int gridRow) const
-    {
-        return grid_->VisibleIndexOf(gridRow);
-    }
+    int RowIndexOf(int gridRow) const { return grid_->VisibleIndexOf(gridRow); }
     int ColumnIndexOf(int gridCol) const
     {
         const std::vector<int> cols = ShownCols();

@@ -103,7 +103,8 @@ bool ExportCsv(const FlexGrid& grid, const QString& fileName, bool allRows, cons
     }
     QSaveFile file(fileName);
     if (!file.open(QIODevice::WriteOnly))
-        automation::Raise(automation::ErrPathFileAccess, source, QStringLiteral("Cannot write %1: %2").arg(fileName, file.errorString()));
+        automation::Raise(automation::ErrPathFileAccess, source,
+                          QStringLiteral("Cannot write %1: %2").arg(fileName, file.errorString()));
     // The header, with a plain-number column after each money column.
     QString line;
     for (size_t i = 0; i < cols.size(); ++i) {
@@ -140,7 +141,8 @@ bool ExportCsv(const FlexGrid& grid, const QString& fileName, bool allRows, cons
         ++done;
         if (chunk.size() > (1 << 20)) {
             if (file.write(chunk) != chunk.size())
-                automation::Raise(automation::ErrPathFileAccess, source, QStringLiteral("Cannot write %1: %2").arg(fileName, file.errorString()));
+                automation::Raise(automation::ErrPathFileAccess, source,
+                                  QStringLiteral("Cannot write %1: %2").arg(fileName, file.errorString()));
             chunk.clear();
         }
         if (progress && (done % 4096) == 0 && !progress(done, total)) {
@@ -154,7 +156,8 @@ bool ExportCsv(const FlexGrid& grid, const QString& fileName, bool allRows, cons
         return false;
     }
     if (file.write(chunk) != chunk.size() || !file.commit())
-        automation::Raise(automation::ErrPathFileAccess, source, QStringLiteral("Cannot write %1: %2").arg(fileName, file.errorString()));
+        automation::Raise(automation::ErrPathFileAccess, source,
+                          QStringLiteral("Cannot write %1: %2").arg(fileName, file.errorString()));
     return true;
 }
 

@@ -180,7 +180,8 @@ int GridModel::GridRow(const QModelIndex& index) const
 QModelIndex GridModel::IndexOfGridRow(int gridRow, int column) const
 {
     EnsureTree();
-    if (!grid_ || gridRow < grid_->FixedRows() || size_t(gridRow) >= parent_.size() || column < 0 || column >= columnCount())
+    if (!grid_ || gridRow < grid_->FixedRows() || size_t(gridRow) >= parent_.size() || column < 0 ||
+        column >= columnCount())
         return QModelIndex();
     return createIndex(position_[size_t(gridRow)], column, quintptr(parent_[size_t(gridRow)] + 1));
 }
@@ -256,8 +257,10 @@ QVariant GridModel::data(const QModelIndex& index, int role) const
     const int c = grid_->TextColOf(r, shown);
     const CellStyle& style = grid_->store().Style(r, c);
     switch (role) {
-    case Qt::DisplayRole: return grid_->DisplayText(r, c);
-    case Qt::UserRole: return grid_->RowData(r);
+    case Qt::DisplayRole:
+        return grid_->DisplayText(r, c);
+    case Qt::UserRole:
+        return grid_->RowData(r);
     case Qt::ForegroundRole:
         // A colour the view chose, or the one that keeps uncoloured text readable on a
         // background the view chose; otherwise the palette's, left to the host's view.
@@ -273,10 +276,13 @@ QVariant GridModel::data(const QModelIndex& index, int role) const
             return QVariant();
         return grid_->CellFont(r, c, grid_->font());
     }
-    case Qt::TextAlignmentRole: return QVariant::fromValue(grid_->TextAlignmentOf(r, c));
+    case Qt::TextAlignmentRole:
+        return QVariant::fromValue(grid_->TextAlignmentOf(r, c));
     case Qt::ToolTipRole:
-    case Qt::AccessibleTextRole: return grid_->DisplayText(r, c);
-    default: return QVariant();
+    case Qt::AccessibleTextRole:
+        return grid_->DisplayText(r, c);
+    default:
+        return QVariant();
     }
 }
 

@@ -21,9 +21,8 @@ QByteArray StyleKey(const CellStyle& s)
     return QByteArray(reinterpret_cast<const char*>(&s.fore), sizeof s.fore) +
            QByteArray(reinterpret_cast<const char*>(&s.back), sizeof s.back) +
            QByteArray(reinterpret_cast<const char*>(&s.fontName), sizeof s.fontName) +
-           QByteArray(reinterpret_cast<const char*>(&s.fontSize), sizeof s.fontSize) +
-           QByteArray(1, char(s.bold)) + QByteArray(1, char(s.italic)) + QByteArray(1, char(s.underline)) +
-           QByteArray(1, char(s.alignment));
+           QByteArray(reinterpret_cast<const char*>(&s.fontSize), sizeof s.fontSize) + QByteArray(1, char(s.bold)) +
+           QByteArray(1, char(s.italic)) + QByteArray(1, char(s.underline)) + QByteArray(1, char(s.alignment));
 }
 
 // A text as QDataStream writes it (a byte count, then UTF-16), read without trusting the
@@ -60,13 +59,26 @@ void WriteVariant(QDataStream& out, const automation::Variant& v)
     out << qint8(v.type());
     switch (v.type()) {
     case VarType::Empty:
-    case VarType::Null: break;
-    case VarType::Boolean: out << v.boolValue(); break;
-    case VarType::Long: out << v.longValue(); break;
-    case VarType::Double: out << v.doubleValue(); break;
-    case VarType::Currency: out << v.currencyValue().ticks(); break;
-    case VarType::Date: out << v.dateValue().serial(); break;
-    case VarType::String: out << v.stringValue(); break;
+    case VarType::Null:
+        break;
+    case VarType::Boolean:
+        out << v.boolValue();
+        break;
+    case VarType::Long:
+        out << v.longValue();
+        break;
+    case VarType::Double:
+        out << v.doubleValue();
+        break;
+    case VarType::Currency:
+        out << v.currencyValue().ticks();
+        break;
+    case VarType::Date:
+        out << v.dateValue().serial();
+        break;
+    case VarType::String:
+        out << v.stringValue();
+        break;
     }
 }
 
@@ -76,14 +88,49 @@ bool ReadVariant(QDataStream& in, automation::Variant* v)
     qint8 t = 0;
     in >> t;
     switch (VarType(t)) {
-    case VarType::Empty: *v = automation::Variant(); return true;
-    case VarType::Null: *v = automation::Variant::Null(); return true;
-    case VarType::Boolean: { bool b = false; in >> b; *v = automation::Variant(b); return true; }
-    case VarType::Long: { qint32 l = 0; in >> l; *v = automation::Variant(l); return true; }
-    case VarType::Double: { double d = 0; in >> d; *v = automation::Variant(d); return true; }
-    case VarType::Currency: { qint64 c = 0; in >> c; *v = automation::Variant(automation::Currency::FromTicks(c)); return true; }
-    case VarType::Date: { double d = 0; in >> d; *v = automation::Variant(automation::Date::FromSerial(d)); return true; }
-    case VarType::String: { QString s; if (!ReadText(in, &s)) return false; *v = automation::Variant(s); return true; }
+    case VarType::Empty:
+        *v = automation::Variant();
+        return true;
+    case VarType::Null:
+        *v = automation::Variant::Null();
+        return true;
+    case VarType::Boolean: {
+        bool b = false;
+        in >> b;
+        *v = automation::Variant(b);
+        return true;
+    }
+    case VarType::Long: {
+        qint32 l = 0;
+        in >> l;
+        *v = automation::Variant(l);
+        return true;
+    }
+    case VarType::Double: {
+        double d = 0;
+        in >> d;
+        *v = automation::Variant(d);
+        return true;
+    }
+    case VarType::Currency: {
+        qint64 c = 0;
+        in >> c;
+        *v = automation::Variant(automation::Currency::FromTicks(c));
+        return true;
+    }
+    case VarType::Date: {
+        double d = 0;
+        in >> d;
+        *v = automation::Variant(automation::Date::FromSerial(d));
+        return true;
+    }
+    case VarType::String: {
+        QString s;
+        if (!ReadText(in, &s))
+            return false;
+        *v = automation::Variant(s);
+        return true;
+    }
     }
     return false;
 }
@@ -150,7 +197,8 @@ void GridStore::SetRows(int rows)
 {
     ++generation_;
     if (rows < 0)
-        automation::Raise(automation::ErrInvalidPropertyValue, QStringLiteral("flexGrid"), QStringLiteral("Invalid Rows value %1").arg(rows));
+        automation::Raise(automation::ErrInvalidPropertyValue, QStringLiteral("flexGrid"),
+                          QStringLiteral("Invalid Rows value %1").arg(rows));
     if (rows < rows_) {
         for (size_t i = Index(rows, 0); i < cellText_.size(); ++i)
             Release(cellText_[i]);
@@ -169,7 +217,8 @@ void GridStore::SetCols(int cols)
 {
     ++generation_;
     if (cols < 0)
-        automation::Raise(automation::ErrInvalidPropertyValue, QStringLiteral("flexGrid"), QStringLiteral("Invalid Cols value %1").arg(cols));
+        automation::Raise(automation::ErrInvalidPropertyValue, QStringLiteral("flexGrid"),
+                          QStringLiteral("Invalid Cols value %1").arg(cols));
     if (cols == cols_)
         return;
     std::vector<quint32> text(size_t(rows_) * size_t(cols), 0);
@@ -194,7 +243,8 @@ void GridStore::InsertRow(int row)
 {
     ++generation_;
     if (row < 0 || row > rows_)
-        automation::Raise(automation::ErrInvalidArrayIndex, QStringLiteral("flexGrid"), QStringLiteral("Invalid row %1 to insert at").arg(row));
+        automation::Raise(automation::ErrInvalidArrayIndex, QStringLiteral("flexGrid"),
+                          QStringLiteral("Invalid row %1 to insert at").arg(row));
     cellText_.insert(cellText_.begin() + std::ptrdiff_t(size_t(row) * size_t(cols_)), size_t(cols_), 0u);
     if (!cellStyle_.empty())
         cellStyle_.insert(cellStyle_.begin() + std::ptrdiff_t(size_t(row) * size_t(cols_)), size_t(cols_), quint16(0));
@@ -324,7 +374,8 @@ quint16 GridStore::Intern(const CellStyle& style)
     if (it != styleIds_.constEnd())
         return it.value();
     if (styles_.size() >= 0xFFFF)
-        automation::Raise(automation::ErrOutOfMemory, QStringLiteral("flexGrid"), QStringLiteral("Too many different cell styles"));
+        automation::Raise(automation::ErrOutOfMemory, QStringLiteral("flexGrid"),
+                          QStringLiteral("Too many different cell styles"));
     const quint16 id = quint16(styles_.size());
     styles_.push_back(style);
     styleIds_.insert(key, id);
@@ -363,14 +414,30 @@ void GridStore::ApplySetting(int setting, int row1, int col1, int row2, int col2
     }
     auto change = [&](CellStyle s) {
         switch (setting) {
-        case flexcpAlignment: s.alignment = qint8(value.toInt()); break;
-        case flexcpBackColor: s.back = value.toInt(); break;
-        case flexcpForeColor: s.fore = value.toInt(); break;
-        case flexcpFontName: s.fontName = fontIndex; break;
-        case flexcpFontSize: s.fontSize = value.toFloat(); break;
-        case flexcpFontBold: s.bold = value.toBool() ? 1 : 0; break;
-        case flexcpFontItalic: s.italic = value.toBool() ? 1 : 0; break;
-        case flexcpFontUnderline: s.underline = value.toBool() ? 1 : 0; break;
+        case flexcpAlignment:
+            s.alignment = qint8(value.toInt());
+            break;
+        case flexcpBackColor:
+            s.back = value.toInt();
+            break;
+        case flexcpForeColor:
+            s.fore = value.toInt();
+            break;
+        case flexcpFontName:
+            s.fontName = fontIndex;
+            break;
+        case flexcpFontSize:
+            s.fontSize = value.toFloat();
+            break;
+        case flexcpFontBold:
+            s.bold = value.toBool() ? 1 : 0;
+            break;
+        case flexcpFontItalic:
+            s.italic = value.toBool() ? 1 : 0;
+            break;
+        case flexcpFontUnderline:
+            s.underline = value.toBool() ? 1 : 0;
+            break;
         default:
             automation::Raise(automation::ErrInvalidPropertyValue, QStringLiteral("flexGrid"),
                               QStringLiteral("Cell setting %1 is not supported").arg(setting));
@@ -419,15 +486,24 @@ QVariant GridStore::Setting(int setting, int row, int col) const
 {
     const CellStyle& s = Style(row, col);
     switch (setting) {
-    case flexcpText: return Text(row, col);
-    case flexcpAlignment: return s.alignment < 0 ? Col(col).alignment : int(s.alignment);
-    case flexcpBackColor: return s.back;
-    case flexcpForeColor: return s.fore;
-    case flexcpFontName: return FontName(s.fontName);
-    case flexcpFontSize: return s.fontSize;
-    case flexcpFontBold: return s.bold > 0;
-    case flexcpFontItalic: return s.italic > 0;
-    case flexcpFontUnderline: return s.underline > 0;
+    case flexcpText:
+        return Text(row, col);
+    case flexcpAlignment:
+        return s.alignment < 0 ? Col(col).alignment : int(s.alignment);
+    case flexcpBackColor:
+        return s.back;
+    case flexcpForeColor:
+        return s.fore;
+    case flexcpFontName:
+        return FontName(s.fontName);
+    case flexcpFontSize:
+        return s.fontSize;
+    case flexcpFontBold:
+        return s.bold > 0;
+    case flexcpFontItalic:
+        return s.italic > 0;
+    case flexcpFontUnderline:
+        return s.underline > 0;
     default:
         automation::Raise(automation::ErrInvalidPropertyValue, QStringLiteral("flexGrid"),
                           QStringLiteral("Cell setting %1 is not supported").arg(setting));

@@ -14,8 +14,8 @@
 #include <QStringList>
 #include <QVariant>
 
-#include "automation/variant.h"
 #include "automation/block_buffer.h"
+#include "automation/variant.h"
 
 namespace BrevView::grid {
 
@@ -34,24 +34,36 @@ enum CellSetting : int {
 
 // Cell and column alignments.
 enum Alignment : int {
-    flexAlignLeftTop = 0, flexAlignLeftCenter = 1, flexAlignLeftBottom = 2,
-    flexAlignCenterTop = 3, flexAlignCenterCenter = 4, flexAlignCenterBottom = 5,
-    flexAlignRightTop = 6, flexAlignRightCenter = 7, flexAlignRightBottom = 8,
+    flexAlignLeftTop = 0,
+    flexAlignLeftCenter = 1,
+    flexAlignLeftBottom = 2,
+    flexAlignCenterTop = 3,
+    flexAlignCenterCenter = 4,
+    flexAlignCenterBottom = 5,
+    flexAlignRightTop = 6,
+    flexAlignRightCenter = 7,
+    flexAlignRightBottom = 8,
     flexAlignGeneral = 9,  // left for text, right for numbers, vertically centred
 };
 
 // Column data types.
 enum DataType : int {
-    flexDTEmpty = 0, flexDTLong = 3, flexDTDouble = 5, flexDTCurrency = 6, flexDTDate = 7, flexDTString = 8, flexDTBoolean = 11,
+    flexDTEmpty = 0,
+    flexDTLong = 3,
+    flexDTDouble = 5,
+    flexDTCurrency = 6,
+    flexDTDate = 7,
+    flexDTString = 8,
+    flexDTBoolean = 11,
 };
 
 struct CellStyle {
-    qint32 fore = -1;       // COLORREF, -1: the grid's
+    qint32 fore = -1;  // COLORREF, -1: the grid's
     qint32 back = -1;
-    qint32 fontName = -1;   // index into the style table's font names, -1: the grid's
-    float fontSize = 0;     // 0: the grid's
+    qint32 fontName = -1;  // index into the style table's font names, -1: the grid's
+    float fontSize = 0;    // 0: the grid's
     qint8 bold = -1, italic = -1, underline = -1;
-    qint8 alignment = -1;   // -1: the column's
+    qint8 alignment = -1;  // -1: the column's
 
     bool operator==(const CellStyle& o) const
     {
@@ -139,7 +151,10 @@ public:
     // alignment or (for the font name) a text.
     void ApplySetting(int setting, int row1, int col1, int row2, int col2, const QVariant& value);
     QVariant Setting(int setting, int row, int col) const;
-    QString FontName(qint32 index) const { return index >= 0 && index < fontNames_.size() ? fontNames_[index] : QString(); }
+    QString FontName(qint32 index) const
+    {
+        return index >= 0 && index < fontNames_.size() ? fontNames_[index] : QString();
+    }
 
     // Counts every change of texts, rows, columns or styles, so that what is worked out from
     // them (how wide a column's texts are) is worked out again only after one. Column
@@ -196,11 +211,11 @@ private:
     quint64 generation_ = 0;
     mutable std::vector<LengthSamples> lengths_;
     mutable bool lengthsDirty_ = true;
-    std::vector<quint32> cellText_;    // address in pool_, 0 = empty
+    std::vector<quint32> cellText_;  // address in pool_, 0 = empty
     TextPool pool_;
-    size_t garbage_ = 0;               // pool units no cell refers to
-    std::vector<quint16> cellStyle_;   // empty until the first style is set
-    std::vector<CellStyle> styles_;    // id 0 is the default style
+    size_t garbage_ = 0;              // pool units no cell refers to
+    std::vector<quint16> cellStyle_;  // empty until the first style is set
+    std::vector<CellStyle> styles_;   // id 0 is the default style
     QHash<QByteArray, quint16> styleIds_;
     // (old style, setting, value) -> new style, so that a setting repeated row after row
     // costs one look-up and no interning.

@@ -33,7 +33,8 @@ QColor ReadableOn(const QColor& back, const QColor& preferred)
 {
     if (Contrast(preferred, back) >= kReadable)
         return preferred;
-    return Contrast(QColor(Qt::black), back) >= Contrast(QColor(Qt::white), back) ? QColor(Qt::black) : QColor(Qt::white);
+    return Contrast(QColor(Qt::black), back) >= Contrast(QColor(Qt::white), back) ? QColor(Qt::black)
+                                                                                  : QColor(Qt::white);
 }
 
 bool IsDarkPalette(const QPalette& palette)

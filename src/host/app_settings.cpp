@@ -42,8 +42,9 @@ void SaveSetting(const QString& application, const QString& section, const QStri
     s.endGroup();
     s.sync();
     if (s.status() != QSettings::NoError)
-        automation::Raise(automation::ErrPathFileAccess, QStringLiteral("BrevView.Settings"),
-                          QStringLiteral("Could not write the setting \"%1\" to %2").arg(key, SettingsFilePath(application)));
+        automation::Raise(
+            automation::ErrPathFileAccess, QStringLiteral("BrevView.Settings"),
+            QStringLiteral("Could not write the setting \"%1\" to %2").arg(key, SettingsFilePath(application)));
 }
 
 }  // namespace BrevView::settings

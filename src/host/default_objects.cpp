@@ -69,10 +69,22 @@ void DefaultTrace::ExitProc(const QString& name)
         Write(QStringLiteral("EXIT ") + name);
 }
 
-QString DefaultDatabaseSettings::DatabasePath() { return EnvOrSetting("BREV_DATABASE", QStringLiteral("DatabasePath")); }
-QString DefaultDatabaseSettings::AuxiliaryInfo() { return settings::GetSetting(kApp, QStringLiteral("Database"), QStringLiteral("AuxiliaryInfo")); }
-QString DefaultDatabaseSettings::UserName() { return EnvOrSetting("BREV_USER", QStringLiteral("UserName")); }
-QString DefaultDatabaseSettings::Password() { return EnvOrSetting("BREV_PASSWORD", QStringLiteral("Password")); }
+QString DefaultDatabaseSettings::DatabasePath()
+{
+    return EnvOrSetting("BREV_DATABASE", QStringLiteral("DatabasePath"));
+}
+QString DefaultDatabaseSettings::AuxiliaryInfo()
+{
+    return settings::GetSetting(kApp, QStringLiteral("Database"), QStringLiteral("AuxiliaryInfo"));
+}
+QString DefaultDatabaseSettings::UserName()
+{
+    return EnvOrSetting("BREV_USER", QStringLiteral("UserName"));
+}
+QString DefaultDatabaseSettings::Password()
+{
+    return EnvOrSetting("BREV_PASSWORD", QStringLiteral("Password"));
+}
 
 QString DefaultSettingStore::ReadSetting(const QString& key)
 {

@@ -17,12 +17,18 @@ thread_local PointerState t_state;
 Qt::CursorShape ShapeFor(qint32 code)
 {
     switch (code) {
-    case kPointerCross: return Qt::CrossCursor;
-    case kPointerIBeam: return Qt::IBeamCursor;
-    case kPointerHourglass: return Qt::WaitCursor;
-    case kPointerNoDrop: return Qt::ForbiddenCursor;
-    case kPointerArrowHourglass: return Qt::BusyCursor;
-    default: return Qt::ArrowCursor;
+    case kPointerCross:
+        return Qt::CrossCursor;
+    case kPointerIBeam:
+        return Qt::IBeamCursor;
+    case kPointerHourglass:
+        return Qt::WaitCursor;
+    case kPointerNoDrop:
+        return Qt::ForbiddenCursor;
+    case kPointerArrowHourglass:
+        return Qt::BusyCursor;
+    default:
+        return Qt::ArrowCursor;
     }
 }
 

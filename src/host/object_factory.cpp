@@ -72,7 +72,8 @@ std::shared_ptr<AutomationObject> ObjectFactory::Create(const QString& progId)
     } catch (const RuntimeError& e) {
         automation::Raise(automation::ErrCantCreateObject, progId, what + QStringLiteral(": ") + e.description());
     } catch (const std::exception& e) {
-        automation::Raise(automation::ErrCantCreateObject, progId, what + QStringLiteral(": ") + QString::fromLocal8Bit(e.what()));
+        automation::Raise(automation::ErrCantCreateObject, progId,
+                          what + QStringLiteral(": ") + QString::fromLocal8Bit(e.what()));
     }
     if (!obj)
         automation::Raise(automation::ErrCantCreateObject, progId, what);

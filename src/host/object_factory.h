@@ -7,8 +7,8 @@
 
 #include <QString>
 
-#include "host/automation_object.h"
 #include "automation/runtime_error.h"
+#include "host/automation_object.h"
 
 namespace BrevView::host {
 
@@ -30,8 +30,9 @@ public:
         std::shared_ptr<AutomationObject> obj = Create(progId);
         std::shared_ptr<T> typed = std::dynamic_pointer_cast<T>(obj);
         if (!typed)
-            automation::Raise(automation::ErrTypeMismatch, progId,
-                              QStringLiteral("The object created for \"%1\" does not offer the expected interface").arg(progId));
+            automation::Raise(
+                automation::ErrTypeMismatch, progId,
+                QStringLiteral("The object created for \"%1\" does not offer the expected interface").arg(progId));
         return typed;
     }
 };

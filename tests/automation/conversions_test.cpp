@@ -40,8 +40,8 @@ TEST_F(ConversionsTest, ToLongRoundsHalfToEven)
     EXPECT_EQ(automation::ToLong(Variant(2.4999)), 2);
     EXPECT_EQ(automation::ToLong(Variant("42")), 42);
     EXPECT_EQ(automation::ToLong(Variant(" -7 ")), -7);
-    EXPECT_EQ(automation::ToLong(Variant(Currency::FromTicks(25000))), 2);   // 2.5
-    EXPECT_EQ(automation::ToLong(Variant(Currency::FromTicks(35000))), 4);   // 3.5
+    EXPECT_EQ(automation::ToLong(Variant(Currency::FromTicks(25000))), 2);  // 2.5
+    EXPECT_EQ(automation::ToLong(Variant(Currency::FromTicks(35000))), 4);  // 3.5
     EXPECT_EQ(automation::ToLong(Variant(Currency::FromTicks(-25000))), -2);
 }
 
@@ -112,9 +112,29 @@ TEST_F(ConversionsTest, AmountsWithCentsPrintAsTheirShortestDecimal)
 
 TEST_F(ConversionsTest, NumberWrittenAsCharactersReadsBackAsTheSameNumber)
 {
-    std::vector<double> values{0.0, -0.0, 1, -1, 42, 1e15, -1e15, 1e16, 999999999999999.0, 0.5, -0.05, 1234.56, 0.1, 1.0 / 3,
-                               1e-5, -2.5e-7, 123456789.125, 1e300, -1e-300, 5e-324, std::numeric_limits<double>::max(),
-                               std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity(),
+    std::vector<double> values{0.0,
+                               -0.0,
+                               1,
+                               -1,
+                               42,
+                               1e15,
+                               -1e15,
+                               1e16,
+                               999999999999999.0,
+                               0.5,
+                               -0.05,
+                               1234.56,
+                               0.1,
+                               1.0 / 3,
+                               1e-5,
+                               -2.5e-7,
+                               123456789.125,
+                               1e300,
+                               -1e-300,
+                               5e-324,
+                               std::numeric_limits<double>::max(),
+                               std::numeric_limits<double>::infinity(),
+                               -std::numeric_limits<double>::infinity(),
                                std::numeric_limits<double>::quiet_NaN()};
     for (int i = -3000; i <= 3000; ++i)
         values.push_back(i / 100.0 + i * 1000.0);
@@ -136,7 +156,8 @@ TEST_F(ConversionsTest, NumberWrittenAsCharactersReadsBackAsTheSameNumber)
     EXPECT_EQ(QByteArray(text, automation::DoubleToChars(-1234.5, text)), QByteArray("-1234.5"));
     EXPECT_EQ(QByteArray(text, automation::DoubleToChars(1e16, text)), QByteArray("1E+16"));
     EXPECT_EQ(QByteArray(text, automation::DoubleToChars(123456789012345.0, text)), QByteArray("123456789012345"));
-    EXPECT_EQ(QByteArray(text, automation::DoubleToChars(-std::numeric_limits<double>::infinity(), text)), QByteArray("-Infinity"));
+    EXPECT_EQ(QByteArray(text, automation::DoubleToChars(-std::numeric_limits<double>::infinity(), text)),
+              QByteArray("-Infinity"));
     EXPECT_EQ(QByteArray(text, automation::DoubleToChars(-0.05, text)), QByteArray("-0.05"));
     EXPECT_EQ(QByteArray(text, automation::DoubleToChars(1e-5, text)), QByteArray("1E-05"));
 }
@@ -151,7 +172,8 @@ TEST_F(ConversionsTest, TextOfEachType)
     EXPECT_EQ(automation::ToText(Variant(Date::FromParts(2026, 3, 5, 17, 45))), QStringLiteral("3/5/26 17:45:00"));
     EXPECT_EQ(automation::ToText(Variant(Date::FromParts(2026, 3, 5, 7, 5, 9))), QStringLiteral("3/5/26 07:05:09"));
     EXPECT_EQ(automation::ToText(Variant(Date::FromParts(2026, 3, 5, 23, 59, 59))), QStringLiteral("3/5/26 23:59:59"));
-    EXPECT_EQ(automation::ToText(Variant(Date::FromSerial(0.75))), QStringLiteral("18:00:00"));  // a time without a date
+    EXPECT_EQ(automation::ToText(Variant(Date::FromSerial(0.75))),
+              QStringLiteral("18:00:00"));  // a time without a date
 }
 
 TEST_F(ConversionsTest, DateFromTextReadsCanonicalAndShortForms)
@@ -165,7 +187,8 @@ TEST_F(ConversionsTest, DateFromTextReadsCanonicalAndShortForms)
 
 TEST_F(ConversionsTest, DateWrittenAsShortTextReadsBackTheSameDay)
 {
-    for (const QDate d : {QDate(2026, 3, 5), QDate(2000, 1, 1), QDate(2029, 12, 31), QDate(1990, 7, 4), QDate(1930, 1, 1)}) {
+    for (const QDate d :
+         {QDate(2026, 3, 5), QDate(2000, 1, 1), QDate(2029, 12, 31), QDate(1990, 7, 4), QDate(1930, 1, 1)}) {
         const Variant text(automation::ToText(Variant(Date::FromQDate(d))));
         EXPECT_EQ(automation::ToDate(text).ToQDate(), d) << text.stringValue().toStdString();
     }

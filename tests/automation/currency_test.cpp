@@ -27,7 +27,8 @@ TEST(CurrencyTest, TextHasNoTrailingZeros)
     EXPECT_EQ(Currency::FromTicks(-1).ToText(), QStringLiteral("-0.0001"));
     EXPECT_EQ(Currency::FromTicks(0).ToText(), QStringLiteral("0"));
     EXPECT_EQ(Currency::FromTicks(std::numeric_limits<qint64>::max()).ToText(), QStringLiteral("922337203685477.5807"));
-    EXPECT_EQ(Currency::FromTicks(std::numeric_limits<qint64>::min()).ToText(), QStringLiteral("-922337203685477.5808"));
+    EXPECT_EQ(Currency::FromTicks(std::numeric_limits<qint64>::min()).ToText(),
+              QStringLiteral("-922337203685477.5808"));
 }
 
 TEST(CurrencyTest, TextOfEachAmountIsItsDecimalWithoutTrailingZeros)

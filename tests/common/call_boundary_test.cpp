@@ -54,8 +54,9 @@ protected:
     }
     QString Name(const char* member) const
     {
-        return QStringLiteral("BrevView.%1::%2").arg(QString::fromLatin1(V::staticMetaObject.className()).section(QLatin1String("::"), -1),
-                                                      QString::fromLatin1(member));
+        return QStringLiteral("BrevView.%1::%2")
+            .arg(QString::fromLatin1(V::staticMetaObject.className()).section(QLatin1String("::"), -1),
+                 QString::fromLatin1(member));
     }
 
     QString database_;
@@ -189,8 +190,11 @@ std::vector<Setter> SettersOf(const QObject& view)
     if (name.endsWith(QLatin1String("FlatView")))
         return {{"ViewSource", 1, "ViewSource.PropertyLet"}, {"Filter", 3, "SaveViewPreferences"}};
     if (name.endsWith(QLatin1String("ForecastView")))
-        return {{"ForecastMode", 1, "PropLet:ForecastMode"}, {"ShowWonIBOs", true, "ShowWonIBOs"}, {"ShowWonDateRange", 2, "ShowWonDateRange"}};
-    return {{"SalesCycleRangeValue", 5, "PropertyLet:SalesCycleRangeValue"}, {"SalesCycleRangeUnits", 1, "PropertyLet:SalesCycleRangeUnits"}};
+        return {{"ForecastMode", 1, "PropLet:ForecastMode"},
+                {"ShowWonIBOs", true, "ShowWonIBOs"},
+                {"ShowWonDateRange", 2, "ShowWonDateRange"}};
+    return {{"SalesCycleRangeValue", 5, "PropertyLet:SalesCycleRangeValue"},
+            {"SalesCycleRangeUnits", 1, "PropertyLet:SalesCycleRangeUnits"}};
 }
 
 TYPED_TEST(CallBoundaryTest, EveryPropertySetterCalledFromTheEventLoopReportsItsError)

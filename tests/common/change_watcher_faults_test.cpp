@@ -37,9 +37,7 @@ protected:
         since.start();
         qint64 longest = 0;
         QTimer tick;
-        QObject::connect(&tick, &QTimer::timeout, [&] {
-            longest = std::max(longest, since.restart());
-        });
+        QObject::connect(&tick, &QTimer::timeout, [&] { longest = std::max(longest, since.restart()); });
         tick.start(10);
         while (clock.elapsed() < ms)
             QTest::qWait(5);
@@ -70,7 +68,8 @@ TEST_F(ChangeWatcherFaultsTest, AWatcherOnAFileAnotherProcessHoldsExclusivelyNev
     QProcess holder;
     holder.start(QStringLiteral("sqlite3"), {db_});
     ASSERT_TRUE(holder.waitForStarted());
-    holder.write("PRAGMA locking_mode = EXCLUSIVE;\nBEGIN EXCLUSIVE;\nUPDATE IboMain SET Note = Note;\nSELECT 'locked';\n");
+    holder.write(
+        "PRAGMA locking_mode = EXCLUSIVE;\nBEGIN EXCLUSIVE;\nUPDATE IboMain SET Note = Note;\nSELECT 'locked';\n");
     ASSERT_TRUE(holder.waitForReadyRead(10000));
 
     ChangeWatcher watcher;
@@ -132,7 +131,8 @@ TEST_F(ChangeWatcherFaultsTest, AFileThatNoLongerReadsAsADatabaseAfterStartIsRep
 TEST_F(ChangeWatcherFaultsTest, AHostMayDeleteTheWatcherInASlotOfItsErrorSignal)
 {
     auto* watcher = new ChangeWatcher;
-    QObject::connect(watcher, &ChangeWatcher::ErrorRaised, [watcher](int, const QString&, const QString&) { delete watcher; });
+    QObject::connect(watcher, &ChangeWatcher::ErrorRaised,
+                     [watcher](int, const QString&, const QString&) { delete watcher; });
     ExpectDeletedOnceTheFileGoes(watcher);
 }
 

@@ -104,7 +104,8 @@ TEST_P(ChangeWatcherTest, AnotherProcessCommitIsReportedWithinTwoSeconds)
     ChangeWatcher watcher;
     Start(watcher);
     QSignalSpy changed(&watcher, &ChangeWatcher::IbosChanged);
-    std::unique_ptr<QProcess> colleague = StartChild(QStringLiteral("commit"), {QStringLiteral("1"), QStringLiteral("0")});
+    std::unique_ptr<QProcess> colleague =
+        StartChild(QStringLiteral("commit"), {QStringLiteral("1"), QStringLiteral("0")});
     ASSERT_TRUE(colleague->waitForFinished(30000));
     ASSERT_EQ(colleague->exitCode(), 0);
     QElapsedTimer since;
@@ -302,9 +303,11 @@ TEST_F(PostgreSQLChangeWatcher, ASessionTheServerEndsIsOpenedAgainAndTheWatcherS
     QSignalSpy active(&watcher, &ChangeWatcher::activeChanged);
     QSignalSpy changed(&watcher, &ChangeWatcher::IbosChanged);
     QSignalSpy errors(&watcher, &ChangeWatcher::ErrorRaised);
-    EXPECT_EQ(QueryText(db_, QStringLiteral("SELECT count(*) FROM pg_stat_activity WHERE application_name = '%1'").arg(name)),
-              QStringLiteral("1"));
-    Exec(db_, QStringLiteral("SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE application_name = '%1'").arg(name));
+    EXPECT_EQ(
+        QueryText(db_, QStringLiteral("SELECT count(*) FROM pg_stat_activity WHERE application_name = '%1'").arg(name)),
+        QStringLiteral("1"));
+    Exec(db_, QStringLiteral("SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE application_name = '%1'")
+                  .arg(name));
     ASSERT_TRUE(active.wait(5000));
     EXPECT_FALSE(active.first().at(0).toBool());
     ASSERT_EQ(errors.count(), 1);

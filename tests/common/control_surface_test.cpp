@@ -138,8 +138,8 @@ TYPED_TEST(ControlSurfaceTest, TheLastColumnReachesTheRightEdgeOnScreenWithoutCh
     ASSERT_GT(g.viewport()->width(), 2000);
     const QRect cell = g.CellRect(0, last);
     EXPECT_EQ(cell.right() + 1, g.viewport()->width());
-    EXPECT_EQ(g.ColWidth(last), twips);               // its own width is unchanged
-    EXPECT_EQ(this->View().sizeHint(), hint);          // and the size hint does not follow the size
+    EXPECT_EQ(g.ColWidth(last), twips);        // its own width is unchanged
+    EXPECT_EQ(this->View().sizeHint(), hint);  // and the size hint does not follow the size
     EXPECT_EQ(this->View().columnWidth(last), twips);
 }
 

@@ -10,18 +10,39 @@ namespace {
 using detail::DataAccessState;
 using detail::DataAccessTraits;
 
-const DataAccessTraits kFlat{"FlatView", "BrevView.FlatView::SetupDataAccess", "BrevView.FlatView::CleanupDataAcess", true, false};
+const DataAccessTraits kFlat{"FlatView", "BrevView.FlatView::SetupDataAccess", "BrevView.FlatView::CleanupDataAcess",
+                             true, false};
 const DataAccessTraits kPriority{"PriorityView", "BrevView.PriorityView::SetupDataAccess",
                                  "BrevView.PriorityView::CleanupDataAccess", false, true};
 
 class FixedDatabaseSettings : public host::IDatabaseSettings {
 public:
     FixedDatabaseSettings(QString path, QString user, QString password, QStringList* reads)
-        : path_(std::move(path)), user_(std::move(user)), password_(std::move(password)), reads_(reads) {}
-    QString DatabasePath() override { reads_->append(QStringLiteral("DatabasePath")); return path_; }
-    QString AuxiliaryInfo() override { reads_->append(QStringLiteral("AuxiliaryInfo")); return QStringLiteral("aux"); }
-    QString UserName() override { reads_->append(QStringLiteral("UserName")); return user_; }
-    QString Password() override { reads_->append(QStringLiteral("Password")); return password_; }
+        : path_(std::move(path)),
+          user_(std::move(user)),
+          password_(std::move(password)),
+          reads_(reads)
+    {}
+    QString DatabasePath() override
+    {
+        reads_->append(QStringLiteral("DatabasePath"));
+        return path_;
+    }
+    QString AuxiliaryInfo() override
+    {
+        reads_->append(QStringLiteral("AuxiliaryInfo"));
+        return QStringLiteral("aux");
+    }
+    QString UserName() override
+    {
+        reads_->append(QStringLiteral("UserName"));
+        return user_;
+    }
+    QString Password() override
+    {
+        reads_->append(QStringLiteral("Password"));
+        return password_;
+    }
 
 private:
     QString path_, user_, password_;
@@ -52,8 +73,8 @@ TEST_P(DataAccessTest, SetupReadsTheSettingsInOrderAndOpensTheDatabase)
     GrantRole(QStringLiteral("ann"), QStringLiteral("pw"), RoleRights::ReadAndWrite);
     DataAccessState s = StateFor(path_, QStringLiteral("ann"), QStringLiteral("pw"));
     detail::SetupDataAccess(s, kFlat);
-    EXPECT_EQ(reads_, (QStringList{QStringLiteral("AuxiliaryInfo"), QStringLiteral("DatabasePath"), QStringLiteral("UserName"),
-                                   QStringLiteral("Password")}));
+    EXPECT_EQ(reads_, (QStringList{QStringLiteral("AuxiliaryInfo"), QStringLiteral("DatabasePath"),
+                                   QStringLiteral("UserName"), QStringLiteral("Password")}));
     ASSERT_TRUE(s.database);
     EXPECT_TRUE(s.ready);
     EXPECT_EQ(s.workspace->Name(), QStringLiteral("FlatView"));
@@ -124,7 +145,8 @@ TEST_P(DataAccessTest, CleanupClosesInOrderUnderItsTraceName)
     RecordingTrace& t = UseRecordingTrace();
     DataAccessState s = StateFor(path_);
     detail::SetupDataAccess(s, kFlat);
-    s.query = detail::GetStoredQuery(s.database.get(), QString::fromLatin1(detail::kFlatViewFromMainName), detail::FlatViewFromMainSql());
+    s.query = detail::GetStoredQuery(s.database.get(), QString::fromLatin1(detail::kFlatViewFromMainName),
+                                     detail::FlatViewFromMainSql());
     s.recordset = detail::OpenQuery(s.query, data::dbOpenSnapshot);
     auto rs = s.recordset;
     auto db = s.database;
@@ -140,13 +162,17 @@ TEST_P(DataAccessTest, CleanupClosesInOrderUnderItsTraceName)
 
 TEST_P(DataAccessTest, FlatViewQueriesHaveTheirExactTexts)
 {
-    EXPECT_EQ(detail::FlatViewFromMainSql(),
-              QStringLiteral("SELECT IboID, IboNumber, DateWWIH, ConFirstName, ConLastName, ConCompany, DescriptorUwwgi, DescriptorUwih, "
-                             "Product, IboValueNumeric, IboValueDecimal, DescriptorStatus, Note FROM IboMain WHERE ((RecStatusArchive = "
-                             "False) And (RecStatusDelete = False)) ORDER BY DateWWIH;"));
-    EXPECT_EQ(detail::FlatViewFromArchiveSql(),
-              QStringLiteral("SELECT IboID, IboNumber, DateWWIH, ConFirstName, ConLastName, ConCompany, DescriptorUwwgi, DescriptorUwih, "
-                             "Product, IboValueNumeric, IboValueDecimal, DescriptorStatus, Note FROM IboArchive;"));
+    EXPECT_EQ(
+        detail::FlatViewFromMainSql(),
+        QStringLiteral(
+            "SELECT IboID, IboNumber, DateWWIH, ConFirstName, ConLastName, ConCompany, DescriptorUwwgi, DescriptorUwih, "
+            "Product, IboValueNumeric, IboValueDecimal, DescriptorStatus, Note FROM IboMain WHERE ((RecStatusArchive = "
+            "False) And (RecStatusDelete = False)) ORDER BY DateWWIH;"));
+    EXPECT_EQ(
+        detail::FlatViewFromArchiveSql(),
+        QStringLiteral(
+            "SELECT IboID, IboNumber, DateWWIH, ConFirstName, ConLastName, ConCompany, DescriptorUwwgi, DescriptorUwih, "
+            "Product, IboValueNumeric, IboValueDecimal, DescriptorStatus, Note FROM IboArchive;"));
 }
 
 TEST_P(DataAccessTest, MissingStoredQueryIsCreatedOnceAndFoundLater)
@@ -181,20 +207,25 @@ TEST_P(DataAccessTest, QueryThatCannotBeCreatedSurfacesAsError91)
 TEST_P(DataAccessTest, FlatMainQueryListsLiveRowsByDateAndArchiveListsEveryRow)
 {
     UseRecordingTrace();
-    Exec(path_, QStringLiteral("INSERT INTO IboMain (IboID, DateWWIH, RecStatusArchive, RecStatusDelete) VALUES "
-                               "(1, '2024-05-03 00:00:00', '0', '0'), (2, '2024-05-01 00:00:00', '0', '0'), (3, '2024-05-02 00:00:00', '1', '0'),"
-                               "(4, '2024-04-30 00:00:00', '0', '1');"
-                               "INSERT INTO IboArchive (IboID, RecStatusArchive, RecStatusDelete) VALUES (7, '1', '1'), (8, '0', '0')"));
+    Exec(
+        path_,
+        QStringLiteral(
+            "INSERT INTO IboMain (IboID, DateWWIH, RecStatusArchive, RecStatusDelete) VALUES "
+            "(1, '2024-05-03 00:00:00', '0', '0'), (2, '2024-05-01 00:00:00', '0', '0'), (3, '2024-05-02 00:00:00', '1', '0'),"
+            "(4, '2024-04-30 00:00:00', '0', '1');"
+            "INSERT INTO IboArchive (IboID, RecStatusArchive, RecStatusDelete) VALUES (7, '1', '1'), (8, '0', '0')"));
     DataAccessState s = StateFor(path_);
     detail::SetupDataAccess(s, kFlat);
-    auto main = detail::OpenQuery(detail::GetStoredQuery(s.database.get(), QString::fromLatin1(detail::kFlatViewFromMainName),
-                                                         detail::FlatViewFromMainSql()),
-                                  data::dbOpenSnapshot);
+    auto main =
+        detail::OpenQuery(detail::GetStoredQuery(s.database.get(), QString::fromLatin1(detail::kFlatViewFromMainName),
+                                                 detail::FlatViewFromMainSql()),
+                          data::dbOpenSnapshot);
     QList<int> ids;
     for (; !main->Eof(); main->MoveNext())
         ids.append(main->Field(0).longValue());
     EXPECT_EQ(ids, (QList<int>{2, 1}));
-    auto archive = detail::OpenQuery(detail::GetStoredQuery(s.database.get(), QString::fromLatin1(detail::kFlatViewFromArchiveName),
+    auto archive = detail::OpenQuery(detail::GetStoredQuery(s.database.get(),
+                                                            QString::fromLatin1(detail::kFlatViewFromArchiveName),
                                                             detail::FlatViewFromArchiveSql()),
                                      data::dbOpenSnapshot);
     EXPECT_EQ(archive->FieldCount(), 13);

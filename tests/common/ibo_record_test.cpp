@@ -49,12 +49,12 @@ TEST(IboRecordTest, ProductDisplayTextTakesTheFirstEntry)
 TEST(IboRecordTest, IboValueCents)
 {
     EXPECT_EQ(IboValue(1000, 50), Variant(1000.5));
-    EXPECT_EQ(IboValue(10, 150), Variant(10.5));          // 150 mod 100 = 50
-    EXPECT_EQ(IboValue(10, 3e12), Variant(qint32(0)));    // the Long conversion overflows
+    EXPECT_EQ(IboValue(10, 150), Variant(10.5));              // 150 mod 100 = 50
+    EXPECT_EQ(IboValue(10, 3e12), Variant(qint32(0)));        // the Long conversion overflows
     EXPECT_EQ(IboValue(10, 99.4), Variant(10 + 99.4 / 100));  // within 0..99: kept as it is
-    EXPECT_EQ(IboValue(10, -5), Variant(10 - 0.05));      // -5 mod 100 = -5
-    EXPECT_EQ(IboValue(10, 100.5), Variant(10.0));        // 100.5 -> 100 (half to even) mod 100 = 0
-    EXPECT_EQ(IboValue(10, 250.5), Variant(10.5));        // 250.5 -> 250 (half to even) mod 100 = 50
+    EXPECT_EQ(IboValue(10, -5), Variant(10 - 0.05));          // -5 mod 100 = -5
+    EXPECT_EQ(IboValue(10, 100.5), Variant(10.0));            // 100.5 -> 100 (half to even) mod 100 = 0
+    EXPECT_EQ(IboValue(10, 250.5), Variant(10.5));            // 250.5 -> 250 (half to even) mod 100 = 50
     EXPECT_EQ(IboValue(0, 0).type(), automation::VarType::Double);
 }
 

@@ -37,8 +37,9 @@ TYPED_TEST(KeyboardTest, EnterOrReturnOnAnIboRowRaisesIboEditAsADoubleClickDoes)
     ASSERT_EQ(edits.count(), 2);
     EXPECT_EQ(edits.back().at(0).toInt(), 2);
     // Traced under the double-click's name, as the mouse's way to the same event is.
-    EXPECT_TRUE(this->trace_->lines.contains(QStringLiteral("EXIT BrevView.%1::flexGrid_DblClick")
-                                                 .arg(QString::fromLatin1(TypeParam::staticMetaObject.className()).section(QLatin1String("::"), -1))));
+    EXPECT_TRUE(this->trace_->lines.contains(
+        QStringLiteral("EXIT BrevView.%1::flexGrid_DblClick")
+            .arg(QString::fromLatin1(TypeParam::staticMetaObject.className()).section(QLatin1String("::"), -1))));
 }
 
 TYPED_TEST(KeyboardTest, TheMenuKeyAndShiftF10RaiseRightClickForTheCurrentIboRow)

@@ -120,7 +120,8 @@ protected:
                 for (const auto& [color, n] : counts)
                     best = std::max(best, Contrast(color, back));
                 EXPECT_GE(best, needed) << qPrintable(name) << ": row " << r << " column " << c << " \""
-                                     << qPrintable(g.DisplayText(r, c)) << "\" on " << qPrintable(QColor(back).name());
+                                        << qPrintable(g.DisplayText(r, c)) << "\" on "
+                                        << qPrintable(QColor(back).name());
                 ++*checked;
                 if (style.back >= 0)
                     ++*onFixedBack;
@@ -152,7 +153,8 @@ TYPED_TEST(PaletteTest, FixedColoursKeepTheirMeaningUnderALightAndADarkPalette)
     auto setValues = [&] {
         QStringList values;
         for (int r = 1; r < g.Rows(); ++r)
-            values << g.Cell(grid::flexcpBackColor, r, 0).toString() << g.Cell(grid::flexcpForeColor, r, g.Cols() - 1).toString();
+            values << g.Cell(grid::flexcpBackColor, r, 0).toString()
+                   << g.Cell(grid::flexcpForeColor, r, g.Cols() - 1).toString();
         return values;
     };
     int checked = 0, fixed = 0;
@@ -189,7 +191,8 @@ TYPED_TEST(PaletteTest, FixedColoursKeepTheirMeaningUnderALightAndADarkPalette)
             if (style.back >= 0) {
                 // A dark band of the same hue (a white one is the palette's base).
                 const QColor set = colorRef(style.back);
-                EXPECT_LT(Luminance(back.rgb()), 0.1) << "row " << r << " column " << c << " " << qPrintable(back.name());
+                EXPECT_LT(Luminance(back.rgb()), 0.1)
+                    << "row " << r << " column " << c << " " << qPrintable(back.name());
                 if (HasHue(set)) {
                     EXPECT_NEAR(Hue(back), Hue(set), 3.0) << "row " << r << " column " << c;
                 }
@@ -197,7 +200,8 @@ TYPED_TEST(PaletteTest, FixedColoursKeepTheirMeaningUnderALightAndADarkPalette)
             if (style.fore >= 0) {
                 const QColor fore = g.TextColorOf(r, c);
                 const QColor set = colorRef(style.fore);
-                EXPECT_GE(Contrast(fore.rgb(), back.rgb()), 4.5) << "row " << r << " column " << c << " " << qPrintable(fore.name());
+                EXPECT_GE(Contrast(fore.rgb(), back.rgb()), 4.5)
+                    << "row " << r << " column " << c << " " << qPrintable(fore.name());
                 if (HasHue(set)) {
                     EXPECT_NEAR(Hue(fore), Hue(set), 3.0) << "row " << r << " column " << c;
                 }

@@ -42,13 +42,16 @@ TYPED_TEST_SUITE_P(PrintTest);
 TYPED_TEST_P(PrintTest, PrintIntoAPrinterGivesPrintViewsPagesWithAHeadingAndPageNumbers)
 {
     grid::FlexGrid& g = this->Grid();
-    const QStringList screenLook{QString::number(g.Appearance()), QString::number(g.BackColor()), QString::number(g.GridColor()),
-                                 QString::number(g.HighLight()), g.Cell(grid::flexcpForeColor, 1, 1).toString()};
+    const QStringList screenLook{QString::number(g.Appearance()), QString::number(g.BackColor()),
+                                 QString::number(g.GridColor()), QString::number(g.HighLight()),
+                                 g.Cell(grid::flexcpForeColor, 1, 1).toString()};
     const QString viaPrintView = this->TempPath(QStringLiteral("printview.pdf"));
     qputenv("BREV_PRINT_TO_PDF", viaPrintView.toLocal8Bit());
     this->View().PrintView();
     qunsetenv("BREV_PRINT_TO_PDF");
-    const QString viaPrint = qEnvironmentVariableIsSet("BREV_TEST_PICTURES") ? qEnvironmentVariable("BREV_TEST_PICTURES") + QStringLiteral("/print.pdf") : this->TempPath(QStringLiteral("print.pdf"));
+    const QString viaPrint = qEnvironmentVariableIsSet("BREV_TEST_PICTURES")
+                                 ? qEnvironmentVariable("BREV_TEST_PICTURES") + QStringLiteral("/print.pdf")
+                                 : this->TempPath(QStringLiteral("print.pdf"));
     {
         QPrinter printer(QPrinter::HighResolution);
         printer.setOutputFormat(QPrinter::PdfFormat);
@@ -65,7 +68,8 @@ TYPED_TEST_P(PrintTest, PrintIntoAPrinterGivesPrintViewsPagesWithAHeadingAndPage
     const QStringList expected = RawText(viaPrintView).split(QLatin1Char('\n'));
     // Each page ends with its heading and its number; without them the text is PrintView's.
     int headings = 0, numbers = 0;
-    const QString today = QLocale(QLocale::English, QLocale::UnitedStates).toString(QDate(2026, 3, 5), QLocale::LongFormat);
+    const QString today =
+        QLocale(QLocale::English, QLocale::UnitedStates).toString(QDate(2026, 3, 5), QLocale::LongFormat);
     QStringList rest;
     for (const QString& line : printed) {
         if (line.contains(today)) {
@@ -91,14 +95,16 @@ TYPED_TEST_P(PrintTest, PrintIntoAPrinterGivesPrintViewsPagesWithAHeadingAndPage
         lines.removeAll(QString());
         // The header row stands on every page, so the rows are compared without it: the IBO
         // rows and the node rows (each with an amount).
-        lines.removeIf([](const QString& l) { return !l.contains(QStringLiteral("IBO-")) && !l.contains(QLatin1Char('$')); });
+        lines.removeIf(
+            [](const QString& l) { return !l.contains(QStringLiteral("IBO-")) && !l.contains(QLatin1Char('$')); });
         return lines;
     };
     EXPECT_EQ(meaningful(rest), meaningful(expected));
     // The screen look comes back.
-    EXPECT_EQ((QStringList{QString::number(g.Appearance()), QString::number(g.BackColor()), QString::number(g.GridColor()),
-                           QString::number(g.HighLight()), g.Cell(grid::flexcpForeColor, 1, 1).toString()}),
-              screenLook);
+    EXPECT_EQ(
+        (QStringList{QString::number(g.Appearance()), QString::number(g.BackColor()), QString::number(g.GridColor()),
+                     QString::number(g.HighLight()), g.Cell(grid::flexcpForeColor, 1, 1).toString()}),
+        screenLook);
 }
 
 REGISTER_TYPED_TEST_SUITE_P(PrintTest, PrintIntoAPrinterGivesPrintViewsPagesWithAHeadingAndPageNumbers);

@@ -43,8 +43,8 @@ TEST(ProbabilityTest, LookupInRange)
 TEST(ProbabilityTest, OutOfRangePositionsFallBackToTheFirstElement)
 {
     const auto m = Matrix();
-    EXPECT_EQ(m.Lookup(-1, -1), 10);  // k = -3
-    EXPECT_EQ(m.Lookup(3, 3), 10);    // k = 13
+    EXPECT_EQ(m.Lookup(-1, -1), 10);                                 // k = -3
+    EXPECT_EQ(m.Lookup(3, 3), 10);                                   // k = 13
     EXPECT_EQ(m.Lookup(std::numeric_limits<qint32>::max(), 1), 10);  // k overflows
     EXPECT_EQ(m.Lookup(Variant::Null(), Variant(qint32(1))), 10);
 }
@@ -75,7 +75,8 @@ TEST(DatesTest, NormalizeIgnoringErrorsGivesTheZeroDate)
 {
     EXPECT_EQ(detail::NormalizeDateIgnoringErrors(Variant::Null()), Date());
     EXPECT_EQ(detail::NormalizeDateIgnoringErrors(Variant("garbage")), Date());
-    EXPECT_EQ(detail::NormalizeDateIgnoringErrors(Variant(Date::FromParts(2024, 5, 10, 17, 45))), Date::FromParts(2024, 5, 10));
+    EXPECT_EQ(detail::NormalizeDateIgnoringErrors(Variant(Date::FromParts(2024, 5, 10, 17, 45))),
+              Date::FromParts(2024, 5, 10));
 }
 
 }  // namespace

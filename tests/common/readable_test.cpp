@@ -16,8 +16,8 @@ namespace BrevView::test {
 namespace {
 
 // The columns whose texts must show whole: numbers, dates and amounts.
-const QStringList kWholeColumns{QStringLiteral("IBO#"), QStringLiteral("WTC"), QStringLiteral("WWIH?"), QStringLiteral("%"),
-                                QStringLiteral("#"), QStringLiteral("Value")};
+const QStringList kWholeColumns{QStringLiteral("IBO#"), QStringLiteral("WTC"), QStringLiteral("WWIH?"),
+                                QStringLiteral("%"),    QStringLiteral("#"),   QStringLiteral("Value")};
 // A cell keeps three pixels on each side of its text.
 constexpr int kCellPadding = 6;
 
@@ -86,11 +86,12 @@ protected:
                 const QString text = g.DisplayText(r, c);
                 const int need = QFontMetrics(g.CellFont(r, c, font)).horizontalAdvance(text);
                 EXPECT_LE(need + kCellPadding, cell.width())
-                    << qPrintable(g.TextMatrix(0, c)) << " row " << r << ": \"" << qPrintable(text) << "\" needs " << need
-                    << " px, its cell is " << cell.width() << " px";
+                    << qPrintable(g.TextMatrix(0, c)) << " row " << r << ": \"" << qPrintable(text) << "\" needs "
+                    << need << " px, its cell is " << cell.width() << " px";
             }
             const QRect header = g.CellRect(0, c);
-            EXPECT_LE(QFontMetrics(g.CellFont(0, c, font)).horizontalAdvance(g.TextMatrix(0, c)) + kCellPadding, header.width());
+            EXPECT_LE(QFontMetrics(g.CellFont(0, c, font)).horizontalAdvance(g.TextMatrix(0, c)) + kCellPadding,
+                      header.width());
         }
         EXPECT_GE(checkedCols, 4);
         CheckSalesCycleHeader(g);
@@ -103,7 +104,8 @@ protected:
             const QString caption = g.TextMatrix(0, c);
             if (!caption.startsWith(QStringLiteral("Sales Cycle")))
                 continue;
-            const QStringList lines = QString(caption).replace(QLatin1Char('\r'), QLatin1Char('\n')).split(QLatin1Char('\n'));
+            const QStringList lines =
+                QString(caption).replace(QLatin1Char('\r'), QLatin1Char('\n')).split(QLatin1Char('\n'));
             ASSERT_EQ(lines.size(), 2);
             const QFontMetrics metrics(g.CellFont(0, c, g.font()));
             const QRect cell = g.CellRect(0, c);

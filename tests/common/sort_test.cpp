@@ -44,7 +44,8 @@ protected:
     }
     void ClickHeader(int col)
     {
-        QTest::mouseClick(this->Grid().viewport(), Qt::LeftButton, Qt::NoModifier, this->Grid().CellRect(0, col).center());
+        QTest::mouseClick(this->Grid().viewport(), Qt::LeftButton, Qt::NoModifier,
+                          this->Grid().CellRect(0, col).center());
     }
     // The IBO rows shown, node by node: each list is one node's rows (one list in the flat view).
     std::vector<std::vector<int>> Runs()
@@ -115,7 +116,8 @@ TYPED_TEST(SortTest, DatesSortAsDatesAndTextByTheLocalesCollation)
     ASSERT_GE(date, 0);
     ASSERT_EQ(g.ColDataType(date), int(grid::flexDTDate));
     g.SortByColumn(date, Qt::AscendingOrder);
-    this->ExpectSorted([&](int r) { return automation::ToDate(automation::Variant(g.TextMatrix(r, date))).serial(); }, false);
+    this->ExpectSorted([&](int r) { return automation::ToDate(automation::Variant(g.TextMatrix(r, date))).serial(); },
+                       false);
     const int last = this->Column(QStringLiteral("Last"));
     ASSERT_GE(last, 0);
     g.SortByColumn(last, Qt::AscendingOrder);

@@ -56,9 +56,10 @@ TEST_F(TracedTest, ErrorIsRaisedAgainWithTheTracesLastErrorNumber)
 TEST_F(TracedTest, NestedProceduresEachReportTheError)
 {
     RecordingTrace& t = UseRecordingTrace();
-    EXPECT_RUNTIME_ERROR(Traced(QStringLiteral("outer"), [] { Traced(QStringLiteral("inner"), [] { throw RuntimeError(6); }); }), 6);
-    EXPECT_EQ(t.lines, (QStringList{QStringLiteral("ENTER outer"), QStringLiteral("ENTER inner"), QStringLiteral("HANDLE 6"),
-                                    QStringLiteral("HANDLE 6")}));
+    EXPECT_RUNTIME_ERROR(
+        Traced(QStringLiteral("outer"), [] { Traced(QStringLiteral("inner"), [] { throw RuntimeError(6); }); }), 6);
+    EXPECT_EQ(t.lines, (QStringList{QStringLiteral("ENTER outer"), QStringLiteral("ENTER inner"),
+                                    QStringLiteral("HANDLE 6"), QStringLiteral("HANDLE 6")}));
 }
 
 TEST_F(TracedTest, OtherExceptionsBecomeNumberedErrors)

@@ -5,8 +5,8 @@
 #include <brevview/brevview.h>
 
 #include "common/type_library.h"
-#include "views/flat/flat_view_fixture.h"
 #include "grid/flex_grid.h"
+#include "views/flat/flat_view_fixture.h"
 
 namespace BrevView::test {
 namespace {
@@ -40,7 +40,8 @@ TEST(TypeLibraryTest, EveryGuidIsDistinctAndWellFormed)
     QStringList guids{QString::fromLatin1(lib.guid)};
     for (int c = 0; c < lib.classCount; ++c) {
         const auto& cls = lib.classes[c];
-        guids << QString::fromLatin1(cls.guid) << QString::fromLatin1(cls.defaultInterface.guid) << QString::fromLatin1(cls.eventInterfaceGuid);
+        guids << QString::fromLatin1(cls.guid) << QString::fromLatin1(cls.defaultInterface.guid)
+              << QString::fromLatin1(cls.eventInterfaceGuid);
         for (int a = 0; a < cls.aliasCount; ++a)
             guids << QString::fromLatin1(cls.aliases[a].guid);
     }
@@ -140,7 +141,8 @@ TEST_F(ControlInterfaceTest, EveryDispIdReachesTheMemberOfItsName)
                 }
                 // Read every property through its DISPID; writes and calls that are safe here too.
                 if (slot.kind == MemberKind::Get) {
-                    const QVariant viaDispId = detail::InvokeByDispId(control.get(), slot.dispId, MemberKind::Get, {}, itf);
+                    const QVariant viaDispId =
+                        detail::InvokeByDispId(control.get(), slot.dispId, MemberKind::Get, {}, itf);
                     const QVariant viaName = control->property(slot.member);
                     EXPECT_EQ(viaDispId, viaName) << slot.member;
                 }
@@ -162,7 +164,8 @@ TEST_F(ControlInterfaceTest, EveryDispIdReachesTheMemberOfItsName)
             EXPECT_EQ(grid->Row(), 1);
             EXPECT_RUNTIME_ERROR(detail::InvokeByDispId(control.get(), 0x6003000a, MemberKind::Method), 438);
             EXPECT_RUNTIME_ERROR(detail::InvokeByDispId(control.get(), 0x60030005, MemberKind::Method), 449);
-            EXPECT_RUNTIME_ERROR(detail::InvokeByDispId(control.get(), 0x60030005, MemberKind::Method, {5}, "_PriorityView"), 13);
+            EXPECT_RUNTIME_ERROR(
+                detail::InvokeByDispId(control.get(), 0x60030005, MemberKind::Method, {5}, "_PriorityView"), 13);
         }
     }
     EXPECT_GE(walked, 1);

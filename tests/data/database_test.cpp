@@ -3,8 +3,8 @@
 #include <QFile>
 #include <QStorageInfo>
 
-#include "data_fixture.h"
 #include "data/engines/sqlite/sqlite_connection.h"
+#include "data_fixture.h"
 
 namespace BrevView::test {
 namespace {
@@ -39,7 +39,9 @@ TEST_P(DataTest, SQLiteFilesAreReadThroughAMemoryMapOnlyOnLocalFileSystems)
     // The test database's own connection follows its file system's type.
     const bool local = data::SqliteConnection::MapsFilesOn(QStorageInfo(path_).fileSystemType());
     sqlite3_stmt* s = nullptr;
-    ASSERT_EQ(sqlite3_prepare_v2(static_cast<data::SqliteConnection&>(*db_->connection()).handle(), "PRAGMA mmap_size", -1, &s, nullptr), SQLITE_OK);
+    ASSERT_EQ(sqlite3_prepare_v2(static_cast<data::SqliteConnection&>(*db_->connection()).handle(), "PRAGMA mmap_size",
+                                 -1, &s, nullptr),
+              SQLITE_OK);
     ASSERT_EQ(sqlite3_step(s), SQLITE_ROW);
     EXPECT_EQ(sqlite3_column_int64(s, 0), local ? 1073741824 : 0) << QStorageInfo(path_).fileSystemType().constData();
     sqlite3_finalize(s);
@@ -109,8 +111,10 @@ TEST_P(DataTest, StoredQueryIsUsedAsItStandsInTheDatabase)
 {
     // The server's schema script makes the catalogue with the tables; an SQLite file gets it here.
     if (!OnPostgreSQL())
-        Exec(path_, QStringLiteral("CREATE TABLE BrevQueryDefs (Name TEXT PRIMARY KEY COLLATE NOCASE, SQL TEXT NOT NULL)"));
-    Exec(path_, QStringLiteral("INSERT INTO BrevQueryDefs VALUES ('Q', 'SELECT IboNumber FROM IboMain WHERE IboID = 3')"));
+        Exec(path_,
+             QStringLiteral("CREATE TABLE BrevQueryDefs (Name TEXT PRIMARY KEY COLLATE NOCASE, SQL TEXT NOT NULL)"));
+    Exec(path_,
+         QStringLiteral("INSERT INTO BrevQueryDefs VALUES ('Q', 'SELECT IboNumber FROM IboMain WHERE IboID = 3')"));
     auto rs = db_->QueryDefs(QStringLiteral("q"))->OpenRecordset(dbOpenSnapshot);
     EXPECT_EQ(rs->Field(0).stringValue(), QStringLiteral("A-3"));
 }
@@ -118,8 +122,9 @@ TEST_P(DataTest, StoredQueryIsUsedAsItStandsInTheDatabase)
 TEST_P(DataTest, DateComparisonsBehaveAsCalendarDays)
 {
     // 17:45 on 10 May 2024 is >= #05/10/2024# and < #05/11/2024#.
-    auto rs = db_->OpenRecordset(QStringLiteral("SELECT IboID FROM IboMain WHERE DateWWIH >= #05/10/2024# AND DateWWIH < #05/11/2024#"),
-                                 dbOpenSnapshot);
+    auto rs = db_->OpenRecordset(
+        QStringLiteral("SELECT IboID FROM IboMain WHERE DateWWIH >= #05/10/2024# AND DateWWIH < #05/11/2024#"),
+        dbOpenSnapshot);
     ASSERT_FALSE(rs->Eof());
     EXPECT_EQ(rs->Field(0).longValue(), 2);
     rs->MoveNext();
@@ -129,7 +134,8 @@ TEST_P(DataTest, DateComparisonsBehaveAsCalendarDays)
 TEST_P(DataTest, SqlDateFunctionReadsTheLibraryClock)
 {
     PinToday(2024, 5, 11);
-    auto rs = db_->OpenRecordset(QStringLiteral("SELECT IboID FROM IboMain WHERE DateWWIH < Date() ORDER BY IboID"), dbOpenSnapshot);
+    auto rs = db_->OpenRecordset(QStringLiteral("SELECT IboID FROM IboMain WHERE DateWWIH < Date() ORDER BY IboID"),
+                                 dbOpenSnapshot);
     QList<int> ids;
     for (; !rs->Eof(); rs->MoveNext())
         ids.append(rs->Field(0).longValue());
@@ -141,7 +147,8 @@ TEST_P(DataTest, SqlDateFunctionReadsTheLibraryClock)
 
 TEST_P(DataTest, YearAndMonthOfStoredDates)
 {
-    auto rs = db_->OpenRecordset(QStringLiteral("SELECT Year(DateWWIH)*100+Month([DateWWIH]) FROM IboMain WHERE IboID = 2"), dbOpenSnapshot);
+    auto rs = db_->OpenRecordset(
+        QStringLiteral("SELECT Year(DateWWIH)*100+Month([DateWWIH]) FROM IboMain WHERE IboID = 2"), dbOpenSnapshot);
     EXPECT_EQ(rs->Field(0).longValue(), 202405);
 }
 
@@ -154,7 +161,8 @@ TEST_P(DataTest, TransactionRollbackUndoesWrites)
     db_->BeginTrans();
     db_->Execute(QStringLiteral("UPDATE IboMain SET IboNumber = 'kept' WHERE IboID = 1"));
     db_->CommitTrans();
-    EXPECT_EQ(QueryText(path_, QStringLiteral("SELECT IboNumber FROM IboMain WHERE IboID = 1")), QStringLiteral("kept"));
+    EXPECT_EQ(QueryText(path_, QStringLiteral("SELECT IboNumber FROM IboMain WHERE IboID = 1")),
+              QStringLiteral("kept"));
 }
 
 TEST_P(DataTest, WorkspacesCountedPerThreadEngineOnSQLiteWhichIgnoresTheAccount)
@@ -162,7 +170,8 @@ TEST_P(DataTest, WorkspacesCountedPerThreadEngineOnSQLiteWhichIgnoresTheAccount)
     auto engine = data::DBEngine::ForThisThread();
     EXPECT_EQ(engine, data::DBEngine::ForThisThread());
     const int before = engine->OpenWorkspaceCount();
-    auto ws = engine->CreateWorkspace(QStringLiteral("FlatView"), QStringLiteral("u"), QStringLiteral("p"), data::dbUseJet);
+    auto ws =
+        engine->CreateWorkspace(QStringLiteral("FlatView"), QStringLiteral("u"), QStringLiteral("p"), data::dbUseJet);
     EXPECT_EQ(engine->OpenWorkspaceCount(), before + 1);
     auto db = ws->OpenDatabase(path_, false, false, QStringLiteral("UID=u;PWD=p;"));
     EXPECT_EQ(db->Connect(), QStringLiteral("UID=u;PWD=p;"));

@@ -1,7 +1,7 @@
-#include "data_fixture.h"
+#include "data/read_ahead.h"
 #include "automation/conversions.h"
 #include "automation/runtime_error.h"
-#include "data/read_ahead.h"
+#include "data_fixture.h"
 #include "support/memory_in_use.h"
 
 namespace BrevView::test {
@@ -20,10 +20,11 @@ protected:
     {
         DataTest::SetUp();
         // 20,000 IBOs more (ids 6 to 20005): many batches of rows.
-        Exec(path_, QStringLiteral("WITH RECURSIVE n(i) AS (SELECT 6 UNION ALL SELECT i + 1 FROM n WHERE i < 20005) "
-                                   "INSERT INTO IboMain (IboID, IboNumber, DateWWIH, ConLastName, DescriptorStatus, "
-                                   "IboValueNumeric, RecStatusArchive, RecStatusDelete) "
-                                   "SELECT i, 'B-' || i, '2025-01-01 00:00:00', 'Name ' || i, 1, i * 10, '0', '0' FROM n"));
+        Exec(path_,
+             QStringLiteral("WITH RECURSIVE n(i) AS (SELECT 6 UNION ALL SELECT i + 1 FROM n WHERE i < 20005) "
+                            "INSERT INTO IboMain (IboID, IboNumber, DateWWIH, ConLastName, DescriptorStatus, "
+                            "IboValueNumeric, RecStatusArchive, RecStatusDelete) "
+                            "SELECT i, 'B-' || i, '2025-01-01 00:00:00', 'Name ' || i, 1, i * 10, '0', '0' FROM n"));
     }
 
     static constexpr int kRows = 20005;
@@ -50,7 +51,8 @@ TEST_P(ReadAheadTest, ALongReadOutsideATransactionGoesAheadOnAThreadAndGivesEver
 {
     for (const int type : {dbOpenForwardOnly, dbOpenSnapshot}) {
         const quint64 before = ReadAhead::StartedOnThisThread();
-        auto rs = db_->OpenRecordset(QStringLiteral("SELECT IboID, IboNumber, ConLastName, IboValueNumeric FROM IboMain ORDER BY IboID"), type);
+        auto rs = db_->OpenRecordset(
+            QStringLiteral("SELECT IboID, IboNumber, ConLastName, IboValueNumeric FROM IboMain ORDER BY IboID"), type);
         int expected = 1;
         for (; !rs->Eof(); rs->MoveNext(), ++expected) {
             ASSERT_EQ(rs->Field(0).longValue(), expected);
@@ -89,8 +91,9 @@ TEST_F(SqliteReadAheadTest, ADynasetReadAtTheStartOfATransactionGoesAheadAndItsU
 {
     const quint64 before = ReadAhead::StartedOnThisThread();
     db_->BeginTrans();
-    auto rs = db_->OpenRecordset(QStringLiteral("SELECT IboID, ConLastName FROM IboMain WHERE IboID >= 20000 ORDER BY IboID"),
-                                 data::dbOpenDynaset);
+    auto rs =
+        db_->OpenRecordset(QStringLiteral("SELECT IboID, ConLastName FROM IboMain WHERE IboID >= 20000 ORDER BY IboID"),
+                           data::dbOpenDynaset);
     EXPECT_EQ(rs->RecordCount(), kRows - 20000 + 1);
     EXPECT_EQ(ReadAhead::StartedOnThisThread(), before + 1);
     for (; !rs->Eof(); rs->MoveNext()) {
@@ -99,12 +102,15 @@ TEST_F(SqliteReadAheadTest, ADynasetReadAtTheStartOfATransactionGoesAheadAndItsU
         rs->Update();
     }
     // After a write, a read in the same transaction comes from this connection and sees it.
-    auto again = db_->OpenRecordset(QStringLiteral("SELECT ConLastName FROM IboMain WHERE IboID = 20005"), data::dbOpenDynaset);
+    auto again =
+        db_->OpenRecordset(QStringLiteral("SELECT ConLastName FROM IboMain WHERE IboID = 20005"), data::dbOpenDynaset);
     EXPECT_EQ(Text(*again, 0), QStringLiteral("Won 20005"));
     EXPECT_EQ(ReadAhead::StartedOnThisThread(), before + 1);
     db_->CommitTrans();
-    EXPECT_EQ(QueryText(path_, QStringLiteral("SELECT ConLastName FROM IboMain WHERE IboID = 20003")), QStringLiteral("Won 20003"));
-    EXPECT_EQ(QueryText(path_, QStringLiteral("SELECT count(*) FROM IboMain WHERE ConLastName LIKE 'Won %'")), QStringLiteral("6"));
+    EXPECT_EQ(QueryText(path_, QStringLiteral("SELECT ConLastName FROM IboMain WHERE IboID = 20003")),
+              QStringLiteral("Won 20003"));
+    EXPECT_EQ(QueryText(path_, QStringLiteral("SELECT count(*) FROM IboMain WHERE ConLastName LIKE 'Won %'")),
+              QStringLiteral("6"));
 }
 
 // The cells of a read are copied out of the statement a row at a time (into a batch when the
@@ -115,16 +121,21 @@ TEST_F(SqliteReadAheadTest, ADynasetReadAtTheStartOfATransactionGoesAheadAndItsU
 TEST_P(ReadAheadTest, EveryKindOfCellCopiedOutOfAStatementReadsAsStoredWhereverItIsRead)
 {
     const bool server = OnPostgreSQL();
-    Exec(path_, server ? QStringLiteral("CREATE TABLE Cells (Id integer PRIMARY KEY, N bigint, R double precision, T text, V numeric)")
-                       : QStringLiteral("CREATE TABLE Cells (Id INTEGER PRIMARY KEY, N INTEGER, R REAL, T TEXT, V NUMERIC)"));
-    Exec(path_, QStringLiteral("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 3000) "
-                               "INSERT INTO Cells (Id, N, R, T, V) SELECT i, CASE WHEN i % 7 = 0 THEN NULL ELSE i * 3 END, i + 0.25, "
-                               "CASE WHEN i % 13 = 0 THEN NULL "
-                               "WHEN i % 11 = 0 THEN '\u00e9' || substr('abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMN', 1, i % 40) "
-                               "ELSE substr('abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMN', 1, i % 40) END, "
-                               "CASE WHEN i % 2 = 0 THEN i * 100 ELSE i + 0.5 END FROM n"));
-    Exec(path_, server ? QStringLiteral("UPDATE Cells SET T = repeat('long', 80000) WHERE Id = 1500")
-                       : QStringLiteral("UPDATE Cells SET T = replace(hex(zeroblob(80000)), '00', 'long') WHERE Id = 1500"));
+    Exec(path_,
+         server ? QStringLiteral(
+                      "CREATE TABLE Cells (Id integer PRIMARY KEY, N bigint, R double precision, T text, V numeric)")
+                : QStringLiteral("CREATE TABLE Cells (Id INTEGER PRIMARY KEY, N INTEGER, R REAL, T TEXT, V NUMERIC)"));
+    Exec(path_,
+         QStringLiteral(
+             "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 3000) "
+             "INSERT INTO Cells (Id, N, R, T, V) SELECT i, CASE WHEN i % 7 = 0 THEN NULL ELSE i * 3 END, i + 0.25, "
+             "CASE WHEN i % 13 = 0 THEN NULL "
+             "WHEN i % 11 = 0 THEN '\u00e9' || substr('abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMN', 1, i % 40) "
+             "ELSE substr('abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMN', 1, i % 40) END, "
+             "CASE WHEN i % 2 = 0 THEN i * 100 ELSE i + 0.5 END FROM n"));
+    Exec(path_,
+         server ? QStringLiteral("UPDATE Cells SET T = repeat('long', 80000) WHERE Id = 1500")
+                : QStringLiteral("UPDATE Cells SET T = replace(hex(zeroblob(80000)), '00', 'long') WHERE Id = 1500"));
     const QString letters = QStringLiteral("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMN");
     auto readAll = [&](int type) {
         auto rs = db_->OpenRecordset(QStringLiteral("SELECT Id, N, R, T, V FROM Cells ORDER BY Id"), type);
@@ -149,7 +160,7 @@ TEST_P(ReadAheadTest, EveryKindOfCellCopiedOutOfAStatementReadsAsStoredWhereverI
                 ASSERT_FALSE(rs->FieldUtf8(3, &text, &length)) << i;
                 continue;
             }
-            const QString expected = i == 1500  ? QStringLiteral("long").repeated(80000)
+            const QString expected = i == 1500     ? QStringLiteral("long").repeated(80000)
                                      : i % 11 == 0 ? QStringLiteral("\u00e9") + letters.left(i % 40)
                                                    : letters.left(i % 40);
             ASSERT_TRUE(rs->FieldUtf8(3, &text, &length)) << i;
@@ -176,8 +187,10 @@ TEST_P(ReadAheadTest, EveryKindOfCellCopiedOutOfAStatementReadsAsStoredWhereverI
 TEST_P(ReadAheadTest, AnErrorHalfwayComesAfterEveryRowBeforeItWithTheSameNumberAsWithoutReadingAhead)
 {
     Exec(path_, QStringLiteral("CREATE TABLE Numbers (k INTEGER, v BIGINT)"));
-    Exec(path_, QStringLiteral("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 5000) "
-                               "INSERT INTO Numbers SELECT i, CASE WHEN i = 3000 THEN -9223372036854775807 - 1 ELSE i END FROM n"));
+    Exec(path_,
+         QStringLiteral(
+             "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 5000) "
+             "INSERT INTO Numbers SELECT i, CASE WHEN i = 3000 THEN -9223372036854775807 - 1 ELSE i END FROM n"));
     // abs() of the smallest integer overflows: the engine fails the statement at that row (the
     // table is read in the order its rows were written, without a sort that would meet it first).
     const QString sql = QStringLiteral("SELECT k, abs(v) FROM Numbers");
@@ -269,7 +282,8 @@ TEST_F(SqliteReadAheadTest, ACommitWhileAReadStillGoesAheadWaitsForItAndFailsWit
     db_->BeginTrans();
     db_->Execute(QStringLiteral("UPDATE IboMain SET ConLastName = 'Late' WHERE IboID = 7"));
     db_->CommitTrans();
-    EXPECT_EQ(QueryText(path_, QStringLiteral("SELECT ConLastName FROM IboMain WHERE IboID = 7")), QStringLiteral("Late"));
+    EXPECT_EQ(QueryText(path_, QStringLiteral("SELECT ConLastName FROM IboMain WHERE IboID = 7")),
+              QStringLiteral("Late"));
 }
 
 TEST_P(ReadAheadTest, TwoReadsAtOnceOnOneConnectionEachGiveTheirOwnRows)
@@ -346,7 +360,8 @@ TEST_P(ReadAheadTest, OnAServerAStatementRunWhileAReadGoesAheadTakesTheSessionAn
         if (n % 5000 == 1) {
             // Written and read back on the same connection while the long read goes on.
             db_->Execute(QStringLiteral("UPDATE IboMain SET ConLastName = 'Seen %1' WHERE IboID = 2").arg(n));
-            auto one = db_->OpenRecordset(QStringLiteral("SELECT ConLastName FROM IboMain WHERE IboID = 2"), dbOpenSnapshot);
+            auto one =
+                db_->OpenRecordset(QStringLiteral("SELECT ConLastName FROM IboMain WHERE IboID = 2"), dbOpenSnapshot);
             ASSERT_EQ(Text(*one, 0), QStringLiteral("Seen %1").arg(n));
         }
     }

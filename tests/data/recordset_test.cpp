@@ -1,7 +1,7 @@
 #include <sqlite3.h>
 
-#include "data_fixture.h"
 #include "data/engines/sqlite/sqlite_connection.h"
+#include "data_fixture.h"
 
 namespace BrevView::test {
 namespace {
@@ -47,8 +47,10 @@ void CountingKey(sqlite3_context* ctx, int, sqlite3_value** argv)
 TEST_P(DataTest, SnapshotGoingToItsLastRecordFromTheFirstRunsTheStatementOnceCountedByAnSQLiteFunction)
 {
     int calls = 0;
-    sqlite3_create_function(static_cast<data::SqliteConnection&>(*db_->connection()).handle(), "counting_key", 1, SQLITE_UTF8, &calls, CountingKey, nullptr, nullptr);
-    auto rs = db_->OpenRecordset(QStringLiteral("SELECT IboID FROM IboMain ORDER BY counting_key(IboNumber) DESC"), dbOpenSnapshot);
+    sqlite3_create_function(static_cast<data::SqliteConnection&>(*db_->connection()).handle(), "counting_key", 1,
+                            SQLITE_UTF8, &calls, CountingKey, nullptr, nullptr);
+    auto rs = db_->OpenRecordset(QStringLiteral("SELECT IboID FROM IboMain ORDER BY counting_key(IboNumber) DESC"),
+                                 dbOpenSnapshot);
     EXPECT_EQ(rs->Field(0).longValue(), 5);
     rs->MoveLast();
     EXPECT_EQ(rs->Field(0).longValue(), 1);
@@ -58,7 +60,8 @@ TEST_P(DataTest, SnapshotGoingToItsLastRecordFromTheFirstRunsTheStatementOnceCou
 
     // Once records have been passed without being kept, going back reads the statement again.
     calls = 0;
-    auto again = db_->OpenRecordset(QStringLiteral("SELECT IboID FROM IboMain ORDER BY counting_key(IboNumber)"), dbOpenSnapshot);
+    auto again = db_->OpenRecordset(QStringLiteral("SELECT IboID FROM IboMain ORDER BY counting_key(IboNumber)"),
+                                    dbOpenSnapshot);
     again->MoveNext();
     again->MoveNext();
     EXPECT_EQ(again->Field(0).longValue(), 3);
@@ -77,8 +80,10 @@ TEST_P(DataTest, EmptyRecordsetIsAtBothEnds)
 
 TEST_P(DataTest, FieldsByPositionAndNameWithTypes)
 {
-    auto rs = db_->OpenRecordset(QStringLiteral("SELECT IboID, DateWWIH, ConLastName, IboValueNumeric, RecStatusArchive FROM IboMain WHERE IboID = 5"),
-                                 dbOpenSnapshot);
+    auto rs = db_->OpenRecordset(
+        QStringLiteral(
+            "SELECT IboID, DateWWIH, ConLastName, IboValueNumeric, RecStatusArchive FROM IboMain WHERE IboID = 5"),
+        dbOpenSnapshot);
     EXPECT_EQ(rs->FieldCount(), 5);
     EXPECT_EQ(rs->FieldName(2), QStringLiteral("ConLastName"));
     EXPECT_EQ(rs->Field(0).type(), automation::VarType::Long);
@@ -93,7 +98,8 @@ TEST_P(DataTest, FieldsByPositionAndNameWithTypes)
 
 TEST_P(DataTest, FilterThenOpenRecordsetNarrowsTheNewRecordsetOnly)
 {
-    auto rs = db_->OpenRecordset(QStringLiteral("SELECT IboID, DescriptorStatus FROM IboMain ORDER BY DateWWIH;"), dbOpenSnapshot);
+    auto rs = db_->OpenRecordset(QStringLiteral("SELECT IboID, DescriptorStatus FROM IboMain ORDER BY DateWWIH;"),
+                                 dbOpenSnapshot);
     rs->SetFilter(QStringLiteral("(DescriptorStatus=1) OR (DescriptorStatus=4)"));
     auto filtered = rs->OpenRecordset();
     rs->SetFilter(QString());
@@ -134,16 +140,20 @@ TEST_P(DataTest, SnapshotOfAFilteredAndSortedDynasetKeepsFilterAndOrder)
 
 TEST_P(DataTest, DynasetEditAndUpdateWriteTheTable)
 {
-    auto rs = db_->OpenRecordset(QStringLiteral("SELECT IboID, DateWWIH, DateWonLostCancel, DescriptorStatus FROM IboMain WHERE DescriptorStatus = 2"),
-                                 dbOpenDynaset);
+    auto rs = db_->OpenRecordset(
+        QStringLiteral(
+            "SELECT IboID, DateWWIH, DateWonLostCancel, DescriptorStatus FROM IboMain WHERE DescriptorStatus = 2"),
+        dbOpenDynaset);
     EXPECT_EQ(rs->FieldCount(), 4);  // the row id stays hidden
     ASSERT_FALSE(rs->Eof());
     rs->Edit();
     rs->SetField(QStringLiteral("DateWWIH"), rs->Field(QStringLiteral("DateWonLostCancel")));
     rs->Update();
     EXPECT_EQ(rs->Field(1).dateValue(), automation::Date::FromParts(2024, 4, 1));
-    EXPECT_EQ(QueryText(path_, QStringLiteral("SELECT DateWWIH FROM IboMain WHERE IboID = 2")), QStringLiteral("2024-04-01 00:00:00"));
-    EXPECT_EQ(QueryText(path_, QStringLiteral("SELECT count(*) FROM IboMain WHERE DateWWIH = '2024-04-01 00:00:00'")), QStringLiteral("1"));
+    EXPECT_EQ(QueryText(path_, QStringLiteral("SELECT DateWWIH FROM IboMain WHERE IboID = 2")),
+              QStringLiteral("2024-04-01 00:00:00"));
+    EXPECT_EQ(QueryText(path_, QStringLiteral("SELECT count(*) FROM IboMain WHERE DateWWIH = '2024-04-01 00:00:00'")),
+              QStringLiteral("1"));
 }
 
 TEST_P(DataTest, UpdateWithoutEditAndEditOfSnapshotFail)
@@ -166,8 +176,9 @@ TEST_P(DataTest, ForwardOnlyReadsOnceWithoutGoingBack)
 
 TEST_P(DataTest, QueryParametersByName)
 {
-    auto q = db_->CreateQueryDef(QStringLiteral("ByPriority"),
-                                 QStringLiteral("SELECT IboID FROM IboMain WHERE DescriptorPriority = @Priority ORDER BY IboID;"));
+    auto q = db_->CreateQueryDef(
+        QStringLiteral("ByPriority"),
+        QStringLiteral("SELECT IboID FROM IboMain WHERE DescriptorPriority = @Priority ORDER BY IboID;"));
     EXPECT_EQ(q->ParameterNames(), QStringList{QStringLiteral("@Priority")});
     EXPECT_RUNTIME_ERROR(q->OpenRecordset(dbOpenForwardOnly), 3061);
     EXPECT_RUNTIME_ERROR(q->SetParameter(QStringLiteral("@Nope"), automation::Variant(qint32(1))), 3265);
@@ -198,8 +209,9 @@ TEST_P(DataTest, RecordsetOutlivesItsClosedDatabase)
 TEST_P(DataTest, ARecordsetWhoseFirstReadFailsIsAtItsEndWithNoCurrentRecord)
 {
     // Prepares, then fails on its first row.
-    const QString failing = OnPostgreSQL() ? QStringLiteral("SELECT 1 / (IboID - IboID) AS x FROM IboMain")
-                                           : QStringLiteral("SELECT abs(-9223372036854775807 - IboID) AS x FROM IboMain");
+    const QString failing = OnPostgreSQL()
+                                ? QStringLiteral("SELECT 1 / (IboID - IboID) AS x FROM IboMain")
+                                : QStringLiteral("SELECT abs(-9223372036854775807 - IboID) AS x FROM IboMain");
     auto rs = db_->OpenRecordset(failing, data::dbOpenSnapshot);
     EXPECT_THROW(rs->Eof(), RuntimeError);
     EXPECT_TRUE(rs->Eof());
@@ -211,7 +223,9 @@ TEST_P(DataTest, AnSQLiteColumnWhoseNameHoldsADoubleQuoteIsWrittenByUpdate)
 {
     if (OnPostgreSQL())
         GTEST_SKIP() << "SQLite's quoted names";
-    Exec(path_, QStringLiteral("CREATE TABLE Odd (Id INTEGER PRIMARY KEY, \"Say \"\"hi\"\"\" TEXT); INSERT INTO Odd VALUES (1, 'no')"));
+    Exec(path_,
+         QStringLiteral(
+             "CREATE TABLE Odd (Id INTEGER PRIMARY KEY, \"Say \"\"hi\"\"\" TEXT); INSERT INTO Odd VALUES (1, 'no')"));
     auto rs = db_->OpenRecordset(QStringLiteral("SELECT [Say \"hi\"] FROM Odd"), data::dbOpenDynaset);
     ASSERT_FALSE(rs->Eof());
     rs->Edit();

@@ -3,9 +3,9 @@
 
 #include <QEventLoop>
 #include <QLineEdit>
-#include <QTimer>
 #include <QSignalSpy>
 #include <QStandardPaths>
+#include <QTimer>
 
 #include <brevview/brevview.h>
 
@@ -35,7 +35,8 @@ TEST_F(DemoPartsTest, PrintWithoutAPrinterGoesIntoAFolderThatExists)
     // With one: there.
     const QString documents = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
     ASSERT_TRUE(QDir().mkpath(documents));
-    EXPECT_EQ(QFileInfo(BrevViewDemo::PrintPdfPath(QStringLiteral("&Priority"))).absolutePath(), QDir(documents).absolutePath());
+    EXPECT_EQ(QFileInfo(BrevViewDemo::PrintPdfPath(QStringLiteral("&Priority"))).absolutePath(),
+              QDir(documents).absolutePath());
     qputenv("HOME", oldHome);
     qputenv("XDG_CONFIG_HOME", oldConfig);
 }
@@ -72,12 +73,15 @@ TEST_F(DemoPartsTest, SampleIbosAreQualifiedBeforeTheyClose)
     options.count = 5000;
     options.today = QDate(2026, 11, 25);
     ASSERT_EQ(sample::Generate(db, options), QString());
-    EXPECT_GT(QueryText(db, QStringLiteral("SELECT count(*) FROM IboMain WHERE DateWonLostCancel IS NOT NULL")).toInt(), 1000);
+    EXPECT_GT(QueryText(db, QStringLiteral("SELECT count(*) FROM IboMain WHERE DateWonLostCancel IS NOT NULL")).toInt(),
+              1000);
     EXPECT_EQ(QueryText(db, QStringLiteral("SELECT count(*) FROM IboMain WHERE DateWonLostCancel IS NOT NULL AND "
                                            "substr(DateQualified, 1, 10) > substr(DateWonLostCancel, 1, 10)")),
               QStringLiteral("0"));
-    EXPECT_EQ(QueryText(db, QStringLiteral("SELECT count(*) FROM IboMain WHERE substr(DateQualified, 1, 10) > substr(DateWWIH, 1, 10)")),
-              QStringLiteral("0"));
+    EXPECT_EQ(
+        QueryText(db, QStringLiteral(
+                          "SELECT count(*) FROM IboMain WHERE substr(DateQualified, 1, 10) > substr(DateWWIH, 1, 10)")),
+        QStringLiteral("0"));
 }
 
 class IncrementalFindTest : public TestEnv {
@@ -90,7 +94,8 @@ protected:
         PinToday(2026, 3, 5);
         QStringList inserts;
         for (int id = 1; id <= 3000; ++id) {
-            Ibo ibo = Ibo::Open(id, QDate(2026, 3, 5).addDays(id % 200).toString(QStringLiteral("yyyy-MM-dd 00:00:00")));
+            Ibo ibo =
+                Ibo::Open(id, QDate(2026, 3, 5).addDays(id % 200).toString(QStringLiteral("yyyy-MM-dd 00:00:00")));
             if (id == 2100 || id == 2900)
                 ibo.Text(QStringLiteral("ConCompany"), QStringLiteral("Quartz Works"));
             inserts << ibo.InsertSql();

@@ -13,12 +13,12 @@
 
 #include <brevview/brevview.h>
 
-#define CHECK(cond)                                                      \
-    do {                                                                 \
-        if (!(cond)) {                                                   \
+#define CHECK(cond)                                                                \
+    do {                                                                           \
+        if (!(cond)) {                                                             \
             std::fprintf(stderr, "check failed: %s (line %d)\n", #cond, __LINE__); \
-            return 1;                                                    \
-        }                                                                \
+            return 1;                                                              \
+        }                                                                          \
     } while (0)
 
 int main(int argc, char** argv)

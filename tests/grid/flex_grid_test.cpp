@@ -3,8 +3,8 @@
 #include <QSignalSpy>
 #include <QTest>
 
-#include "grid_fixture.h"
 #include "grid/grid_format.h"
+#include "grid_fixture.h"
 
 namespace BrevView::test {
 namespace {
@@ -78,10 +78,12 @@ TEST_F(GridTest, CurrencyFormatRendersAsTheFormatFunction)
 {
     EXPECT_EQ(grid::FormatCellText(QStringLiteral("1234.56"), QStringLiteral("$###,##0")), QStringLiteral("$1,235"));
     EXPECT_EQ(grid::FormatCellText(QStringLiteral("0"), QStringLiteral("$###,##0")), QStringLiteral("$0"));
-    EXPECT_EQ(grid::FormatCellText(QStringLiteral("1234567.5"), QStringLiteral("$###,##0")), QStringLiteral("$1,234,568"));
+    EXPECT_EQ(grid::FormatCellText(QStringLiteral("1234567.5"), QStringLiteral("$###,##0")),
+              QStringLiteral("$1,234,568"));
     EXPECT_EQ(grid::FormatCellText(QStringLiteral("-1234.56"), QStringLiteral("$###,##0")), QStringLiteral("-$1,235"));
     EXPECT_EQ(grid::FormatCellText(QStringLiteral("0.4"), QStringLiteral("$###,##0")), QStringLiteral("$0"));
-    EXPECT_EQ(grid::FormatCellText(QStringLiteral("**********"), QStringLiteral("$###,##0")), QStringLiteral("**********"));
+    EXPECT_EQ(grid::FormatCellText(QStringLiteral("**********"), QStringLiteral("$###,##0")),
+              QStringLiteral("**********"));
     EXPECT_EQ(grid::FormatCellText(QStringLiteral("2.5"), QStringLiteral("#,##0.00")), QStringLiteral("2.50"));
     FlexGrid& g = *grid_;
     g.setCols(2);
@@ -201,12 +203,12 @@ TEST_F(GridTest, FindRowSearchesRowDataOrAColumn)
     EXPECT_EQ(g.FindRowValue(automation::Variant(qint32(106))), 6);
     EXPECT_EQ(g.FindRow(QVariant(106)), 6);
     EXPECT_EQ(g.FindRowValue(automation::Variant(qint32(999))), -1);
-    EXPECT_EQ(g.FindRowValue(automation::Variant(QStringLiteral("n11"))), 5);          // not case-sensitive
+    EXPECT_EQ(g.FindRowValue(automation::Variant(QStringLiteral("n11"))), 5);  // not case-sensitive
     EXPECT_EQ(g.FindRowValue(automation::Variant(QStringLiteral("n11")), -1, -1, true), -1);
-    EXPECT_EQ(g.FindRowValue(automation::Variant(QStringLiteral("N1"))), 4);           // full match: not N11
+    EXPECT_EQ(g.FindRowValue(automation::Variant(QStringLiteral("N1"))), 4);  // full match: not N11
     EXPECT_EQ(g.FindRowValue(automation::Variant(QStringLiteral("N1")), 5, -1, false, false), 5);
     EXPECT_EQ(g.FindRowValue(automation::Variant(QStringLiteral("row 7")), -1, 0), 7);
-    EXPECT_EQ(g.FindRowValue(automation::Variant(qint32(102)), 3), -1);               // from row 3 on
+    EXPECT_EQ(g.FindRowValue(automation::Variant(qint32(102)), 3), -1);  // from row 3 on
 }
 
 TEST_F(GridTest, RedrawOffBatchesAndRedrawOnLaysOutOnce)
@@ -240,8 +242,9 @@ TEST_F(GridTest, MembersAreReachableByNameThroughTheMetaObject)
     EXPECT_EQ(node, 5);
     ASSERT_TRUE(QMetaObject::invokeMethod(&g, "setIsCollapsed", Q_ARG(int, 1), Q_ARG(int, 2)));
     EXPECT_EQ(g.IsCollapsed(1), 2);
-    for (const char* name : {"Cols", "FixedRows", "Redraw", "MouseRow", "MouseCol", "SelectedRows", "ScrollTipText", "Appearance",
-                             "BackColor", "BackColorBkg", "GridLines", "GridLinesFixed", "GridColor", "FocusRect", "HighLight", "hWnd"})
+    for (const char* name :
+         {"Cols", "FixedRows", "Redraw", "MouseRow", "MouseCol", "SelectedRows", "ScrollTipText", "Appearance",
+          "BackColor", "BackColorBkg", "GridLines", "GridLinesFixed", "GridColor", "FocusRect", "HighLight", "hWnd"})
         EXPECT_GE(g.metaObject()->indexOfProperty(name), 0) << name;
     for (const char* sig : {"SaveGrid(QString,int,bool)", "LoadGrid(QString,int,bool)", "PrintGrid(QString,bool,int)",
                             "ShowCell(int,int)", "Refresh()", "SelectedRow(int)", "Cell(int,int,int,int,int)",

@@ -22,7 +22,7 @@ protected:
     void SetUp() override
     {
         ThreeViewsTest<V>::SetUp();
-        ASSERT_NE(Iface(), nullptr);  // a screen reader has asked about the grid
+        ASSERT_NE(Iface(), nullptr);                                 // a screen reader has asked about the grid
         QMetaObject::invokeMethod(&this->View(), "ExpandAllNodes");  // the outline views' nodes start closed
     }
     QAccessibleInterface* Iface() { return QAccessible::queryAccessibleInterface(&this->Grid()); }
@@ -50,7 +50,8 @@ TYPED_TEST(GridAccessibleTest, TheGridIsATableOfTheRowsOnShowWithNamedColumns)
     EXPECT_EQ(table->rowCount(), int(g.VisibleRows().size()));
     EXPECT_EQ(table->columnCount(), int(cols.size()));
     for (size_t c = 0; c < cols.size(); ++c)
-        EXPECT_EQ(table->columnDescription(int(c)), g.TextMatrix(0, cols[c]).replace(QLatin1Char('\r'), QLatin1Char(' ')));
+        EXPECT_EQ(table->columnDescription(int(c)),
+                  g.TextMatrix(0, cols[c]).replace(QLatin1Char('\r'), QLatin1Char(' ')));
     // A cell's name is its shown text; the hidden column is not among the cells.
     const int r = this->RowOf(2);
     const int row = this->RowIndex(r);
@@ -203,7 +204,8 @@ TYPED_TEST(GridAccessibleTest, TabIntoTheGridMakesACurrentCellWithTextAndAFocusC
             differing += focused.pixel(x, y) != unfocused.pixel(x, y);
     EXPECT_GT(differing, cell.width()) << "no focus cue drawn";
     // A screen reader hears the cell's text.
-    const auto focus = std::find_if(log.entries.rbegin(), log.entries.rend(), [](const auto& e) { return e.type == QAccessible::Focus; });
+    const auto focus = std::find_if(log.entries.rbegin(), log.entries.rend(),
+                                    [](const auto& e) { return e.type == QAccessible::Focus; });
     ASSERT_NE(focus, log.entries.rend());
     EXPECT_EQ(focus->name, g.DisplayText(g.Row(), g.Col()));
     EXPECT_FALSE(focus->name.isEmpty());
@@ -227,7 +229,8 @@ TYPED_TEST(GridAccessibleTest, NoEventOfACollapseOrExpandNamesAGoneObject)
         QCoreApplication::processEvents();
         for (const auto& e : log.entries)
             EXPECT_NE(QAccessible::accessibleInterface(e.id), nullptr)
-                << "event " << int(e.type) << " after key " << int(key) << " names a gone object (\"" << qPrintable(e.name) << "\")";
+                << "event " << int(e.type) << " after key " << int(key) << " names a gone object (\""
+                << qPrintable(e.name) << "\")";
         // The focus, when told, is a cell with a text (the node's caption).
         for (const auto& e : log.entries) {
             if (e.type == QAccessible::Focus && g.Row() == node) {

@@ -119,8 +119,9 @@ TEST_F(GridInteractionTest, BeforeUserResizeCanCancelAndAfterUserResizeFollowsAD
     const QPoint border1(h1.right() + 1, h1.center().y());
     const int before1 = grid_->ColWidth(1);
     QTest::mousePress(Port(), Qt::LeftButton, {}, border1);
-    QMouseEvent move(QEvent::MouseMove, QPointF(border1 + QPoint(30, 0)), Port()->mapToGlobal(QPointF(border1 + QPoint(30, 0))),
-                     Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
+    QMouseEvent move(QEvent::MouseMove, QPointF(border1 + QPoint(30, 0)),
+                     Port()->mapToGlobal(QPointF(border1 + QPoint(30, 0))), Qt::NoButton, Qt::LeftButton,
+                     Qt::NoModifier);
     QApplication::sendEvent(Port(), &move);
     QTest::mouseRelease(Port(), Qt::LeftButton, {}, border1 + QPoint(30, 0));
     EXPECT_EQ(grid_->ColWidth(1), before1 + 30 * grid_->TwipsPerPixelX());
@@ -134,7 +135,8 @@ TEST_F(GridInteractionTest, ScrollTipIsAskedForWhileTheScrollBarIsDragged)
     grid_->setScrollTips(true);
     grid_->Refresh();
     QSignalSpy spy(grid_.get(), &FlexGrid::BeforeScrollTip);
-    QObject::connect(grid_.get(), &FlexGrid::BeforeScrollTip, grid_.get(), [&](int row) { grid_->setScrollTipText(QStringLiteral("Row#%1").arg(row)); });
+    QObject::connect(grid_.get(), &FlexGrid::BeforeScrollTip, grid_.get(),
+                     [&](int row) { grid_->setScrollTipText(QStringLiteral("Row#%1").arg(row)); });
     emit grid_->verticalScrollBar()->sliderMoved(57 - 1);
     ASSERT_EQ(spy.count(), 1);
     EXPECT_EQ(spy.at(0).at(0).toInt(), 57);  // the 57th shown row (no node collapsed)

@@ -86,7 +86,8 @@ TYPED_TEST(GridModelTest, RowsAreTheGridRowsWithNodeRowsAsTheParentsOfTheirIboRo
     for (int k = 0; k < int(cols.size()); ++k) {
         const int c = cols[size_t(k)];
         EXPECT_EQ(m.headerData(k, Qt::Horizontal, Qt::UserRole).toInt(), c);
-        EXPECT_EQ(m.headerData(k, Qt::Horizontal).toString(), g.TextMatrix(0, c).replace(QLatin1Char('\r'), QLatin1Char('\n')));
+        EXPECT_EQ(m.headerData(k, Qt::Horizontal).toString(),
+                  g.TextMatrix(0, c).replace(QLatin1Char('\r'), QLatin1Char('\n')));
         // Hidden columns and placeholders are left out: every column a host gets has a caption.
         EXPECT_FALSE(m.headerData(k, Qt::Horizontal).toString().isEmpty());
         EXPECT_NE(m.headerData(k, Qt::Horizontal).toString(), QStringLiteral("P"));
@@ -178,7 +179,7 @@ TEST_F(FlatModelTest, ARefreshThatFailsMidwayWithRedrawOffStillEndsTheModelsRese
     EXPECT_RUNTIME_ERROR(View().Refresh(), 70);
     EXPECT_EQ(Grid().Redraw(), 0);  // the refresh's error leaves redraw off, as it always did
     EXPECT_EQ(begun.count(), 1);
-    EXPECT_EQ(ended.count(), 1);    // and yet the model is whole again
+    EXPECT_EQ(ended.count(), 1);  // and yet the model is whole again
     EXPECT_EQ(m->rowCount(), Grid().Rows() - 1);
     trace_->failOn.clear();
     View().Refresh();

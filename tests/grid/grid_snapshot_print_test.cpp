@@ -18,20 +18,47 @@ using grid::FlexGrid;
 QString Describe(const FlexGrid& g)
 {
     QStringList out;
-    out << QStringLiteral("shape %1x%2 fixed %3/%4 row %5 col %6").arg(g.Rows()).arg(g.Cols()).arg(g.FixedRows()).arg(g.FixedCols()).arg(g.Row()).arg(g.Col());
+    out << QStringLiteral("shape %1x%2 fixed %3/%4 row %5 col %6")
+               .arg(g.Rows())
+               .arg(g.Cols())
+               .arg(g.FixedRows())
+               .arg(g.FixedCols())
+               .arg(g.Row())
+               .arg(g.Col());
     out << QStringLiteral("look %1 %2 %3 %4 %5 %6 %7 %8 %9")
-               .arg(g.Appearance()).arg(g.BackColor()).arg(g.BackColorBkg()).arg(g.GridLines()).arg(g.GridLinesFixed())
-               .arg(g.GridColor()).arg(g.FocusRect()).arg(g.HighLight()).arg(g.OutlineBar());
+               .arg(g.Appearance())
+               .arg(g.BackColor())
+               .arg(g.BackColorBkg())
+               .arg(g.GridLines())
+               .arg(g.GridLinesFixed())
+               .arg(g.GridColor())
+               .arg(g.FocusRect())
+               .arg(g.HighLight())
+               .arg(g.OutlineBar());
     for (int c = 0; c < g.Cols(); ++c)
-        out << QStringLiteral("col %1 w%2 h%3 a%4 t%5 f%6").arg(c).arg(g.ColWidth(c)).arg(g.ColHidden(c)).arg(g.ColAlignment(c))
-                   .arg(g.ColDataType(c)).arg(g.ColFormat(c));
+        out << QStringLiteral("col %1 w%2 h%3 a%4 t%5 f%6")
+                   .arg(c)
+                   .arg(g.ColWidth(c))
+                   .arg(g.ColHidden(c))
+                   .arg(g.ColAlignment(c))
+                   .arg(g.ColDataType(c))
+                   .arg(g.ColFormat(c));
     for (int r = 0; r < g.Rows(); ++r) {
-        QString line = QStringLiteral("row %1 data[%2] h%3 lvl%4 sub%5 col%6:").arg(r).arg(g.RowData(r).toString()).arg(g.RowHeight(r))
-                           .arg(g.RowOutlineLevel(r)).arg(g.IsSubtotal(r)).arg(g.IsCollapsed(r));
+        QString line = QStringLiteral("row %1 data[%2] h%3 lvl%4 sub%5 col%6:")
+                           .arg(r)
+                           .arg(g.RowData(r).toString())
+                           .arg(g.RowHeight(r))
+                           .arg(g.RowOutlineLevel(r))
+                           .arg(g.IsSubtotal(r))
+                           .arg(g.IsCollapsed(r));
         for (int c = 0; c < g.Cols(); ++c) {
-            line += QStringLiteral(" [%1|%2|%3|%4|%5|%6]").arg(g.TextMatrix(r, c)).arg(g.Cell(grid::flexcpForeColor, r, c).toInt())
-                        .arg(g.Cell(grid::flexcpBackColor, r, c).toInt()).arg(g.Cell(grid::flexcpFontBold, r, c).toBool())
-                        .arg(g.Cell(grid::flexcpFontName, r, c).toString()).arg(g.Cell(grid::flexcpAlignment, r, c).toInt());
+            line += QStringLiteral(" [%1|%2|%3|%4|%5|%6]")
+                        .arg(g.TextMatrix(r, c))
+                        .arg(g.Cell(grid::flexcpForeColor, r, c).toInt())
+                        .arg(g.Cell(grid::flexcpBackColor, r, c).toInt())
+                        .arg(g.Cell(grid::flexcpFontBold, r, c).toBool())
+                        .arg(g.Cell(grid::flexcpFontName, r, c).toString())
+                        .arg(g.Cell(grid::flexcpAlignment, r, c).toInt());
         }
         out << line;
     }
@@ -213,19 +240,20 @@ TEST_F(GridRenderTest, DrawCellIsRaisedOnlyForPaintedCellsAndDoneIsRespected)
     g.setRows(400);
     g.setOwnerDraw(1);
     std::set<int> rows;
-    QObject::connect(&g, &FlexGrid::DrawCell, &g, [&](QPainter* p, int row, int col, int l, int t, int r, int b, bool& done) {
-        rows.insert(row);
-        if (col == 2 && row == 3) {
-            p->fillRect(QRect(QPoint(l, t), QPoint(r - 1, b - 1)), Qt::magenta);
-            done = true;
-        }
-    });
+    QObject::connect(&g, &FlexGrid::DrawCell, &g,
+                     [&](QPainter* p, int row, int col, int l, int t, int r, int b, bool& done) {
+                         rows.insert(row);
+                         if (col == 2 && row == 3) {
+                             p->fillRect(QRect(QPoint(l, t), QPoint(r - 1, b - 1)), Qt::magenta);
+                             done = true;
+                         }
+                     });
     g.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&g));
     const QImage image = g.grab().toImage();
     EXPECT_FALSE(rows.empty());
-    EXPECT_EQ(rows.count(0), 0u);        // the header is never owner-drawn
-    EXPECT_EQ(rows.count(399), 0u);      // far below the viewport: never painted
+    EXPECT_EQ(rows.count(0), 0u);    // the header is never owner-drawn
+    EXPECT_EQ(rows.count(399), 0u);  // far below the viewport: never painted
     EXPECT_LT(*rows.rbegin(), 40);
     const QRect cell = g.CellRect(3, 2).translated(g.viewport()->pos());
     EXPECT_EQ(image.pixelColor(cell.center()), QColor(Qt::magenta));  // no text drawn over it

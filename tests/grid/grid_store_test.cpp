@@ -106,7 +106,8 @@ TEST(GridStoreTest, ASettingRepeatedRowAfterRowKeepsWhatEachCellHadBefore)
             const bool green = r == 5 && c == 0;
             EXPECT_EQ(store.Setting(grid::flexcpBackColor, r, c).toInt(), green ? 0x00FF00 : 0xBCC5FB) << r << "," << c;
             EXPECT_EQ(store.Setting(grid::flexcpFontBold, r, c).toBool(), r % 3 == 0 && c < 2) << r << "," << c;
-            EXPECT_EQ(store.Setting(grid::flexcpForeColor, r, c).toInt(), (r % 4 == 0 && c >= 2) ? 0x0000FF : -1) << r << "," << c;
+            EXPECT_EQ(store.Setting(grid::flexcpForeColor, r, c).toInt(), (r % 4 == 0 && c >= 2) ? 0x0000FF : -1)
+                << r << "," << c;
         }
     }
 }

@@ -1,8 +1,8 @@
 #include <QCursor>
 #include <QGuiApplication>
 
-#include "host/clock.h"
 #include "automation/locale_info.h"
+#include "host/clock.h"
 #include "host/mouse_pointer.h"
 #include "support/test_env.h"
 
@@ -94,8 +94,9 @@ TEST_F(HostServicesTest, ShortYearsReadBackInTheCenturyWindow)
 
 TEST_F(HostServicesTest, ShortDateTextRoundTripsInSeveralLocales)
 {
-    for (const QLocale& l : {QLocale(QLocale::English, QLocale::UnitedStates), QLocale(QLocale::English, QLocale::UnitedKingdom),
-                             QLocale(QLocale::German, QLocale::Germany), QLocale(QLocale::Japanese, QLocale::Japan)}) {
+    for (const QLocale& l :
+         {QLocale(QLocale::English, QLocale::UnitedStates), QLocale(QLocale::English, QLocale::UnitedKingdom),
+          QLocale(QLocale::German, QLocale::Germany), QLocale(QLocale::Japanese, QLocale::Japan)}) {
         automation::SetLocaleOverride(l);
         const QDate day(2026, 3, 5);
         QDate back;

@@ -2,8 +2,8 @@
 #include <QFile>
 
 #include "automation/runtime_error.h"
-#include "host/default_objects.h"
 #include "host/app_settings.h"
+#include "host/default_objects.h"
 #include "support/test_env.h"
 
 namespace BrevView::test {
@@ -48,9 +48,12 @@ TEST_F(DefaultObjectsTest, TraceRecordsNothingWithoutTheVariable)
 
 TEST_F(DefaultObjectsTest, DatabaseSettingsPreferTheEnvironment)
 {
-    settings::SaveSetting(QStringLiteral("Brev"), QStringLiteral("Database"), QStringLiteral("DatabasePath"), QStringLiteral("/from/settings.db"));
-    settings::SaveSetting(QStringLiteral("Brev"), QStringLiteral("Database"), QStringLiteral("UserName"), QStringLiteral("settings-user"));
-    settings::SaveSetting(QStringLiteral("Brev"), QStringLiteral("Database"), QStringLiteral("AuxiliaryInfo"), QStringLiteral("aux"));
+    settings::SaveSetting(QStringLiteral("Brev"), QStringLiteral("Database"), QStringLiteral("DatabasePath"),
+                          QStringLiteral("/from/settings.db"));
+    settings::SaveSetting(QStringLiteral("Brev"), QStringLiteral("Database"), QStringLiteral("UserName"),
+                          QStringLiteral("settings-user"));
+    settings::SaveSetting(QStringLiteral("Brev"), QStringLiteral("Database"), QStringLiteral("AuxiliaryInfo"),
+                          QStringLiteral("aux"));
     host::DefaultDatabaseSettings db;
     EXPECT_EQ(db.DatabasePath(), QStringLiteral("/from/settings.db"));
     EXPECT_EQ(db.UserName(), QStringLiteral("settings-user"));
@@ -76,10 +79,13 @@ TEST_F(DefaultObjectsTest, SettingStoreReadsEmptyForMissingKeyAndKeepsWrites)
 
 TEST_F(DefaultObjectsTest, AppSettingsReturnTheDefaultForAMissingKey)
 {
-    EXPECT_EQ(settings::GetSetting(QStringLiteral("Brev"), QStringLiteral("PriorityView"), QStringLiteral("SCRangeUnits"), QStringLiteral("2")),
+    EXPECT_EQ(settings::GetSetting(QStringLiteral("Brev"), QStringLiteral("PriorityView"),
+                                   QStringLiteral("SCRangeUnits"), QStringLiteral("2")),
               QStringLiteral("2"));
-    settings::SaveSetting(QStringLiteral("Brev"), QStringLiteral("PriorityView"), QStringLiteral("SCRangeUnits"), QStringLiteral("7"));
-    EXPECT_EQ(settings::GetSetting(QStringLiteral("Brev"), QStringLiteral("PriorityView"), QStringLiteral("SCRangeUnits"), QStringLiteral("2")),
+    settings::SaveSetting(QStringLiteral("Brev"), QStringLiteral("PriorityView"), QStringLiteral("SCRangeUnits"),
+                          QStringLiteral("7"));
+    EXPECT_EQ(settings::GetSetting(QStringLiteral("Brev"), QStringLiteral("PriorityView"),
+                                   QStringLiteral("SCRangeUnits"), QStringLiteral("2")),
               QStringLiteral("7"));
 }
 

@@ -1,5 +1,5 @@
-#include "host/default_objects.h"
 #include "host/object_factory.h"
+#include "host/default_objects.h"
 #include "support/test_env.h"
 
 namespace BrevView::test {
@@ -29,21 +29,23 @@ TEST_F(ObjectFactoryTest, UnknownProgIdIsError429)
 
 TEST_F(ObjectFactoryTest, FailingOrEmptyCreatorIsError429)
 {
-    ObjectFactory::Register(QStringLiteral("BrevConf.Config"), []() -> std::shared_ptr<host::AutomationObject> {
-        throw RuntimeError(70);
-    });
+    ObjectFactory::Register(QStringLiteral("BrevConf.Config"),
+                            []() -> std::shared_ptr<host::AutomationObject> { throw RuntimeError(70); });
     EXPECT_RUNTIME_ERROR(ObjectFactory::Create(QStringLiteral("BrevConf.Config")), 429);
-    ObjectFactory::Register(QStringLiteral("BrevConf.Config"), [] { return std::shared_ptr<host::AutomationObject>(); });
+    ObjectFactory::Register(QStringLiteral("BrevConf.Config"),
+                            [] { return std::shared_ptr<host::AutomationObject>(); });
     EXPECT_RUNTIME_ERROR(ObjectFactory::Create(QStringLiteral("BrevConf.Config")), 429);
 }
 
 TEST_F(ObjectFactoryTest, HostRegisteredCreatorReplacesTheDefault)
 {
     ObjectFactory::Register(QStringLiteral("BrevConf.Config"), [] { return std::make_shared<FixedConfig>(); });
-    EXPECT_EQ(ObjectFactory::CreateAs<host::IConfig>(QStringLiteral("BrevConf.Config"))->GetValue(QStringLiteral("InstallPath")),
+    EXPECT_EQ(ObjectFactory::CreateAs<host::IConfig>(QStringLiteral("BrevConf.Config"))
+                  ->GetValue(QStringLiteral("InstallPath")),
               QStringLiteral("/opt/brev/"));
     ObjectFactory::RestoreDefaults();
-    EXPECT_NE(ObjectFactory::CreateAs<host::IConfig>(QStringLiteral("BrevConf.Config"))->GetValue(QStringLiteral("InstallPath")),
+    EXPECT_NE(ObjectFactory::CreateAs<host::IConfig>(QStringLiteral("BrevConf.Config"))
+                  ->GetValue(QStringLiteral("InstallPath")),
               QStringLiteral("/opt/brev/"));
 }
 

@@ -30,9 +30,11 @@ protected:
 
 TEST_F(BadDataTest, NullInEveryFieldGivesLabelsOrNumberedErrorsNeverACrash)
 {
-    const QStringList fields{"IboID", "IboNumber", "DateWWIH", "ConFirstName", "ConLastName", "ConCompany", "DescriptorUwwgi",
-                             "DescriptorUwih", "DescriptorPriority", "DescriptorStatus", "Product", "IboValueNumeric", "IboValueDecimal",
-                             "DateQualified", "DateWonLostCancel", "Note"};
+    const QStringList fields{
+        "IboID",      "IboNumber",       "DateWWIH",        "ConFirstName",       "ConLastName",
+        "ConCompany", "DescriptorUwwgi", "DescriptorUwih",  "DescriptorPriority", "DescriptorStatus",
+        "Product",    "IboValueNumeric", "IboValueDecimal", "DateQualified",      "DateWonLostCancel",
+        "Note"};
     for (const QString& field : fields) {
         Exec(db_, QStringLiteral("DELETE FROM IboMain"));
         Add(Ibo::Open(1, QStringLiteral("2026-04-01 00:00:00")).Set(field, QStringLiteral("NULL")));
@@ -41,13 +43,15 @@ TEST_F(BadDataTest, NullInEveryFieldGivesLabelsOrNumberedErrorsNeverACrash)
             try {
                 QMetaObject::invokeMethod(view.get(), "Refresh");
             } catch (const RuntimeError& e) {
-                EXPECT_TRUE(e.number() == 94 || e.number() == 13) << progId << " " << field.toStdString() << ": " << e.number();
+                EXPECT_TRUE(e.number() == 94 || e.number() == 13)
+                    << progId << " " << field.toStdString() << ": " << e.number();
             }
         }
     }
     // The descriptors show ERR when Null.
     Exec(db_, QStringLiteral("DELETE FROM IboMain"));
-    Add(Ibo::Open(1, QStringLiteral("2026-04-01 00:00:00")).Set(QStringLiteral("DescriptorUwih"), QStringLiteral("NULL")));
+    Add(Ibo::Open(1, QStringLiteral("2026-04-01 00:00:00"))
+            .Set(QStringLiteral("DescriptorUwih"), QStringLiteral("NULL")));
     FlatView flat;
     flat.Refresh();
     EXPECT_EQ(Text(flat, 1, 6), QStringLiteral("ERR"));
@@ -56,7 +60,10 @@ TEST_F(BadDataTest, NullInEveryFieldGivesLabelsOrNumberedErrorsNeverACrash)
 TEST_F(BadDataTest, HugeAndNonAsciiTextsAreShownWhole)
 {
     const QString note = QString(300000, QLatin1Char('n')) + QStringLiteral(" Ærøskøbing ✓ 東京");
-    Add(Ibo::Open(1, QStringLiteral("2026-04-01 00:00:00")).Text(QStringLiteral("Note"), note).Text(QStringLiteral("Product"), QString(5000, QLatin1Char('p'))).Text(QStringLiteral("ConLastName"), QStringLiteral("Øster-Łęcka")));
+    Add(Ibo::Open(1, QStringLiteral("2026-04-01 00:00:00"))
+            .Text(QStringLiteral("Note"), note)
+            .Text(QStringLiteral("Product"), QString(5000, QLatin1Char('p')))
+            .Text(QStringLiteral("ConLastName"), QStringLiteral("Øster-Łęcka")));
     FlatView flat;
     flat.Refresh();
     EXPECT_EQ(Text(flat, 1, 11), note);
@@ -66,7 +73,8 @@ TEST_F(BadDataTest, HugeAndNonAsciiTextsAreShownWhole)
 
 TEST_F(BadDataTest, DatesAtYear100And9999)
 {
-    Add(Ibo::Open(1, QStringLiteral("0100-01-01 00:00:00")).Text(QStringLiteral("DateQualified"), QStringLiteral("0100-01-01 00:00:00")));
+    Add(Ibo::Open(1, QStringLiteral("0100-01-01 00:00:00"))
+            .Text(QStringLiteral("DateQualified"), QStringLiteral("0100-01-01 00:00:00")));
     Add(Ibo::Open(2, QStringLiteral("9999-12-31 00:00:00")));
     FlatView flat;
     flat.Refresh();
@@ -80,9 +88,13 @@ TEST_F(BadDataTest, DatesAtYear100And9999)
 
 TEST_F(BadDataTest, ValuesAtTheCurrencyLimitsOverflowIntoTheMarker)
 {
-    Add(Ibo::Open(1, QStringLiteral("2026-04-01 00:00:00")).Set(QStringLiteral("IboValueNumeric"), QStringLiteral("922337203685477")).Set(QStringLiteral("IboValueDecimal"), QStringLiteral("58")));
-    Add(Ibo::Open(2, QStringLiteral("2026-04-02 00:00:00")).Set(QStringLiteral("IboValueNumeric"), QStringLiteral("-922337203685477")));
-    Add(Ibo::Open(3, QStringLiteral("2026-04-03 00:00:00")).Set(QStringLiteral("IboValueNumeric"), QStringLiteral("900000000000000")));
+    Add(Ibo::Open(1, QStringLiteral("2026-04-01 00:00:00"))
+            .Set(QStringLiteral("IboValueNumeric"), QStringLiteral("922337203685477"))
+            .Set(QStringLiteral("IboValueDecimal"), QStringLiteral("58")));
+    Add(Ibo::Open(2, QStringLiteral("2026-04-02 00:00:00"))
+            .Set(QStringLiteral("IboValueNumeric"), QStringLiteral("-922337203685477")));
+    Add(Ibo::Open(3, QStringLiteral("2026-04-03 00:00:00"))
+            .Set(QStringLiteral("IboValueNumeric"), QStringLiteral("900000000000000")));
     PriorityView priority;
     priority.Refresh();  // no crash; the first group's total is the marker
     bool marked = false;

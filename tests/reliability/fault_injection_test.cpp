@@ -1,6 +1,6 @@
+#include <QElapsedTimer>
 #include <QFile>
 #include <QGuiApplication>
-#include <QElapsedTimer>
 #include <QProcess>
 
 #include <brevview/brevview.h>
@@ -25,7 +25,8 @@ protected:
         for (int i = 1; i <= 30; ++i) {
             Ibo ibo = Ibo::Open(i, QStringLiteral("2024-06-%1 00:00:00").arg(i % 28 + 1, 2, 10, QLatin1Char('0')));
             if (i % 3 == 0)
-                ibo.Set(QStringLiteral("DescriptorStatus"), QStringLiteral("2")).Text(QStringLiteral("DateWonLostCancel"), QStringLiteral("2024-05-02 00:00:00"));
+                ibo.Set(QStringLiteral("DescriptorStatus"), QStringLiteral("2"))
+                    .Text(QStringLiteral("DateWonLostCancel"), QStringLiteral("2024-05-02 00:00:00"));
             Exec(db_, ibo.InsertSql());
         }
         faulty::Register();
@@ -38,7 +39,12 @@ protected:
         data::SqliteConnection::SetVfs({});
         TestEnv::TearDown();
     }
-    QString UnchangedWonDates() { return QueryText(db_, QStringLiteral("SELECT count(*) FROM IboMain WHERE DescriptorStatus = 2 AND DateWWIH <> DateWonLostCancel")); }
+    QString UnchangedWonDates()
+    {
+        return QueryText(
+            db_, QStringLiteral(
+                     "SELECT count(*) FROM IboMain WHERE DescriptorStatus = 2 AND DateWWIH <> DateWonLostCancel"));
+    }
     int Rows(QWidget& view) { return view.findChild<QWidget*>(QStringLiteral("flexGrid"))->property("Rows").toInt(); }
 
     QString db_;
@@ -65,7 +71,7 @@ TEST_F(FaultInjectionTest, IoErrorDuringTheWonDateWritesLeavesNoPartialWrite)
     data::SqliteConnection::SetVfs({});
     EXPECT_EQ(QueryText(db_, QStringLiteral("PRAGMA integrity_check")), QStringLiteral("ok"));
     EXPECT_EQ(UnchangedWonDates(), QStringLiteral("10"));  // none of the ten was written
-    view.Refresh();                                          // the fault is gone: it works
+    view.Refresh();                                        // the fault is gone: it works
     EXPECT_EQ(UnchangedWonDates(), QStringLiteral("0"));
 }
 

@@ -64,7 +64,10 @@ protected:
         }
         Exec(db, Ibo::Open(4, QStringLiteral("2024-06-01 00:00:00")).InsertSql());
     }
-    QString WonDatesWritten() { return QueryText(db_, QStringLiteral("SELECT count(*) FROM IboMain WHERE DateWWIH = DateWonLostCancel")); }
+    QString WonDatesWritten()
+    {
+        return QueryText(db_, QStringLiteral("SELECT count(*) FROM IboMain WHERE DateWWIH = DateWonLostCancel"));
+    }
 
     PgTestServer server_;
     QString db_;
@@ -168,7 +171,8 @@ TEST_F(PostgreSQLFaults, TableWithoutAKeyIsError3027BeforeAnyWonDateIsWritten)
         ADD_FAILURE() << "a keyless table was written";
     } catch (const RuntimeError& e) {
         EXPECT_EQ(e.number(), 3027);
-        EXPECT_TRUE(e.description().contains(QStringLiteral("ibomain"), Qt::CaseInsensitive)) << e.description().toStdString();
+        EXPECT_TRUE(e.description().contains(QStringLiteral("ibomain"), Qt::CaseInsensitive))
+            << e.description().toStdString();
     }
     EXPECT_EQ(WonDatesWritten(), QStringLiteral("0"));
 }
@@ -185,15 +189,17 @@ TEST_F(PostgreSQLFaults, RequiredTlsWorksAndVerifyFullWithAWrongRootCertificateI
     // A root certificate that did not sign the server's.
     const QString wrongRoot = TempPath(QStringLiteral("wrong-root.crt"));
     ASSERT_EQ(QProcess::execute(QStringLiteral("openssl"),
-                                {QStringLiteral("req"), QStringLiteral("-new"), QStringLiteral("-x509"), QStringLiteral("-days"),
-                                 QStringLiteral("2"), QStringLiteral("-nodes"), QStringLiteral("-subj"), QStringLiteral("/CN=localhost"),
-                                 QStringLiteral("-keyout"), TempPath(QStringLiteral("wrong-root.key")), QStringLiteral("-out"), wrongRoot}),
+                                {QStringLiteral("req"), QStringLiteral("-new"), QStringLiteral("-x509"),
+                                 QStringLiteral("-days"), QStringLiteral("2"), QStringLiteral("-nodes"),
+                                 QStringLiteral("-subj"), QStringLiteral("/CN=localhost"), QStringLiteral("-keyout"),
+                                 TempPath(QStringLiteral("wrong-root.key")), QStringLiteral("-out"), wrongRoot}),
               0);
     qputenv("BREV_DATABASE", (db_ + QStringLiteral("&sslmode=verify-full&sslrootcert=") + wrongRoot).toLocal8Bit());
     FlatView refused;
     EXPECT_RUNTIME_ERROR(refused.Refresh(), 3151);
     // With the server's own root it verifies.
-    qputenv("BREV_DATABASE", (db_ + QStringLiteral("&sslmode=verify-full&sslrootcert=") + server_.rootCert).toLocal8Bit());
+    qputenv("BREV_DATABASE",
+            (db_ + QStringLiteral("&sslmode=verify-full&sslrootcert=") + server_.rootCert).toLocal8Bit());
     FlatView verified;
     verified.Refresh();
     EXPECT_EQ(GridOf(verified).Rows(), 2);
@@ -229,10 +235,12 @@ protected:
     }
     void AddOpenIbos(int count)
     {
-        Exec(db_, QStringLiteral("INSERT INTO IboMain SELECT g, 'IBO-' || g, timestamp '2024-06-01' + (g % 300) * interval '1 day', "
-                                 "'First' || g, 'Last' || g, 'Company' || g, 1, 1, 1 + g % 3, 1, 'Widget~Gadget', 1000 + g, 0, "
-                                 "timestamp '2024-01-01', NULL, 'note ' || g, false, false FROM generate_series(1, %1) g")
-                      .arg(count));
+        Exec(db_,
+             QStringLiteral(
+                 "INSERT INTO IboMain SELECT g, 'IBO-' || g, timestamp '2024-06-01' + (g % 300) * interval '1 day', "
+                 "'First' || g, 'Last' || g, 'Company' || g, 1, 1, 1 + g % 3, 1, 'Widget~Gadget', 1000 + g, 0, "
+                 "timestamp '2024-01-01', NULL, 'note ' || g, false, false FROM generate_series(1, %1) g")
+                 .arg(count));
     }
 
     QString info_;

@@ -12,9 +12,8 @@
 
 #include <brevview/brevview.h>
 
-#include "common/data_access.h"
-#include "views/forecast/forecast_view_private.h"
 #include "automation/conversions.h"
+#include "common/data_access.h"
 #include "data/database.h"
 #include "data/engine.h"
 #include "data/engines/postgresql/pg_connection.h"
@@ -22,11 +21,12 @@
 #include "data/recordset.h"
 #include "grid/flex_grid.h"
 #include "host/mouse_pointer.h"
-#include "views/priority/priority_view_private.h"
 #include "support/ibo_builder.h"
 #include "support/memory_in_use.h"
 #include "support/pg_test_server.h"
 #include "support/test_env.h"
+#include "views/forecast/forecast_view_private.h"
+#include "views/priority/priority_view_private.h"
 
 namespace BrevView::test {
 namespace {
@@ -55,14 +55,18 @@ protected:
         data::PgConnection::SetSilenceLimitForTesting(0);
         TestEnv::TearDown();
     }
-    static data::PgConnection& Session(data::Database& db) { return dynamic_cast<data::PgConnection&>(*db.connection()); }
+    static data::PgConnection& Session(data::Database& db)
+    {
+        return dynamic_cast<data::PgConnection&>(*db.connection());
+    }
     // Ends a session from another one, as a server restart or an administrator would.
     void EndSession(int pid)
     {
         ASSERT_TRUE(PgExec(server_.uri, QStringLiteral("SELECT pg_terminate_backend(%1)").arg(pid)).isEmpty());
         QElapsedTimer clock;
         clock.start();
-        while (PgQueryText(server_.uri, QStringLiteral("SELECT count(*) FROM pg_stat_activity WHERE pid = %1").arg(pid)) != "0" &&
+        while (PgQueryText(server_.uri,
+                           QStringLiteral("SELECT count(*) FROM pg_stat_activity WHERE pid = %1").arg(pid)) != "0" &&
                clock.elapsed() < 5000)
             usleep(20000);
     }
@@ -74,7 +78,8 @@ protected:
 TEST_F(PostgreSQLSession, AWriteWhoseSessionWasOpenedAgainBetweenBindAndRunReallyWritesTheRow)
 {
     auto db = data::Database::Open(db_, QStringLiteral("UID=;PWD=;"));
-    auto rs = db->OpenRecordset(QStringLiteral("SELECT IboID, IboValueNumeric FROM IboMain ORDER BY IboID"), data::dbOpenDynaset);
+    auto rs = db->OpenRecordset(QStringLiteral("SELECT IboID, IboValueNumeric FROM IboMain ORDER BY IboID"),
+                                data::dbOpenDynaset);
     rs->Edit();
     rs->SetField(QStringLiteral("IboValueNumeric"), automation::Variant(qint32(111)));
     rs->Update();  // the update statement is prepared now, and used again below
@@ -83,16 +88,18 @@ TEST_F(PostgreSQLSession, AWriteWhoseSessionWasOpenedAgainBetweenBindAndRunReall
     rs->Edit();
     rs->SetField(QStringLiteral("IboValueNumeric"), automation::Variant(qint32(222)));
     rs->Update();
-    EXPECT_EQ(QueryText(db_, QStringLiteral("SELECT IboValueNumeric FROM IboMain WHERE IboID IN (1, 2) ORDER BY IboID")),
-              QStringLiteral("111\n222"));
+    EXPECT_EQ(
+        QueryText(db_, QStringLiteral("SELECT IboValueNumeric FROM IboMain WHERE IboID IN (1, 2) ORDER BY IboID")),
+        QStringLiteral("111\n222"));
 }
 
 TEST_F(PostgreSQLSession, AParameterBoundBeforeTheSessionWasOpenedAgainStillSelectsItsRows)
 {
     Exec(db_, QStringLiteral("UPDATE IboMain SET DescriptorPriority = 3 WHERE IboID = 4"));
     auto db = data::Database::Open(db_, QStringLiteral("UID=;PWD=;"));
-    auto query = db->CreateQueryDef(QStringLiteral("ByPriority"),
-                                    QStringLiteral("SELECT IboNumber FROM IboMain WHERE DescriptorPriority = @Priority;"));
+    auto query =
+        db->CreateQueryDef(QStringLiteral("ByPriority"),
+                           QStringLiteral("SELECT IboNumber FROM IboMain WHERE DescriptorPriority = @Priority;"));
     query->SetParameter(QStringLiteral("@Priority"), automation::Variant(qint32(3)));
     auto rs = query->OpenRecordset(data::dbOpenSnapshot);  // bound, not yet run
     EndSession(Session(*db).BackendPid());
@@ -107,7 +114,10 @@ TEST_F(PostgreSQLSession, AServerThatStopsAnsweringEndsARefreshWithError3043With
     FlatView view;
     view.Refresh();
     ASSERT_EQ(GridOf(view).Rows(), 6);
-    const int pid = PgQueryText(server_.uri, QStringLiteral("SELECT pid FROM pg_stat_activity WHERE application_name = '%1'").arg(name)).toInt();
+    const int pid =
+        PgQueryText(server_.uri,
+                    QStringLiteral("SELECT pid FROM pg_stat_activity WHERE application_name = '%1'").arg(name))
+            .toInt();
     ASSERT_GT(pid, 0);
     data::PgConnection::SetSilenceLimitForTesting(3000);
     // The server process of the view's session stops where it is, its socket open.
@@ -133,7 +143,8 @@ TEST_F(PostgreSQLSession, AReadLetGoAfterTenRowsStopsTheServerInsteadOfReceiving
 {
     Exec(db_, QStringLiteral("CREATE SEQUENCE rows_made"));
     auto db = data::Database::Open(db_, QStringLiteral("UID=;PWD=;"));
-    const QString sql = QStringLiteral("SELECT g, nextval('rows_made') AS n, repeat('x', 50) AS t FROM generate_series(1, 3000000) g");
+    const QString sql =
+        QStringLiteral("SELECT g, nextval('rows_made') AS n, repeat('x', 50) AS t FROM generate_series(1, 3000000) g");
     {
         // Read on the caller's thread, then let go.
         std::unique_ptr<data::Statement> stmt = db->connection()->Prepare(sql);
@@ -226,7 +237,11 @@ TEST_F(PostgreSQLSession, TheSchemaScriptStoresTheQueriesEachViewWouldCreateSoTh
         {detail::kPriorityName, detail::PrioritySql()},
     };
     for (const auto& [name, sql] : expected)
-        EXPECT_EQ(QueryText(db_, QStringLiteral("SELECT SQL FROM BrevQueryDefs WHERE Name = '%1'").arg(QString::fromLatin1(name))), sql) << name;
+        EXPECT_EQ(
+            QueryText(db_,
+                      QStringLiteral("SELECT SQL FROM BrevQueryDefs WHERE Name = '%1'").arg(QString::fromLatin1(name))),
+            sql)
+            << name;
     EXPECT_EQ(QueryText(db_, QStringLiteral("SELECT count(*) FROM BrevQueryDefs")), QStringLiteral("5"));
     // A role that may only read every table (the catalogue too) has views that work.
     GrantRole(QStringLiteral("brev_reader"), QStringLiteral("only-reads"), RoleRights::ReadOnly);
@@ -245,9 +260,11 @@ TEST_F(PostgreSQLSession, AJetTextWithABackslashMeansTheSameWhateverTheServersSt
     Exec(db_, QStringLiteral("UPDATE IboMain SET Note = 'C:\\tmp\\new' WHERE IboID = 3"));
     // A server (or a role) whose string literals still read backslashes as escapes.
     QString uri = db_;
-    uri.replace(QStringLiteral("options=-csearch_path%3D"), QStringLiteral("options=-cstandard_conforming_strings%3Doff%20-csearch_path%3D"));
+    uri.replace(QStringLiteral("options=-csearch_path%3D"),
+                QStringLiteral("options=-cstandard_conforming_strings%3Doff%20-csearch_path%3D"));
     auto db = data::Database::Open(uri, QStringLiteral("UID=;PWD=;"));
-    auto rs = db->OpenRecordset(QStringLiteral("SELECT IboID FROM IboMain WHERE Note = 'C:\\tmp\\new'"), data::dbOpenSnapshot);
+    auto rs = db->OpenRecordset(QStringLiteral("SELECT IboID FROM IboMain WHERE Note = 'C:\\tmp\\new'"),
+                                data::dbOpenSnapshot);
     ASSERT_FALSE(rs->Eof());
     EXPECT_EQ(automation::ToText(rs->Field(0)), QStringLiteral("3"));
 }

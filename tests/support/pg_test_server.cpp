@@ -24,13 +24,20 @@ PgTestServer PgTestServer::FromFile(const QString& infoFile)
             continue;
         const QByteArray key = line.left(eq);
         const QString value = QString::fromUtf8(line.mid(eq + 1));
-        if (key == "PG_TEST_DIR") s.dir = value;
-        else if (key == "PG_TEST_BIN") s.bin = value;
-        else if (key == "PG_TEST_PORT") s.port = value;
-        else if (key == "PG_TEST_USER") s.user = value;
-        else if (key == "PG_TEST_PASSFILE") s.passFile = value;
-        else if (key == "PG_TEST_CERT") s.rootCert = value;
-        else if (key == "PG_TEST_URI") s.uri = value;
+        if (key == "PG_TEST_DIR")
+            s.dir = value;
+        else if (key == "PG_TEST_BIN")
+            s.bin = value;
+        else if (key == "PG_TEST_PORT")
+            s.port = value;
+        else if (key == "PG_TEST_USER")
+            s.user = value;
+        else if (key == "PG_TEST_PASSFILE")
+            s.passFile = value;
+        else if (key == "PG_TEST_CERT")
+            s.rootCert = value;
+        else if (key == "PG_TEST_URI")
+            s.uri = value;
     }
     return s;
 }
@@ -52,7 +59,8 @@ PGconn* Connect(const QString& uri, QString* error)
         PQfinish(conn);
         return nullptr;
     }
-    PQsetNoticeProcessor(conn, [](void*, const char*) {}, nullptr);
+    PQsetNoticeProcessor(
+        conn, [](void*, const char*) {}, nullptr);
     return conn;
 }
 

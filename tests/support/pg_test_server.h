@@ -8,10 +8,10 @@
 namespace BrevView::test {
 
 struct PgTestServer {
-    QString dir;       // the cluster's folder (its socket is there)
-    QString bin;       // the server's programs
+    QString dir;  // the cluster's folder (its socket is there)
+    QString bin;  // the server's programs
     QString port;
-    QString user;      // the administrator, whose password is in passFile
+    QString user;  // the administrator, whose password is in passFile
     QString passFile;
     QString rootCert;  // the server certificate, a root for sslmode=verify-full
     QString uri;       // postgresql://127.0.0.1:<port>/brevtest

@@ -4,15 +4,15 @@
 
 #include <QCoreApplication>
 
-#include "common/ibo_schema.h"
-#include "data/engine.h"
-#include "support/pg_test_server.h"
-#include "common/mod_init.h"
-#include "host/clock.h"
 #include "automation/locale_info.h"
+#include "common/ibo_schema.h"
+#include "common/mod_init.h"
+#include "data/engine.h"
+#include "host/clock.h"
 #include "host/message_box.h"
 #include "host/mouse_pointer.h"
 #include "host/object_factory.h"
+#include "support/pg_test_server.h"
 
 namespace BrevView::test {
 
@@ -69,11 +69,10 @@ void TestEnv::GrantRole(const QString& role, const QString& password, RoleRights
     if (!OnPostgreSQL() || schemas_.isEmpty())
         return;
     const QString& s = schemas_.last();
-    QString sql = QStringLiteral(
-                      "DO $$BEGIN CREATE ROLE %1 LOGIN; EXCEPTION WHEN duplicate_object THEN NULL; END$$;"
-                      "ALTER ROLE %1 LOGIN PASSWORD '%2';"
-                      "GRANT USAGE ON SCHEMA %3 TO %1;"
-                      "GRANT SELECT ON ALL TABLES IN SCHEMA %3 TO %1;")
+    QString sql = QStringLiteral("DO $$BEGIN CREATE ROLE %1 LOGIN; EXCEPTION WHEN duplicate_object THEN NULL; END$$;"
+                                 "ALTER ROLE %1 LOGIN PASSWORD '%2';"
+                                 "GRANT USAGE ON SCHEMA %3 TO %1;"
+                                 "GRANT SELECT ON ALL TABLES IN SCHEMA %3 TO %1;")
                       .arg(role, password, s);
     if (rights == RoleRights::ReadAndWrite)
         sql += QStringLiteral("GRANT UPDATE (DateWWIH) ON %1.IboMain TO %2;").arg(s, role);

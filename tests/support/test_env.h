@@ -16,7 +16,10 @@
 
 // Readable QString values in assertion messages.
 QT_BEGIN_NAMESPACE
-inline void PrintTo(const QString& s, std::ostream* os) { *os << '"' << s.toStdString() << '"'; }
+inline void PrintTo(const QString& s, std::ostream* os)
+{
+    *os << '"' << s.toStdString() << '"';
+}
 QT_END_NAMESPACE
 
 namespace BrevView::test {
@@ -94,23 +97,25 @@ std::string EngineParamName(const ::testing::TestParamInfo<Engine>& info);
 // Runs a suite whose fixture derives from OnBothEngines once on SQLite files
 // ("SQLite/Suite.Test/file") and once on the PostgreSQL test server
 // ("PostgreSQL/Suite.Test/server"). On the server, a test whose name says SQLite is skipped.
-#define BREV_ON_BOTH_ENGINES(Suite)                                                                                             \
-    INSTANTIATE_TEST_SUITE_P(SQLite, Suite, ::testing::Values(::BrevView::test::Engine::SQLite), ::BrevView::test::EngineParamName); \
-    INSTANTIATE_TEST_SUITE_P(PostgreSQL, Suite, ::testing::Values(::BrevView::test::Engine::PostgreSQL), ::BrevView::test::EngineParamName)
+#define BREV_ON_BOTH_ENGINES(Suite)                                                                      \
+    INSTANTIATE_TEST_SUITE_P(SQLite, Suite, ::testing::Values(::BrevView::test::Engine::SQLite),         \
+                             ::BrevView::test::EngineParamName);                                         \
+    INSTANTIATE_TEST_SUITE_P(PostgreSQL, Suite, ::testing::Values(::BrevView::test::Engine::PostgreSQL), \
+                             ::BrevView::test::EngineParamName)
 // The same for a type-parameterised suite, once per type on each engine.
-#define BREV_TYPED_ON_BOTH_ENGINES(Suite, Types)           \
+#define BREV_TYPED_ON_BOTH_ENGINES(Suite, Types)          \
     INSTANTIATE_TYPED_TEST_SUITE_P(SQLite, Suite, Types); \
     INSTANTIATE_TYPED_TEST_SUITE_P(PostgreSQL, Suite, Types)
 
 // Expects `statement` to raise a RuntimeError with `number`.
-#define EXPECT_RUNTIME_ERROR(statement, expected_number_)                                          \
-    do {                                                                                  \
-        try {                                                                             \
-            statement;                                                                    \
-            ADD_FAILURE() << "expected run-time error " << (expected_number_) << ", got none";       \
-        } catch (const ::BrevView::RuntimeError& e_) {                                    \
-            EXPECT_EQ(e_.number(), (expected_number_)) << e_.description().toStdString();          \
-        }                                                                                 \
+#define EXPECT_RUNTIME_ERROR(statement, expected_number_)                                      \
+    do {                                                                                       \
+        try {                                                                                  \
+            statement;                                                                         \
+            ADD_FAILURE() << "expected run-time error " << (expected_number_) << ", got none"; \
+        } catch (const ::BrevView::RuntimeError& e_) {                                         \
+            EXPECT_EQ(e_.number(), (expected_number_)) << e_.description().toStdString();      \
+        }                                                                                      \
     } while (0)
 
 }  // namespace BrevView::test

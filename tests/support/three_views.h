@@ -25,7 +25,9 @@ protected:
         db_ = CreateIboDatabase();
         qputenv("BREV_DATABASE", db_.toLocal8Bit());
         UseRecordingTrace();
-        auto day = [](int days) { return QDate(2026, 3, 5).addDays(days).toString(QStringLiteral("yyyy-MM-dd 00:00:00")); };
+        auto day = [](int days) {
+            return QDate(2026, 3, 5).addDays(days).toString(QStringLiteral("yyyy-MM-dd 00:00:00"));
+        };
         Exec(db_, Ibo::Open(1, day(-3)).InsertSql());  // overdue
         Exec(db_, Ibo::Open(2, day(10)).Set(QStringLiteral("IboValueNumeric"), QStringLiteral("1140381")).InsertSql());
         Exec(db_, Ibo::Open(3, day(40)).Set(QStringLiteral("DescriptorPriority"), QStringLiteral("2")).InsertSql());

@@ -47,7 +47,8 @@ PGresult* Exec(PGconn* c, const QByteArray& sql)
 QString One(PGconn* c, const QByteArray& sql)
 {
     PGresult* r = Exec(c, sql);
-    const QString v = PQresultStatus(r) == PGRES_TUPLES_OK && PQntuples(r) > 0 ? QString::fromUtf8(PQgetvalue(r, 0, 0)) : QString();
+    const QString v =
+        PQresultStatus(r) == PGRES_TUPLES_OK && PQntuples(r) > 0 ? QString::fromUtf8(PQgetvalue(r, 0, 0)) : QString();
     PQclear(r);
     return v;
 }
@@ -69,13 +70,14 @@ int Writer(const QString& uri, int index, int seconds)
         ++n;
         const qint64 id = kFirstNewId * (index + 1) + n;
         const QByteArray sql =
-            QStringLiteral("BEGIN; INSERT INTO IboMain (IboID, IboNumber, DateWWIH, ConFirstName, ConLastName, ConCompany, "
-                           "DescriptorUwwgi, DescriptorUwih, DescriptorPriority, DescriptorStatus, Product, IboValueNumeric, "
-                           "IboValueDecimal, DateQualified, Note, RecStatusArchive, RecStatusDelete) VALUES (%1, 'W%2-%3', "
-                           "'2027-01-01', 'F', 'L', 'C', 1, 1, 2, 1, 'P', 100, 0, '2026-01-01', 'new', false, false); "
-                           "UPDATE IboMain SET Note = 'writer %2 edit %3', IboValueNumeric = IboValueNumeric + 1 "
-                           "WHERE IboID = (SELECT IboID FROM IboMain WHERE DescriptorStatus = 1 AND IboID < %4 AND IboID % 5 = %2 "
-                           "ORDER BY IboID OFFSET %5 LIMIT 1); COMMIT;")
+            QStringLiteral(
+                "BEGIN; INSERT INTO IboMain (IboID, IboNumber, DateWWIH, ConFirstName, ConLastName, ConCompany, "
+                "DescriptorUwwgi, DescriptorUwih, DescriptorPriority, DescriptorStatus, Product, IboValueNumeric, "
+                "IboValueDecimal, DateQualified, Note, RecStatusArchive, RecStatusDelete) VALUES (%1, 'W%2-%3', "
+                "'2027-01-01', 'F', 'L', 'C', 1, 1, 2, 1, 'P', 100, 0, '2026-01-01', 'new', false, false); "
+                "UPDATE IboMain SET Note = 'writer %2 edit %3', IboValueNumeric = IboValueNumeric + 1 "
+                "WHERE IboID = (SELECT IboID FROM IboMain WHERE DescriptorStatus = 1 AND IboID < %4 AND IboID % 5 = %2 "
+                "ORDER BY IboID OFFSET %5 LIMIT 1); COMMIT;")
                 .arg(id)
                 .arg(index)
                 .arg(n)
@@ -118,19 +120,24 @@ int main(int argc, char** argv)
         "Prints \"many clients: ok\" or exits 1."));
     parser.addHelpOption();
     parser.addVersionOption();
-    const QCommandLineOption infoOption(QStringLiteral("server-info"), QStringLiteral("The file scripts/pg-test-server wrote."),
+    const QCommandLineOption infoOption(QStringLiteral("server-info"),
+                                        QStringLiteral("The file scripts/pg-test-server wrote."),
                                         QStringLiteral("FILE"));
-    const QCommandLineOption secondsOption(QStringLiteral("seconds"), QStringLiteral("How long the clients run (default 60)."),
+    const QCommandLineOption secondsOption(QStringLiteral("seconds"),
+                                           QStringLiteral("How long the clients run (default 60)."),
                                            QStringLiteral("S"), QStringLiteral("60"));
     const QCommandLineOption readersOption(QStringLiteral("readers"), QStringLiteral("Reader processes (default 20)."),
                                            QStringLiteral("R"), QStringLiteral("20"));
     const QCommandLineOption writersOption(QStringLiteral("writers"), QStringLiteral("Writer processes (default 5)."),
                                            QStringLiteral("W"), QStringLiteral("5"));
-    const QCommandLineOption readerOption(QStringLiteral("reader"), QStringLiteral("Run as a reader on URI (started by the tool itself)."),
+    const QCommandLineOption readerOption(QStringLiteral("reader"),
+                                          QStringLiteral("Run as a reader on URI (started by the tool itself)."),
                                           QStringLiteral("URI"));
-    const QCommandLineOption writerOption(QStringLiteral("writer"), QStringLiteral("Run as writer number K (started by the tool itself)."),
+    const QCommandLineOption writerOption(QStringLiteral("writer"),
+                                          QStringLiteral("Run as writer number K (started by the tool itself)."),
                                           QStringLiteral("K"));
-    const QCommandLineOption uriOption(QStringLiteral("uri"), QStringLiteral("The database of a writer."), QStringLiteral("URI"));
+    const QCommandLineOption uriOption(QStringLiteral("uri"), QStringLiteral("The database of a writer."),
+                                       QStringLiteral("URI"));
     parser.addOptions({infoOption, secondsOption, readersOption, writersOption, readerOption, writerOption, uriOption});
     parser.process(app);
     const int seconds = parser.value(secondsOption).toInt();
@@ -154,7 +161,8 @@ int main(int argc, char** argv)
     PGconn* admin = PQconnectdb(serverUri.toUtf8().constData());
     if (PQstatus(admin) != CONNECTION_OK)
         return 2;
-    PQsetNoticeProcessor(admin, [](void*, const char*) {}, nullptr);
+    PQsetNoticeProcessor(
+        admin, [](void*, const char*) {}, nullptr);
     PQclear(Exec(admin, QStringLiteral("CREATE SCHEMA %1").arg(schema).toUtf8()));
     const QString uri = serverUri + QStringLiteral("?options=-csearch_path%3D") + schema;
     const QString made = BrevView::sample::GenerateWithProgram(uri, kIbos);
@@ -180,12 +188,13 @@ int main(int argc, char** argv)
     const QString self = app.applicationFilePath();
     for (int k = 0; k < writerCount; ++k) {
         clients.push_back(std::make_unique<QProcess>());
-        clients.back()->start(self, {QStringLiteral("--seconds"), QString::number(seconds), QStringLiteral("--writer"), QString::number(k),
-                                     QStringLiteral("--uri"), uri});
+        clients.back()->start(self, {QStringLiteral("--seconds"), QString::number(seconds), QStringLiteral("--writer"),
+                                     QString::number(k), QStringLiteral("--uri"), uri});
     }
     for (int k = 0; k < readerCount; ++k) {
         clients.push_back(std::make_unique<QProcess>());
-        clients.back()->start(self, {QStringLiteral("--seconds"), QString::number(seconds), QStringLiteral("--reader"), uri});
+        clients.back()->start(self,
+                              {QStringLiteral("--seconds"), QString::number(seconds), QStringLiteral("--reader"), uri});
     }
     bool ok = true;
     qint64 committed = 0, writerLocked = 0, readerLocked = 0, rounds = 0;
@@ -227,10 +236,11 @@ int main(int argc, char** argv)
     }
     PQclear(Exec(admin, QStringLiteral("DROP SCHEMA %1 CASCADE").arg(schema).toUtf8()));
     PQfinish(admin);
-    std::printf("many clients: %d readers, %d writers, %d s: %lld refresh rounds (%lld lock errors), %lld edits committed "
-                "(%lld lock errors), IBOs %d -> %d, counts %s\n",
-                readerCount, writerCount, seconds, rounds, readerLocked, committed, writerLocked, before, after,
-                counts ? "consistent" : "WRONG");
+    std::printf(
+        "many clients: %d readers, %d writers, %d s: %lld refresh rounds (%lld lock errors), %lld edits committed "
+        "(%lld lock errors), IBOs %d -> %d, counts %s\n",
+        readerCount, writerCount, seconds, rounds, readerLocked, committed, writerLocked, before, after,
+        counts ? "consistent" : "WRONG");
     std::printf("many clients: %s, edits lost: %lld\n", qPrintable(BrevView::reliability::LoadFigures(load)), lost);
     if (!ok || !counts) {
         std::printf("many clients: FAILED\n");

@@ -27,8 +27,8 @@ struct RefreshCounts {
     int rounds = 0;
     int locked = 0;
     int other = 0;
-    std::vector<double> ms;       // each refresh, failed ones too
-    std::map<int, int> errors;    // by number
+    std::vector<double> ms;     // each refresh, failed ones too
+    std::map<int, int> errors;  // by number
 };
 
 inline RefreshCounts RefreshForSeconds(FlatView& flat, PriorityView& priority, ForecastView& forecast, int seconds)
@@ -37,7 +37,8 @@ inline RefreshCounts RefreshForSeconds(FlatView& flat, PriorityView& priority, F
     QElapsedTimer t;
     t.start();
     while (t.elapsed() < seconds * 1000) {
-        for (QWidget* view : {static_cast<QWidget*>(&flat), static_cast<QWidget*>(&priority), static_cast<QWidget*>(&forecast)}) {
+        for (QWidget* view :
+             {static_cast<QWidget*>(&flat), static_cast<QWidget*>(&priority), static_cast<QWidget*>(&forecast)}) {
             QElapsedTimer one;
             one.start();
             try {
@@ -106,7 +107,8 @@ inline QString LoadFigures(RefreshCounts counts)
 {
     std::sort(counts.ms.begin(), counts.ms.end());
     const auto at = [&](double q) {
-        return counts.ms.empty() ? 0.0 : counts.ms[std::min(counts.ms.size() - 1, size_t(q * double(counts.ms.size())))];
+        return counts.ms.empty() ? 0.0
+                                 : counts.ms[std::min(counts.ms.size() - 1, size_t(q * double(counts.ms.size())))];
     };
     QStringList errors;
     for (const auto& [number, count] : counts.errors)

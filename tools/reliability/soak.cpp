@@ -43,11 +43,14 @@ int main(int argc, char** argv)
         "first 100 refreshes with the memory at the end (goal: within 5 %). Prints \"soak: ok\" or exits 1."));
     parser.addHelpOption();
     parser.addVersionOption();
-    const QCommandLineOption refreshesOption(QStringLiteral("refreshes"), QStringLiteral("Refreshes of each view (default 10000)."),
+    const QCommandLineOption refreshesOption(QStringLiteral("refreshes"),
+                                             QStringLiteral("Refreshes of each view (default 10000)."),
                                              QStringLiteral("N"), QStringLiteral("10000"));
-    const QCommandLineOption ibosOption(QStringLiteral("ibos"), QStringLiteral("IBOs in the sample database (default 1000)."),
+    const QCommandLineOption ibosOption(QStringLiteral("ibos"),
+                                        QStringLiteral("IBOs in the sample database (default 1000)."),
                                         QStringLiteral("N"), QStringLiteral("1000"));
-    const QCommandLineOption everyOption(QStringLiteral("every"), QStringLiteral("Print the memory every N refreshes (default: never)."),
+    const QCommandLineOption everyOption(QStringLiteral("every"),
+                                         QStringLiteral("Print the memory every N refreshes (default: never)."),
                                          QStringLiteral("N"), QStringLiteral("0"));
     parser.addOptions({refreshesOption, ibosOption, everyOption});
     parser.process(app);
@@ -78,8 +81,9 @@ int main(int argc, char** argv)
         if (i == std::min(100, refreshes))
             after100 = ResidentMiB();
         if (every > 0 && i % every == 0)
-            std::printf("  after %d: resident %.1f MiB, heap in use %.2f MiB, of which SQLite %.2f MiB\n", i, ResidentMiB(),
-                        double(mallinfo2().uordblks) / 1048576.0, double(sqlite3_memory_used()) / 1048576.0);
+            std::printf("  after %d: resident %.1f MiB, heap in use %.2f MiB, of which SQLite %.2f MiB\n", i,
+                        ResidentMiB(), double(mallinfo2().uordblks) / 1048576.0,
+                        double(sqlite3_memory_used()) / 1048576.0);
     }
     const double end = ResidentMiB();
     // BREV_SOAK_KEEP=1 ends without tearing the views down, so that a heap profiler sees
@@ -87,8 +91,9 @@ int main(int argc, char** argv)
     if (!qgetenv("BREV_SOAK_KEEP").isEmpty())
         std::_Exit(0);
     const double growth = (end - after100) / after100;
-    std::printf("soak: %d refreshes of each view over %d IBOs; resident %.1f MiB after 100, %.1f MiB at the end (%+.2f %%)\n", refreshes,
-                ibos, after100, end, growth * 100);
+    std::printf(
+        "soak: %d refreshes of each view over %d IBOs; resident %.1f MiB after 100, %.1f MiB at the end (%+.2f %%)\n",
+        refreshes, ibos, after100, end, growth * 100);
     if (growth > 0.05) {
         std::printf("soak: FAILED (more than 5 %%)\n");
         return 1;

@@ -13,8 +13,8 @@
 #include <QCommandLineParser>
 #include <QElapsedTimer>
 #include <QProcess>
-#include <QThread>
 #include <QTemporaryDir>
+#include <QThread>
 
 #include <brevview/brevview.h>
 
@@ -33,16 +33,18 @@ int Writer(const QString& path, int seconds)
     t.start();
     int n = 0, busy = 0, failed = 0, committed = 0;
     while (t.elapsed() < seconds * 1000) {
-        const QByteArray sql = QStringLiteral("BEGIN IMMEDIATE; UPDATE IboMain SET Note = 'writer %1', IboValueNumeric = IboValueNumeric + 1 "
-                                              "WHERE IboID % 7 = %2; INSERT INTO IboMain (IboID, IboNumber, DateWWIH, DescriptorStatus, "
-                                              "DescriptorPriority, DescriptorUwih, DescriptorUwwgi, IboValueNumeric, IboValueDecimal, Product, "
-                                              "ConFirstName, ConLastName, ConCompany, Note, DateQualified, RecStatusArchive, RecStatusDelete) "
-                                              "VALUES (%3, 'W-%3', '2027-01-01 00:00:00', 1, 2, 1, 1, 100, 0, 'P', 'F', 'L', 'C', 'n', "
-                                              "'2026-01-01 00:00:00', 0, 0); COMMIT;")
-                                   .arg(n)
-                                   .arg(n % 7)
-                                   .arg(900000 + n)
-                                   .toUtf8();
+        const QByteArray sql =
+            QStringLiteral(
+                "BEGIN IMMEDIATE; UPDATE IboMain SET Note = 'writer %1', IboValueNumeric = IboValueNumeric + 1 "
+                "WHERE IboID % 7 = %2; INSERT INTO IboMain (IboID, IboNumber, DateWWIH, DescriptorStatus, "
+                "DescriptorPriority, DescriptorUwih, DescriptorUwwgi, IboValueNumeric, IboValueDecimal, Product, "
+                "ConFirstName, ConLastName, ConCompany, Note, DateQualified, RecStatusArchive, RecStatusDelete) "
+                "VALUES (%3, 'W-%3', '2027-01-01 00:00:00', 1, 2, 1, 1, 100, 0, 'P', 'F', 'L', 'C', 'n', "
+                "'2026-01-01 00:00:00', 0, 0); COMMIT;")
+                .arg(n)
+                .arg(n % 7)
+                .arg(900000 + n)
+                .toUtf8();
         char* err = nullptr;
         const int rc = sqlite3_exec(db, sql.constData(), nullptr, nullptr, &err);
         if (rc == SQLITE_BUSY || rc == SQLITE_LOCKED) {
@@ -79,13 +81,17 @@ int main(int argc, char** argv)
         "Prints \"two processes: ok\" or exits 1."));
     parser.addHelpOption();
     parser.addVersionOption();
-    const QCommandLineOption secondsOption(QStringLiteral("seconds"), QStringLiteral("How long both loops run (default 10)."),
-                                           QStringLiteral("S"), QStringLiteral("10"));
-    const QCommandLineOption writerOption(QStringLiteral("writer"), QStringLiteral("Run as the writer on DB (started by the test itself)."),
+    const QCommandLineOption secondsOption(QStringLiteral("seconds"),
+                                           QStringLiteral("How long both loops run (default 10)."), QStringLiteral("S"),
+                                           QStringLiteral("10"));
+    const QCommandLineOption writerOption(QStringLiteral("writer"),
+                                          QStringLiteral("Run as the writer on DB (started by the test itself)."),
                                           QStringLiteral("DB"));
-    const QCommandLineOption readersOption(QStringLiteral("readers"), QStringLiteral("Processes refreshing the views, this one included (default 1)."),
-                                           QStringLiteral("R"), QStringLiteral("1"));
-    const QCommandLineOption readerOption(QStringLiteral("reader"), QStringLiteral("Run as a reader on DB (started by the tool itself)."),
+    const QCommandLineOption readersOption(
+        QStringLiteral("readers"), QStringLiteral("Processes refreshing the views, this one included (default 1)."),
+        QStringLiteral("R"), QStringLiteral("1"));
+    const QCommandLineOption readerOption(QStringLiteral("reader"),
+                                          QStringLiteral("Run as a reader on DB (started by the tool itself)."),
                                           QStringLiteral("DB"));
     parser.addOptions({secondsOption, writerOption, readersOption, readerOption});
     parser.process(app);
@@ -109,19 +115,23 @@ int main(int argc, char** argv)
     forecast.Refresh();
     QProcess writer;
     writer.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    writer.start(app.applicationFilePath(), {QStringLiteral("--seconds"), QString::number(seconds), QStringLiteral("--writer"), db});
+    writer.start(app.applicationFilePath(),
+                 {QStringLiteral("--seconds"), QString::number(seconds), QStringLiteral("--writer"), db});
     if (!writer.waitForStarted())
         return 2;
     std::vector<std::unique_ptr<QProcess>> readers;
     for (int k = 1; k < parser.value(readersOption).toInt(); ++k) {
         readers.push_back(std::make_unique<QProcess>());
-        readers.back()->start(app.applicationFilePath(), {QStringLiteral("--seconds"), QString::number(seconds), QStringLiteral("--reader"), db});
+        readers.back()->start(app.applicationFilePath(),
+                              {QStringLiteral("--seconds"), QString::number(seconds), QStringLiteral("--reader"), db});
     }
-    BrevView::reliability::RefreshCounts counts = BrevView::reliability::RefreshForSeconds(flat, priority, forecast, seconds);
+    BrevView::reliability::RefreshCounts counts =
+        BrevView::reliability::RefreshForSeconds(flat, priority, forecast, seconds);
     bool readersOk = true;
     for (auto& reader : readers) {
         readersOk = reader->waitForFinished(seconds * 1000 + 60000) && reader->exitCode() == 0 && readersOk;
-        for (const QString& line : QString::fromUtf8(reader->readAllStandardOutput()).split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
+        for (const QString& line :
+             QString::fromUtf8(reader->readAllStandardOutput()).split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
             if (line.startsWith(QLatin1String("reader: rounds"))) {
                 const QStringList w = QString(line).remove(QLatin1Char(',')).split(QLatin1Char(' '));
                 counts.rounds += w.value(2).toInt();
@@ -146,7 +156,8 @@ int main(int argc, char** argv)
     sqlite3_open(db.toUtf8().constData(), &check);
     sqlite3_stmt* s = nullptr;
     sqlite3_prepare_v2(check, "PRAGMA integrity_check", -1, &s, nullptr);
-    const bool intact = sqlite3_step(s) == SQLITE_ROW && qstrcmp(reinterpret_cast<const char*>(sqlite3_column_text(s, 0)), "ok") == 0;
+    const bool intact =
+        sqlite3_step(s) == SQLITE_ROW && qstrcmp(reinterpret_cast<const char*>(sqlite3_column_text(s, 0)), "ok") == 0;
     sqlite3_finalize(s);
     qint64 present = -1;
     if (sqlite3_prepare_v2(check, "SELECT count(*) FROM IboMain WHERE IboID >= 900000", -1, &s, nullptr) == SQLITE_OK &&
@@ -155,8 +166,8 @@ int main(int argc, char** argv)
     sqlite3_finalize(s);
     sqlite3_close(check);
     const qint64 lost = committed < 0 || present < 0 ? -1 : std::max<qint64>(0, committed - present);
-    std::printf("two processes: %d refresh rounds, %d busy errors, %d other errors, integrity %s\n", rounds, busy, other,
-                intact ? "ok" : "FAILED");
+    std::printf("two processes: %d refresh rounds, %d busy errors, %d other errors, integrity %s\n", rounds, busy,
+                other, intact ? "ok" : "FAILED");
     std::printf("two processes: %s, edits lost: %lld\n", qPrintable(BrevView::reliability::LoadFigures(counts)), lost);
     if (other != 0 || !intact || writer.exitCode() != 0 || lost != 0 || !readersOk) {
         std::printf("two processes: FAILED\n");

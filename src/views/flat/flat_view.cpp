@@ -2,6 +2,8 @@
 
 #include <QResizeEvent>
 
+#include "automation/conversions.h"
+#include "automation/locale_info.h"
 #include "common/control_surface.h"
 #include "common/dates.h"
 #include "common/grid_events.h"
@@ -10,8 +12,6 @@
 #include "common/traced.h"
 #include "common/view_preferences.h"
 #include "common/view_printing.h"
-#include "automation/conversions.h"
-#include "automation/locale_info.h"
 #include "host/mouse_pointer.h"
 #include "host/object_factory.h"
 #include "views/flat/flat_view_private.h"
@@ -28,8 +28,9 @@ using detail::Traced;
 namespace {
 
 const detail::DataAccessTraits kDataAccess{"FlatView", "BrevView.FlatView::SetupDataAccess",
-                                            "BrevView.FlatView::CleanupDataAcess", true, false};
-const detail::PrintTraits kPrint{"BrevView.FlatView::PrintView", "BrevView.FlatView::SetupViewForPrint", "User:Narg", false, false};
+                                           "BrevView.FlatView::CleanupDataAcess", true, false};
+const detail::PrintTraits kPrint{"BrevView.FlatView::PrintView", "BrevView.FlatView::SetupViewForPrint", "User:Narg",
+                                 false, false};
 const QString kDblClickName = QStringLiteral("BrevView.FlatView::flexGrid_DblClick");
 
 QString KeyFor(qint32 source)
@@ -42,9 +43,9 @@ QString KeyFor(qint32 source)
 FlatViewPrivate::FlatViewPrivate(FlatView* owner)
     : q(owner),
       flexGrid(new grid::FlexGrid(owner)),
-      boundary(owner, [owner](const RuntimeError& e) { emit owner->ErrorRaised(e.number(), e.source(), e.description()); })
-{
-}
+      boundary(owner,
+               [owner](const RuntimeError& e) { emit owner->ErrorRaised(e.number(), e.source(), e.description()); })
+{}
 
 FlatViewPrivate* FlatViewPrivate::Of(FlatView* view)
 {
@@ -56,7 +57,8 @@ FlatViewPrivate* FlatViewPrivate::Of(FlatView* view)
 void FlatViewPrivate::UserControl_Initialize()
 {
     Traced(QStringLiteral("BrevView.FlatView::UserControl_Initialize"), [&] {
-        da.databaseSettings = host::ObjectFactory::CreateAs<host::IDatabaseSettings>(QString::fromLatin1(host::kProgIdDatabase));
+        da.databaseSettings =
+            host::ObjectFactory::CreateAs<host::IDatabaseSettings>(QString::fromLatin1(host::kProgIdDatabase));
         viewSource = eViewMainTable;
         da.ready = false;
         InitView();
@@ -88,15 +90,34 @@ void FlatViewPrivate::UserControl_Resize()
 void FlatViewPrivate::InitView()
 {
     Traced(QStringLiteral("BrevView.FlatView::InitView"), [&] {
-        headers = {QStringLiteral("IBO#"), QStringLiteral("Status"), QStringLiteral("WWIH?"), QStringLiteral("Last Name"),
-                   QStringLiteral("First Name"), QStringLiteral("Company"), QStringLiteral("WIH?"), QStringLiteral("WWGI?"),
-                   QStringLiteral("%"), QStringLiteral("Product"), QStringLiteral("Value"), QStringLiteral("IBO Note")};
-        longHeaders = {QStringLiteral("IBO Number"), QStringLiteral("Status"), QStringLiteral("When Will It Happen?"),
-                       QStringLiteral("Last Name"), QStringLiteral("First Name"), QStringLiteral("Company"),
-                       QStringLiteral("Will It Happen?"), QStringLiteral("Will We Get It?"), QStringLiteral("Probability percent"),
-                       QStringLiteral("Product"), QStringLiteral("Value"), QStringLiteral("IBO Notes")};
-        colIboNumber = 0; colStatus = 1; colDate = 2; colLastName = 3; colFirstName = 4; colCompany = 5;
-        colUwih = 6; colUwwgi = 7; colProbability = 8; colProduct = 9; colValue = 10; colNote = 11;
+        headers = {QStringLiteral("IBO#"),      QStringLiteral("Status"),     QStringLiteral("WWIH?"),
+                   QStringLiteral("Last Name"), QStringLiteral("First Name"), QStringLiteral("Company"),
+                   QStringLiteral("WIH?"),      QStringLiteral("WWGI?"),      QStringLiteral("%"),
+                   QStringLiteral("Product"),   QStringLiteral("Value"),      QStringLiteral("IBO Note")};
+        longHeaders = {QStringLiteral("IBO Number"),
+                       QStringLiteral("Status"),
+                       QStringLiteral("When Will It Happen?"),
+                       QStringLiteral("Last Name"),
+                       QStringLiteral("First Name"),
+                       QStringLiteral("Company"),
+                       QStringLiteral("Will It Happen?"),
+                       QStringLiteral("Will We Get It?"),
+                       QStringLiteral("Probability percent"),
+                       QStringLiteral("Product"),
+                       QStringLiteral("Value"),
+                       QStringLiteral("IBO Notes")};
+        colIboNumber = 0;
+        colStatus = 1;
+        colDate = 2;
+        colLastName = 3;
+        colFirstName = 4;
+        colCompany = 5;
+        colUwih = 6;
+        colUwwgi = 7;
+        colProbability = 8;
+        colProduct = 9;
+        colValue = 10;
+        colNote = 11;
         grid::FlexGrid& g = *flexGrid;
         g.setRedraw(0);
         g.setRows(1);
@@ -146,16 +167,19 @@ void FlatViewPrivate::SaveViewPreferences(qint32 eViewSource)
 {
     Traced(QStringLiteral("BrevView.FlatView::SaveViewPreferences"), [&] {
         if (eViewSource != eViewMainTable && eViewSource != eViewArchiveTable)
-            automation::Raise(automation::ErrSubscriptOutOfRange, QStringLiteral("BrevView.FlatView::SaveViewPreferences"));
+            automation::Raise(automation::ErrSubscriptOutOfRange,
+                              QStringLiteral("BrevView.FlatView::SaveViewPreferences"));
         const QString key = KeyFor(eViewSource);
         QStringList fields(13);
         fields[0] = QString::number(filter);
         for (int c = 0; c < flexGrid->Cols(); ++c) {
             if (c + 1 >= fields.size())
-                automation::Raise(automation::ErrSubscriptOutOfRange, QStringLiteral("BrevView.FlatView::SaveViewPreferences"));
+                automation::Raise(automation::ErrSubscriptOutOfRange,
+                                  QStringLiteral("BrevView.FlatView::SaveViewPreferences"));
             fields[c + 1] = QString::number(ToLong(Variant(double(flexGrid->ColWidth(c)))));
         }
-        const QString text = detail::JoinPreferenceFields(fields, QStringLiteral("BrevView.FlatView::SaveViewPreferences"));
+        const QString text =
+            detail::JoinPreferenceFields(fields, QStringLiteral("BrevView.FlatView::SaveViewPreferences"));
         detail::SaveViewPreference(key, text);
     });
 }
@@ -164,7 +188,8 @@ void FlatViewPrivate::LoadViewPreferences(qint32 eViewSource)
 {
     Traced(QStringLiteral("BrevView.FlatView::LoadViewPreferences"), [&] {
         if (eViewSource != eViewMainTable && eViewSource != eViewArchiveTable)
-            automation::Raise(automation::ErrSubscriptOutOfRange, QStringLiteral("BrevView.FlatView::LoadViewPreferences"));
+            automation::Raise(automation::ErrSubscriptOutOfRange,
+                              QStringLiteral("BrevView.FlatView::LoadViewPreferences"));
         const QString key = KeyFor(eViewSource);
         const int defaultEntry = eViewSource == eViewMainTable ? 103 : 104;
         QString text = detail::GetViewPreference(key);
@@ -238,8 +263,9 @@ void FlatViewPrivate::Refresh()
                 da.query = detail::GetStoredQuery(da.database.get(), QString::fromLatin1(detail::kFlatViewFromMainName),
                                                   detail::FlatViewFromMainSql());
             else
-                da.query = detail::GetStoredQuery(da.database.get(), QString::fromLatin1(detail::kFlatViewFromArchiveName),
-                                                  detail::FlatViewFromArchiveSql());
+                da.query =
+                    detail::GetStoredQuery(da.database.get(), QString::fromLatin1(detail::kFlatViewFromArchiveName),
+                                           detail::FlatViewFromArchiveSql());
             da.recordset = detail::OpenQuery(da.query, data::dbOpenSnapshot);
             da.recordset->SetFilter(GetFilterString());
             filtered = da.recordset->OpenRecordset();
@@ -263,7 +289,8 @@ void FlatViewPrivate::Refresh()
                 const bool isText = rs.FieldUtf8(fi.DateWWIH, &dateText, &dateLength);
                 if (!lastDate.Repeats(isText ? dateText : nullptr, dateLength)) {
                     if (!isText || !detail::ShortDateTextOfCanonical(dateText, dateLength, &shortDate))
-                        shortDate = automation::FormatShortDate(detail::NormalizeDateIgnoringErrors(rs.Field(fi.DateWWIH)).ToQDate());
+                        shortDate = automation::FormatShortDate(
+                            detail::NormalizeDateIgnoringErrors(rs.Field(fi.DateWWIH)).ToQDate());
                 }
                 g.setTextMatrix(r, colDate, shortDate);
                 detail::SetTextFromField(g, r, colIboNumber, rs, fi.IboNumber);
@@ -277,8 +304,9 @@ void FlatViewPrivate::Refresh()
                 g.setTextMatrix(r, colUwwgi, detail::DescriptorLabel(uwwgi));
                 g.setTextMatrix(r, colProbability, detail::PercentText(probability.Lookup(uwih, uwwgi)));
                 detail::SetProductTextFromField(g, r, colProduct, rs, fi.Product);
-                detail::SetTextOfValue(g, r, colValue,
-                                       detail::IboValue(ToDouble(rs.Field(fi.IboValueNumeric)), ToDouble(rs.Field(fi.IboValueDecimal))));
+                detail::SetTextOfValue(
+                    g, r, colValue,
+                    detail::IboValue(ToDouble(rs.Field(fi.IboValueNumeric)), ToDouble(rs.Field(fi.IboValueDecimal))));
                 detail::SetTextFromField(g, r, colNote, rs, fi.Note);
                 ++r;
                 rs.MoveNext();
@@ -454,7 +482,9 @@ int FlatView::columnCount() const
 
 int FlatView::columnWidth(int column) const
 {
-    return d->boundary.Run([&] { return detail::ColumnWidthTwips(*d->flexGrid, column, QStringLiteral("BrevView.FlatView::columnWidth")); });
+    return d->boundary.Run([&] {
+        return detail::ColumnWidthTwips(*d->flexGrid, column, QStringLiteral("BrevView.FlatView::columnWidth"));
+    });
 }
 
 void FlatView::setColumnWidth(int column, int twips)
@@ -472,8 +502,10 @@ void FlatView::copySelection()
 
 bool FlatView::exportCsv(const QString& fileName, bool allRows, std::function<bool(qint64, qint64)> progress)
 {
-    return d->boundary.Run(
-        [&] { return detail::ExportCsv(*d->flexGrid, fileName, allRows, progress, QStringLiteral("BrevView.FlatView::exportCsv")); });
+    return d->boundary.Run([&] {
+        return detail::ExportCsv(*d->flexGrid, fileName, allRows, progress,
+                                 QStringLiteral("BrevView.FlatView::exportCsv"));
+    });
 }
 
 bool FlatView::findNext(const QString& text, QTextDocument::FindFlags options)
@@ -485,8 +517,10 @@ void FlatView::print(QPrinter* printer)
 {
     d->boundary.Run([&] {
         if (!printer)
-            automation::Raise(automation::ErrObjectNotSet, QStringLiteral("BrevView.FlatView::print"), QStringLiteral("No printer"));
-        detail::PrintInto(*d->flexGrid, *printer, d->viewSource == eViewArchiveTable ? tr("Archived IBOs") : tr("IBOs"));
+            automation::Raise(automation::ErrObjectNotSet, QStringLiteral("BrevView.FlatView::print"),
+                              QStringLiteral("No printer"));
+        detail::PrintInto(*d->flexGrid, *printer,
+                          d->viewSource == eViewArchiveTable ? tr("Archived IBOs") : tr("IBOs"));
     });
 }
 

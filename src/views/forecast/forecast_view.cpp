@@ -5,6 +5,8 @@
 
 #include <QResizeEvent>
 
+#include "automation/conversions.h"
+#include "automation/locale_info.h"
 #include "common/control_surface.h"
 #include "common/dates.h"
 #include "common/grid_events.h"
@@ -13,9 +15,7 @@
 #include "common/traced.h"
 #include "common/view_preferences.h"
 #include "common/view_printing.h"
-#include "automation/conversions.h"
 #include "host/clock.h"
-#include "automation/locale_info.h"
 #include "host/mouse_pointer.h"
 #include "host/object_factory.h"
 #include "views/forecast/forecast_view_private.h"
@@ -40,14 +40,16 @@ QString ForecastSql()
     return QStringLiteral("SELECT IboID,IboNumber,DateWWIH,ConFirstName,ConLastName,") +
            QStringLiteral("ConCompany, DescriptorUwwgi, DescriptorUwih, Product,") +
            QStringLiteral("IboValueNumeric, IboValueDecimal,DescriptorStatus,DateWonLostCancel, Note FROM IboMain ") +
-           QStringLiteral("WHERE ((DescriptorStatus=1) OR (DescriptorStatus=2)) AND ((RecStatusArchive=False) AND (RecStatusDelete=False))");
+           QStringLiteral(
+               "WHERE ((DescriptorStatus=1) OR (DescriptorStatus=2)) AND ((RecStatusArchive=False) AND (RecStatusDelete=False))");
 }
 
 QString ForecastSort()
 {
-    return QStringLiteral("((Year([DateWWIH])*12)+Month([DateWWIH])), ([DescriptorUwwgi]*[IboMain].[DescriptorUwih] + "
-                          "(([DescriptorStatus]-1)*20) ) DESC , IboMain.DescriptorUwih DESC , IboMain.DescriptorUwwgi DESC , "
-                          "IboMain.IboValueNumeric DESC");
+    return QStringLiteral(
+        "((Year([DateWWIH])*12)+Month([DateWWIH])), ([DescriptorUwwgi]*[IboMain].[DescriptorUwih] + "
+        "(([DescriptorStatus]-1)*20) ) DESC , IboMain.DescriptorUwih DESC , IboMain.DescriptorUwwgi DESC , "
+        "IboMain.IboValueNumeric DESC");
 }
 
 }  // namespace detail
@@ -55,8 +57,9 @@ QString ForecastSort()
 namespace {
 
 const detail::DataAccessTraits kDataAccess{"ForecastView", "BrevView.ForecastView::SetupDataAccess",
-                                            "BrevView.ForecastView::CleanupDataAcess", true, false};
-const detail::PrintTraits kPrint{"BrevView.ForecastView::PrintView", "BrevView.ForecastView::SetupViewForPrint", "", true, false};
+                                           "BrevView.ForecastView::CleanupDataAcess", true, false};
+const detail::PrintTraits kPrint{"BrevView.ForecastView::PrintView", "BrevView.ForecastView::SetupViewForPrint", "",
+                                 true, false};
 const QString kDblClickName = QStringLiteral("BrevView.ForecastView::flexGrid_DblClick");
 const QString kOverflow = QStringLiteral("**********");
 
@@ -83,9 +86,9 @@ Date FirstOfMonth(const QDate& d)
 ForecastViewPrivate::ForecastViewPrivate(ForecastView* owner)
     : q(owner),
       flexGrid(new grid::FlexGrid(owner)),
-      boundary(owner, [owner](const RuntimeError& e) { emit owner->ErrorRaised(e.number(), e.source(), e.description()); })
-{
-}
+      boundary(owner,
+               [owner](const RuntimeError& e) { emit owner->ErrorRaised(e.number(), e.source(), e.description()); })
+{}
 
 ForecastViewPrivate* ForecastViewPrivate::Of(ForecastView* view)
 {
@@ -97,7 +100,8 @@ ForecastViewPrivate* ForecastViewPrivate::Of(ForecastView* view)
 void ForecastViewPrivate::UserControl_Initialize()
 {
     Traced(QStringLiteral("BrevView.ForecastView::UserControl_Initialize"), [&] {
-        da.databaseSettings = host::ObjectFactory::CreateAs<host::IDatabaseSettings>(QString::fromLatin1(host::kProgIdDatabase));
+        da.databaseSettings =
+            host::ObjectFactory::CreateAs<host::IDatabaseSettings>(QString::fromLatin1(host::kProgIdDatabase));
         refreshed = false;
         da.ready = false;
         InitLookups();
@@ -137,11 +141,23 @@ void ForecastViewPrivate::InitLookups()
         monthNames = {QStringLiteral("Jan"), QStringLiteral("Feb"), QStringLiteral("Mar"), QStringLiteral("Apr"),
                       QStringLiteral("May"), QStringLiteral("Jun"), QStringLiteral("Jul"), QStringLiteral("Aug"),
                       QStringLiteral("Sep"), QStringLiteral("Oct"), QStringLiteral("Nov"), QStringLiteral("Dec")};
-        longTitles = {QStringLiteral("When Will It Happen?"), QStringLiteral("IBO Number"), QStringLiteral("Last Name"),
-                      QStringLiteral("First Name"), QStringLiteral("Company"), QStringLiteral("Will It Happen?"),
-                      QStringLiteral("Will We Get It?"), QStringLiteral("Probability percent"), QStringLiteral("Product"),
-                      QStringLiteral("Total # of IBOs"), QStringLiteral("Value"), QString(), QString(), QString(), QString(),
-                      QString(), QStringLiteral("IBO Note")};
+        longTitles = {QStringLiteral("When Will It Happen?"),
+                      QStringLiteral("IBO Number"),
+                      QStringLiteral("Last Name"),
+                      QStringLiteral("First Name"),
+                      QStringLiteral("Company"),
+                      QStringLiteral("Will It Happen?"),
+                      QStringLiteral("Will We Get It?"),
+                      QStringLiteral("Probability percent"),
+                      QStringLiteral("Product"),
+                      QStringLiteral("Total # of IBOs"),
+                      QStringLiteral("Value"),
+                      QString(),
+                      QString(),
+                      QString(),
+                      QString(),
+                      QString(),
+                      QStringLiteral("IBO Note")};
         Traced(QStringLiteral("BrevView.ForecastView::InitProbabilityMatrix"), [&] { probability.Init(); });
     });
 }
@@ -150,13 +166,40 @@ void ForecastViewPrivate::InitForecastView()
 {
     // Reported under the double-click handler's name, as the product always has.
     Traced(kDblClickName, [&] {
-        headers = {QStringLiteral("WWIH?"), QStringLiteral("IBO#"), QStringLiteral("Last Name"), QStringLiteral("First Name"),
-                   QStringLiteral("Company"), QStringLiteral("WIH?"), QStringLiteral("WWGI?"), QStringLiteral("%"),
-                   QStringLiteral("Product"), QStringLiteral("#"), QStringLiteral("Value"), QString(), QString(), QString(),
-                   QString(), QString(), QStringLiteral("IBO Note")};
-        colDate = 0; colIboNumber = 1; colLastName = 2; colFirstName = 3; colCompany = 4; colWih = 5; colWwgi = 6;
-        colProbability = 7; colProduct = 8; colCount = 9; colValue = 10; colAmount1 = 11; colAmount2 = 12; colAmount3 = 13;
-        colAmount4 = 14; colAmount5 = 15; colNote = 16;
+        headers = {QStringLiteral("WWIH?"),
+                   QStringLiteral("IBO#"),
+                   QStringLiteral("Last Name"),
+                   QStringLiteral("First Name"),
+                   QStringLiteral("Company"),
+                   QStringLiteral("WIH?"),
+                   QStringLiteral("WWGI?"),
+                   QStringLiteral("%"),
+                   QStringLiteral("Product"),
+                   QStringLiteral("#"),
+                   QStringLiteral("Value"),
+                   QString(),
+                   QString(),
+                   QString(),
+                   QString(),
+                   QString(),
+                   QStringLiteral("IBO Note")};
+        colDate = 0;
+        colIboNumber = 1;
+        colLastName = 2;
+        colFirstName = 3;
+        colCompany = 4;
+        colWih = 5;
+        colWwgi = 6;
+        colProbability = 7;
+        colProduct = 8;
+        colCount = 9;
+        colValue = 10;
+        colAmount1 = 11;
+        colAmount2 = 12;
+        colAmount3 = 13;
+        colAmount4 = 14;
+        colAmount5 = 15;
+        colNote = 16;
         grid::FlexGrid& g = *flexGrid;
         g.setRedraw(0);
         g.setRows(4);
@@ -242,10 +285,12 @@ void ForecastViewPrivate::SaveViewPreferences()
         fields[2] = QString::number(showWonRange);
         for (int c = 0; c < flexGrid->Cols(); ++c) {
             if (c + 3 >= fields.size())
-                automation::Raise(automation::ErrSubscriptOutOfRange, QStringLiteral("BrevView.ForecastView::SaveViewPreferences"));
+                automation::Raise(automation::ErrSubscriptOutOfRange,
+                                  QStringLiteral("BrevView.ForecastView::SaveViewPreferences"));
             fields[c + 3] = QString::number(ToLong(Variant(double(flexGrid->ColWidth(c)))));
         }
-        const QString text = detail::JoinPreferenceFields(fields, QStringLiteral("BrevView.ForecastView::SaveViewPreferences"));
+        const QString text =
+            detail::JoinPreferenceFields(fields, QStringLiteral("BrevView.ForecastView::SaveViewPreferences"));
         detail::SaveViewPreference(QStringLiteral("PrefForecastView"), text);
     });
 }
@@ -272,7 +317,8 @@ void ForecastViewPrivate::LoadViewPreferences()
 
 // ---------------------------------------------------------------- values
 
-Currency ForecastViewPrivate::Chosen(Currency unweighted, Currency weighted, Currency unweightedWon, Currency weightedWon) const
+Currency ForecastViewPrivate::Chosen(Currency unweighted, Currency weighted, Currency unweightedWon,
+                                     Currency weightedWon) const
 {
     if (showWon)
         return forecastMode == eUnweightedForecast ? unweightedWon : weightedWon;
@@ -320,7 +366,8 @@ void ForecastViewPrivate::WriteAmounts(int row, Currency a11, Currency a12, Curr
 
 qint32 ForecastViewPrivate::CalcRowIDFromDate(const Date& d)
 {
-    return Traced(QStringLiteral("BrevView.ForecastView::CalcRowIDFromDate"), [&] { return detail::CalcRowIDFromDate(d); });
+    return Traced(QStringLiteral("BrevView.ForecastView::CalcRowIDFromDate"),
+                  [&] { return detail::CalcRowIDFromDate(d); });
 }
 
 Date ForecastViewPrivate::NormalizeDate(const Date& d)
@@ -338,7 +385,8 @@ Date ForecastViewPrivate::NormalizeDate(const Date& d)
 void ForecastViewPrivate::GetAllOpenWon()
 {
     Traced(QStringLiteral("BrevView.ForecastView::GetAllOpenWon"), [&] {
-        da.query = detail::GetStoredQuery(da.database.get(), QString::fromLatin1(detail::kForecastQueryName), detail::ForecastSql());
+        da.query = detail::GetStoredQuery(da.database.get(), QString::fromLatin1(detail::kForecastQueryName),
+                                          detail::ForecastSql());
         da.recordset = detail::OpenQuery(da.query, data::dbOpenDynaset);
         data::Recordset& rs = *da.recordset;
         const int status = rs.FieldIndex(QStringLiteral("DescriptorStatus"));
@@ -357,11 +405,12 @@ void ForecastViewPrivate::GetAllOpenWon()
                 // Storing the Null would erase the only date the IBO still has, and stopping
                 // here would keep the whole team's forecast from showing for one bad record:
                 // that IBO alone is left as it is, and reported.
-                detail::ReportTrapped(QStringLiteral("BrevView.ForecastView::GetAllOpenWon"),
-                                      RuntimeError(automation::ErrInvalidUseOfNull, {},
-                                                   QStringLiteral("Invalid use of Null: won IBO %1 has no DateWonLostCancel; "
-                                                                  "its DateWWIH is left as it is")
-                                                       .arg(ToText(rs.Field(fi.IboID)))));
+                detail::ReportTrapped(
+                    QStringLiteral("BrevView.ForecastView::GetAllOpenWon"),
+                    RuntimeError(automation::ErrInvalidUseOfNull, {},
+                                 QStringLiteral("Invalid use of Null: won IBO %1 has no DateWonLostCancel; "
+                                                "its DateWWIH is left as it is")
+                                     .arg(ToText(rs.Field(fi.IboID)))));
                 continue;
             }
             // A won IBO whose DateWWIH already holds its won date is left alone: the table
@@ -400,17 +449,25 @@ QString ForecastViewPrivate::GetForecastFilter(Date& wonStart)
         if (showWon) {
             const QDate now = today.ToQDate();
             switch (showWonRange) {
-            case 0: wonStart = Date::FromParts(1904, 1, 1); break;
-            case 2: wonStart = FirstOfMonth(now.addMonths(-2)); break;
-            case 3: wonStart = FirstOfMonth(now.addMonths(-3)); break;
-            default: wonStart = FirstOfMonth(now); break;
+            case 0:
+                wonStart = Date::FromParts(1904, 1, 1);
+                break;
+            case 2:
+                wonStart = FirstOfMonth(now.addMonths(-2));
+                break;
+            case 3:
+                wonStart = FirstOfMonth(now.addMonths(-3));
+                break;
+            default:
+                wonStart = FirstOfMonth(now);
+                break;
             }
-            return QStringLiteral("(DateWWIH>=") + JetDate(today) + QStringLiteral(" AND DescriptorStatus=") + QStringLiteral("1") +
-                   QStringLiteral(") OR (DateWWIH>=") + JetDate(wonStart) + QStringLiteral(" AND DescriptorStatus=") +
-                   QStringLiteral("2") + QStringLiteral(")");
+            return QStringLiteral("(DateWWIH>=") + JetDate(today) + QStringLiteral(" AND DescriptorStatus=") +
+                   QStringLiteral("1") + QStringLiteral(") OR (DateWWIH>=") + JetDate(wonStart) +
+                   QStringLiteral(" AND DescriptorStatus=") + QStringLiteral("2") + QStringLiteral(")");
         }
-        return QStringLiteral("(DateWWIH>=") + JetDate(today) + QStringLiteral(" AND DescriptorStatus=") + QStringLiteral("1") +
-               QStringLiteral(")");
+        return QStringLiteral("(DateWWIH>=") + JetDate(today) + QStringLiteral(" AND DescriptorStatus=") +
+               QStringLiteral("1") + QStringLiteral(")");
     });
 }
 
@@ -425,7 +482,8 @@ void ForecastViewPrivate::InitMonthlyTotalsRS()
         ibos->SetFilter(QString());
         data::Recordset& rs = *filtered;
         if (!(rs.Bof() && rs.Eof())) {
-            Date first = (showWon && showWonRange != 0) ? wonStart : NormalizeDate(detail::DateOfField(rs, fi.DateWWIH));
+            Date first =
+                (showWon && showWonRange != 0) ? wonStart : NormalizeDate(detail::DateOfField(rs, fi.DateWWIH));
             rs.MoveLast();
             Date last = NormalizeDate(detail::DateOfField(rs, fi.DateWWIH));
             if (!(last < first)) {
@@ -440,12 +498,16 @@ void ForecastViewPrivate::InitMonthlyTotalsRS()
                 const qint32 key = CalcRowIDFromDate(detail::DateOfField(rs, fi.DateWWIH));
                 detail::MonthRow* month = months.Find(key);
                 if (!month)
-                    automation::Raise(automation::ErrNoCurrentRecord, QStringLiteral("BrevView.ForecastView::InitMonthlyTotalsRS"),
+                    automation::Raise(automation::ErrNoCurrentRecord,
+                                      QStringLiteral("BrevView.ForecastView::InitMonthlyTotalsRS"),
                                       QStringLiteral("No current record: the month %1 has no row").arg(key));
-                const double value = ToDouble(detail::IboValue(ToDouble(rs.Field(fi.IboValueNumeric)), ToDouble(rs.Field(fi.IboValueDecimal))));
+                const double value = ToDouble(
+                    detail::IboValue(ToDouble(rs.Field(fi.IboValueNumeric)), ToDouble(rs.Field(fi.IboValueDecimal))));
                 if (ToLong(rs.Field(status)) == 1) {
                     Traced(QStringLiteral("BrevView.ForecastView::AccmuluateMonthlyTotalsForOpen"), [&] {
-                        detail::AccumulateOpen(*month, grand, value, probability.Lookup(rs.Field(fi.DescriptorUwwgi), rs.Field(fi.DescriptorUwih)));
+                        detail::AccumulateOpen(
+                            *month, grand, value,
+                            probability.Lookup(rs.Field(fi.DescriptorUwwgi), rs.Field(fi.DescriptorUwih)));
                     });
                 } else {
                     Traced(QStringLiteral("BrevView.ForecastView::AccmuluateMonthlyTotalsForWon"),
@@ -466,7 +528,8 @@ std::pair<double, double> ForecastViewPrivate::FillIboRow(int r, data::Recordset
     grid::FlexGrid& g = *flexGrid;
     g.setRowDataValue(r, Variant(ToLong(rs.Field(fi.IboID))));
     g.setRowOutlineLevel(r, level);
-    g.setTextMatrix(r, colDate, automation::FormatShortDate(NormalizeDate(detail::DateOfField(rs, fi.DateWWIH)).ToQDate()));
+    g.setTextMatrix(r, colDate,
+                    automation::FormatShortDate(NormalizeDate(detail::DateOfField(rs, fi.DateWWIH)).ToQDate()));
     detail::SetTextFromField(g, r, colIboNumber, rs, fi.IboNumber);
     detail::SetTextFromField(g, r, colLastName, rs, fi.ConLastName);
     detail::SetTextFromField(g, r, colFirstName, rs, fi.ConFirstName);
@@ -478,7 +541,8 @@ std::pair<double, double> ForecastViewPrivate::FillIboRow(int r, data::Recordset
     const qint32 percent = probability.Lookup(uwih, uwwgi);
     g.setTextMatrix(r, colProbability, detail::PercentText(percent));
     detail::SetProductTextFromField(g, r, colProduct, rs, fi.Product);
-    const double value = ToDouble(detail::IboValue(ToDouble(rs.Field(fi.IboValueNumeric)), ToDouble(rs.Field(fi.IboValueDecimal))));
+    const double value =
+        ToDouble(detail::IboValue(ToDouble(rs.Field(fi.IboValueNumeric)), ToDouble(rs.Field(fi.IboValueDecimal))));
     // The amounts as text: the plain value as the double it is, the weighted one as Currency.
     const QString plain = automation::DoubleToText(value);
     // A won IBO counts at 100 percent: its weighted amount is its value.
@@ -565,7 +629,8 @@ void ForecastViewPrivate::Refresh()
                 countWon += m.IboCountWon;
             }
             g.setTextMatrix(fc, colCount, QString::number(showWon ? countWon : countOpen));
-            const Currency total = Chosen(grand.unweightedOpen, grand.weightedOpen, grand.unweightedOpenWon, grand.weightedOpenWon);
+            const Currency total =
+                Chosen(grand.unweightedOpen, grand.weightedOpen, grand.unweightedOpenWon, grand.weightedOpenWon);
             g.setTextMatrix(fc, colValue, total.IsNegative() ? kOverflow : total.ToText());
 
             // The months, each followed by its IBOs in the sort order.
@@ -584,9 +649,11 @@ void ForecastViewPrivate::Refresh()
                 g.setTextMatrix(mr, 0, m.Label);
                 g.setTextMatrix(mr, colCount, QString::number(showWon ? m.IboCountWon : m.IboCount));
                 g.setTextMatrix(mr, colLastName, QStringLiteral(" "));
-                const Currency chosen = Chosen(m.UnweightedValTotal, m.WeightedValTotal, m.UnweightedWonValTotal, m.WeightedWonValTotal);
+                const Currency chosen =
+                    Chosen(m.UnweightedValTotal, m.WeightedValTotal, m.UnweightedWonValTotal, m.WeightedWonValTotal);
                 g.setTextMatrix(mr, colValue, chosen.IsNegative() ? kOverflow : chosen.ToText());
-                WriteAmounts(mr, m.UnweightedValTotal, m.WeightedValTotal, m.UnweightedWonValTotal, m.WeightedWonValTotal);
+                WriteAmounts(mr, m.UnweightedValTotal, m.WeightedValTotal, m.UnweightedWonValTotal,
+                             m.WeightedWonValTotal);
                 g.setCell(grid::flexcpForeColor, mr, colIboNumber, mr, colIboNumber, kMidBlue);
                 g.setCell(grid::flexcpAlignment, mr, 0, mr, 0, grid::flexAlignRightCenter);
                 g.setCell(grid::flexcpFontBold, mr, 0, mr, colValue, true);
@@ -656,8 +723,9 @@ ForecastView::ForecastView(QWidget* parent) : QWidget(parent), d(std::make_uniqu
 {
     modInit::EnsureLoaded();
     d->UserControl_Initialize();
-    detail::WireGridEvents(this, d->flexGrid, &d->boundary,
-                           {kDblClickName, true, d->longTitles, {}, [this](int row, int state) { d->OnAfterCollapse(row, state); }});
+    detail::WireGridEvents(
+        this, d->flexGrid, &d->boundary,
+        {kDblClickName, true, d->longTitles, {}, [this](int row, int state) { d->OnAfterCollapse(row, state); }});
     d->flexGrid->setAccessibleName(tr("Forecast"));
     d->told = {d->forecastMode, d->showWon, d->showWonRange, d->flexGrid->hWnd()};
     d->boundary.SetAfterCall([this] { d->TellChanges(); });
@@ -708,7 +776,8 @@ qint32 ForecastView::FlexGridHWnd() const
 QVariant ForecastView::GetSelection()
 {
     return d->boundary.Run([&] {
-        return detail::GetSelection(*d->flexGrid, QStringLiteral("BrevView.ForecastView::GetSelection"), detail::SelectionRule::NumericOnly);
+        return detail::GetSelection(*d->flexGrid, QStringLiteral("BrevView.ForecastView::GetSelection"),
+                                    detail::SelectionRule::NumericOnly);
     });
 }
 
@@ -810,13 +879,16 @@ int ForecastView::columnCount() const
 
 int ForecastView::columnWidth(int column) const
 {
-    return d->boundary.Run([&] { return detail::ColumnWidthTwips(*d->flexGrid, column, QStringLiteral("BrevView.ForecastView::columnWidth")); });
+    return d->boundary.Run([&] {
+        return detail::ColumnWidthTwips(*d->flexGrid, column, QStringLiteral("BrevView.ForecastView::columnWidth"));
+    });
 }
 
 void ForecastView::setColumnWidth(int column, int twips)
 {
     d->boundary.Run([&] {
-        detail::SetColumnWidthTwips(*d->flexGrid, column, twips, QStringLiteral("BrevView.ForecastView::setColumnWidth"));
+        detail::SetColumnWidthTwips(*d->flexGrid, column, twips,
+                                    QStringLiteral("BrevView.ForecastView::setColumnWidth"));
         d->SaveViewPreferences();
     });
 }
@@ -828,8 +900,10 @@ void ForecastView::copySelection()
 
 bool ForecastView::exportCsv(const QString& fileName, bool allRows, std::function<bool(qint64, qint64)> progress)
 {
-    return d->boundary.Run(
-        [&] { return detail::ExportCsv(*d->flexGrid, fileName, allRows, progress, QStringLiteral("BrevView.ForecastView::exportCsv")); });
+    return d->boundary.Run([&] {
+        return detail::ExportCsv(*d->flexGrid, fileName, allRows, progress,
+                                 QStringLiteral("BrevView.ForecastView::exportCsv"));
+    });
 }
 
 bool ForecastView::findNext(const QString& text, QTextDocument::FindFlags options)
@@ -841,8 +915,12 @@ void ForecastView::print(QPrinter* printer)
 {
     d->boundary.Run([&] {
         if (!printer)
-            automation::Raise(automation::ErrObjectNotSet, QStringLiteral("BrevView.ForecastView::print"), QStringLiteral("No printer"));
-        detail::PrintInto(*d->flexGrid, *printer, tr("Forecast") + QStringLiteral("  \u2014  ") + (d->forecastMode == eWeightedForecast ? tr("Weighted forecast") : tr("Unweighted forecast")));
+            automation::Raise(automation::ErrObjectNotSet, QStringLiteral("BrevView.ForecastView::print"),
+                              QStringLiteral("No printer"));
+        detail::PrintInto(
+            *d->flexGrid, *printer,
+            tr("Forecast") + QStringLiteral("  \u2014  ") +
+                (d->forecastMode == eWeightedForecast ? tr("Weighted forecast") : tr("Unweighted forecast")));
     });
 }
 

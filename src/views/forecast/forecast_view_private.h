@@ -50,9 +50,10 @@ public:
     automation::Date NormalizeDate(const automation::Date& d);
 
     // The Value amount a row shows for the current mode and won setting.
-    automation::Currency Chosen(automation::Currency unweighted, automation::Currency weighted, automation::Currency unweightedWon,
-                                automation::Currency weightedWon) const;
-    void WriteAmounts(int row, automation::Currency a11, automation::Currency a12, automation::Currency a13, automation::Currency a14);
+    automation::Currency Chosen(automation::Currency unweighted, automation::Currency weighted,
+                                automation::Currency unweightedWon, automation::Currency weightedWon) const;
+    void WriteAmounts(int row, automation::Currency a11, automation::Currency a12, automation::Currency a13,
+                      automation::Currency a14);
     // Fills an IBO row; returns its value and its weighted value (as the hidden cells hold them).
     std::pair<double, double> FillIboRow(int row, data::Recordset& rs, bool won, qint32 level);
 
@@ -97,8 +98,8 @@ public:
 
     // Column number members.
     qint32 colDate = 0, colIboNumber = 0, colLastName = 0, colFirstName = 0, colCompany = 0, colWih = 0, colWwgi = 0,
-           colProbability = 0, colProduct = 0, colCount = 0, colValue = 0, colAmount1 = 0, colAmount2 = 0, colAmount3 = 0,
-           colAmount4 = 0, colAmount5 = 0, colNote = 0;
+           colProbability = 0, colProduct = 0, colCount = 0, colValue = 0, colAmount1 = 0, colAmount2 = 0,
+           colAmount3 = 0, colAmount4 = 0, colAmount5 = 0, colNote = 0;
 };
 
 }  // namespace BrevView

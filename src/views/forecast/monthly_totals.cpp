@@ -23,7 +23,8 @@ void MonthlyTotals::AddMonth(const automation::Date& firstOfMonth, const QString
     const QDate d = firstOfMonth.ToQDate();
     MonthRow row;
     row.RowID = d.year() * 100 + d.month();
-    row.Label = monthNames.value(d.month() - 1) + QStringLiteral(" - ") + QString::number(d.year()) + QStringLiteral("    ");
+    row.Label =
+        monthNames.value(d.month() - 1) + QStringLiteral(" - ") + QString::number(d.year()) + QStringLiteral("    ");
     index_.insert(row.RowID, int(rows_.size()));
     rows_.push_back(row);
 }
@@ -69,7 +70,8 @@ namespace {
 
 // One plain and one weighted pair of a month: a negative field marks its grand total
 // and is left as it is.
-void AddPair(Currency& unweighted, Currency& weighted, Currency& grandUnweighted, Currency& grandWeighted, double value, qint32 percent)
+void AddPair(Currency& unweighted, Currency& weighted, Currency& grandUnweighted, Currency& grandWeighted, double value,
+             qint32 percent)
 {
     if (unweighted.IsNegative()) {
         grandUnweighted = kOverflowed;
@@ -90,15 +92,18 @@ void AddPair(Currency& unweighted, Currency& weighted, Currency& grandUnweighted
 void AccumulateOpen(MonthRow& month, GrandTotals& grand, double value, qint32 probability)
 {
     month.IboCount += 1;
-    AddPair(month.UnweightedValTotal, month.WeightedValTotal, grand.unweightedOpen, grand.weightedOpen, value, probability);
+    AddPair(month.UnweightedValTotal, month.WeightedValTotal, grand.unweightedOpen, grand.weightedOpen, value,
+            probability);
     month.IboCountWon += 1;
-    AddPair(month.UnweightedWonValTotal, month.WeightedWonValTotal, grand.unweightedOpenWon, grand.weightedOpenWon, value, probability);
+    AddPair(month.UnweightedWonValTotal, month.WeightedWonValTotal, grand.unweightedOpenWon, grand.weightedOpenWon,
+            value, probability);
 }
 
 void AccumulateWon(MonthRow& month, GrandTotals& grand, double value)
 {
     month.IboCountWon += 1;
-    AddPair(month.UnweightedWonValTotal, month.WeightedWonValTotal, grand.unweightedOpenWon, grand.weightedOpenWon, value, 100);
+    AddPair(month.UnweightedWonValTotal, month.WeightedWonValTotal, grand.unweightedOpenWon, grand.weightedOpenWon,
+            value, 100);
 }
 
 }  // namespace BrevView::detail

@@ -38,8 +38,8 @@ void FocusRect(QPainter& p, int x1, int y1, int x2, int y2)
 
 }  // namespace
 
-void DrawCycleBar(QPainter& p, const ViewDates& dates, const automation::Date& qualified, const automation::Date& closing,
-                  int left, int top, int right, int bottom)
+void DrawCycleBar(QPainter& p, const ViewDates& dates, const automation::Date& qualified,
+                  const automation::Date& closing, int left, int top, int right, int bottom)
 {
     const int width = right - left;
     if (width == 0)

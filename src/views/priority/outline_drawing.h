@@ -12,8 +12,8 @@ class QPainter;
 
 namespace BrevView::detail {
 
-void DrawCycleBar(QPainter& p, const ViewDates& dates, const automation::Date& qualified, const automation::Date& closing,
-                  int left, int top, int right, int bottom);
+void DrawCycleBar(QPainter& p, const ViewDates& dates, const automation::Date& qualified,
+                  const automation::Date& closing, int left, int top, int right, int bottom);
 void DrawTodayMarker(QPainter& p, const ViewDates& dates, int left, int top, int right, int bottom);
 
 }  // namespace BrevView::detail

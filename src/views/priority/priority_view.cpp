@@ -4,6 +4,8 @@
 #include <QPainter>
 #include <QResizeEvent>
 
+#include "automation/conversions.h"
+#include "automation/locale_info.h"
 #include "common/control_surface.h"
 #include "common/dates.h"
 #include "common/grid_events.h"
@@ -11,12 +13,10 @@
 #include "common/mod_init.h"
 #include "common/traced.h"
 #include "common/view_printing.h"
-#include "automation/conversions.h"
+#include "host/app_settings.h"
 #include "host/clock.h"
-#include "automation/locale_info.h"
 #include "host/mouse_pointer.h"
 #include "host/object_factory.h"
-#include "host/app_settings.h"
 #include "views/priority/outline_drawing.h"
 #include "views/priority/priority_view_private.h"
 
@@ -39,9 +39,10 @@ const char* const kPriorityName = "V21_GetIbosForPriorityView";
 // The fourteen fields in the order the view's field indices read them.
 static QString PrioritySelect()
 {
-    return QStringLiteral("SELECT DateWWIH, ConFirstName, ConLastName, ConCompany, DescriptorUwwgi, DescriptorUwih, "
-                          "IboValueNumeric, IboValueDecimal, Product, DateQualified, IboID, DescriptorPriority, IboNumber, Note "
-                          "FROM IboMain ");
+    return QStringLiteral(
+        "SELECT DateWWIH, ConFirstName, ConLastName, ConCompany, DescriptorUwwgi, DescriptorUwih, "
+        "IboValueNumeric, IboValueDecimal, Product, DateQualified, IboID, DescriptorPriority, IboNumber, Note "
+        "FROM IboMain ");
 }
 
 QString PriorityOverduesSql()
@@ -65,28 +66,28 @@ QString PrioritySql()
 namespace {
 
 const detail::DataAccessTraits kDataAccess{"PriorityView", "BrevView.PriorityView::SetupDataAccess",
-                                            "BrevView.PriorityView::CleanupDataAccess", false, true};
-const detail::PrintTraits kPrint{"BrevView.PriorityView::PrintView", "BrevView.PriorityView::SetupViewForPrint", "User:Narg",
-                                 false, true};
+                                           "BrevView.PriorityView::CleanupDataAccess", false, true};
+const detail::PrintTraits kPrint{"BrevView.PriorityView::PrintView", "BrevView.PriorityView::SetupViewForPrint",
+                                 "User:Narg", false, true};
 const QString kDblClickName = QStringLiteral("BrevView.PriorityView::flexGrid_DblClick");
 const QString kApp = QStringLiteral("Brev");
 const QString kSection = QStringLiteral("PriorityView");
 const QString kOverflow = QStringLiteral("**********");
 
-constexpr qint32 kNodeBack = 0xFFF1E0;   // RGB(224, 241, 255)
-constexpr qint32 kNodeFore = 0xDC8764;   // RGB(100, 135, 220)
+constexpr qint32 kNodeBack = 0xFFF1E0;  // RGB(224, 241, 255)
+constexpr qint32 kNodeFore = 0xDC8764;  // RGB(100, 135, 220)
 constexpr qint32 kWhite = 0xFFFFFF;
-constexpr qint32 kBlue = 0xFF0000;       // RGB(0, 0, 255)
-constexpr qint32 kGreen = 0x008000;      // RGB(0, 128, 0)
+constexpr qint32 kBlue = 0xFF0000;   // RGB(0, 0, 255)
+constexpr qint32 kGreen = 0x008000;  // RGB(0, 128, 0)
 
 }  // namespace
 
 PriorityViewPrivate::PriorityViewPrivate(PriorityView* owner)
     : q(owner),
       flexGrid(new grid::FlexGrid(owner)),
-      boundary(owner, [owner](const RuntimeError& e) { emit owner->ErrorRaised(e.number(), e.source(), e.description()); })
-{
-}
+      boundary(owner,
+               [owner](const RuntimeError& e) { emit owner->ErrorRaised(e.number(), e.source(), e.description()); })
+{}
 
 PriorityViewPrivate* PriorityViewPrivate::Of(PriorityView* view)
 {
@@ -98,7 +99,8 @@ PriorityViewPrivate* PriorityViewPrivate::Of(PriorityView* view)
 void PriorityViewPrivate::UserControl_Initialize()
 {
     Traced(QStringLiteral("BrevView.PriorityView::UserControl_Initialize"), [&] {
-        da.databaseSettings = host::ObjectFactory::CreateAs<host::IDatabaseSettings>(QString::fromLatin1(host::kProgIdDatabase));
+        da.databaseSettings =
+            host::ObjectFactory::CreateAs<host::IDatabaseSettings>(QString::fromLatin1(host::kProgIdDatabase));
         detail::SetupDataAccess(da, kDataAccess);
         InitialiseAfterDatabase();
     });
@@ -167,8 +169,9 @@ void PriorityViewPrivate::InitFieldIndices()
 void PriorityViewPrivate::InitLookups()
 {
     Traced(QStringLiteral("BrevView.PriorityView::InitLookups"), [&] {
-        priorityLabels = {QStringLiteral("Review First"), QStringLiteral("Review Second"), QStringLiteral("Review Third"),
-                          QStringLiteral("Breakthrough Needed"), QStringLiteral("Leave It Alone")};
+        priorityLabels = {QStringLiteral("Review First"), QStringLiteral("Review Second"),
+                          QStringLiteral("Review Third"), QStringLiteral("Breakthrough Needed"),
+                          QStringLiteral("Leave It Alone")};
         Traced(QStringLiteral("BrevView.PriorityView::InitProbabilityMatrix"), [&] { probability.Init(); });
     });
 }
@@ -177,18 +180,44 @@ void PriorityViewPrivate::InitPriorityView()
 {
     Traced(QStringLiteral("BrevView.PriorityView::InitPriorityView"), [&] {
         const QStringList shortCaptions = {
-            QStringLiteral("P"), QStringLiteral("IBO#"), QStringLiteral("WTC"), QStringLiteral("WWIH?"), QStringLiteral("Last Name"),
-            QStringLiteral("First Name"), QStringLiteral("Company"), QStringLiteral("WIH?"), QStringLiteral("WWGI?"), QStringLiteral("%"),
-            QStringLiteral("#"), QStringLiteral("Value"), QStringLiteral("Sales Cycle"), QStringLiteral("Product"), QString(),
+            QStringLiteral("P"),           QStringLiteral("IBO#"),      QStringLiteral("WTC"),
+            QStringLiteral("WWIH?"),       QStringLiteral("Last Name"), QStringLiteral("First Name"),
+            QStringLiteral("Company"),     QStringLiteral("WIH?"),      QStringLiteral("WWGI?"),
+            QStringLiteral("%"),           QStringLiteral("#"),         QStringLiteral("Value"),
+            QStringLiteral("Sales Cycle"), QStringLiteral("Product"),   QString(),
             QStringLiteral("IBO Note")};
-        longCaptions = {QStringLiteral("Priority"), QStringLiteral("IBO Number"), QStringLiteral("Weeks To Close"),
-                        QStringLiteral("When Will It Happen?"), QStringLiteral("Last Name"), QStringLiteral("First Name"),
-                        QStringLiteral("Company"), QStringLiteral("Will It Happen?"), QStringLiteral("Will We Get It?"),
-                        QStringLiteral("Probability percent"), QStringLiteral("Total # of IBOs"), QStringLiteral("Value"),
-                        QStringLiteral("Sales Cycle"), QStringLiteral("Product"), QString(), QStringLiteral("IBO Note")};
-        colPriority = 0; colIboNumber = 1; colWtc = 2; colDate = 3; colLastName = 4; colFirstName = 5; colCompany = 6;
-        colWih = 7; colWwgi = 8; colProbability = 9; colCount = 10; colValue = 11; colSalesCycle = 12; colProduct = 13;
-        colQualified = 14; colNote = 15;
+        longCaptions = {QStringLiteral("Priority"),
+                        QStringLiteral("IBO Number"),
+                        QStringLiteral("Weeks To Close"),
+                        QStringLiteral("When Will It Happen?"),
+                        QStringLiteral("Last Name"),
+                        QStringLiteral("First Name"),
+                        QStringLiteral("Company"),
+                        QStringLiteral("Will It Happen?"),
+                        QStringLiteral("Will We Get It?"),
+                        QStringLiteral("Probability percent"),
+                        QStringLiteral("Total # of IBOs"),
+                        QStringLiteral("Value"),
+                        QStringLiteral("Sales Cycle"),
+                        QStringLiteral("Product"),
+                        QString(),
+                        QStringLiteral("IBO Note")};
+        colPriority = 0;
+        colIboNumber = 1;
+        colWtc = 2;
+        colDate = 3;
+        colLastName = 4;
+        colFirstName = 5;
+        colCompany = 6;
+        colWih = 7;
+        colWwgi = 8;
+        colProbability = 9;
+        colCount = 10;
+        colValue = 11;
+        colSalesCycle = 12;
+        colProduct = 13;
+        colQualified = 14;
+        colNote = 15;
         grid::FlexGrid& g = *flexGrid;
         g.setRedraw(0);
         g.setCols(16);
@@ -206,7 +235,8 @@ void PriorityViewPrivate::InitPriorityView()
         g.setColFormat(colValue, QStringLiteral("$###,##0"));
         g.setColHidden(colQualified, true);
         // Numbers, dates, amounts and the sales-cycle caption are drawn whole in any font.
-        for (int c : {colIboNumber, colWtc, colDate, colWih, colWwgi, colProbability, colCount, colValue, colSalesCycle})
+        for (int c :
+             {colIboNumber, colWtc, colDate, colWih, colWwgi, colProbability, colCount, colValue, colSalesCycle})
             g.setColFitText(c, true);
         // An outline with +/- buttons in the first column; the sales-cycle cells are drawn by the view.
         g.setOutlineBar(grid::FlexGrid::flexOutlineBarComplete);
@@ -229,7 +259,8 @@ void PriorityViewPrivate::RefreshViewDates()
 void PriorityViewPrivate::RefreshSCHeader()
 {
     Traced(QStringLiteral("BrevView.PriorityView::RefreshSCHeader"), [&] {
-        flexGrid->setTextMatrix(0, colSalesCycle, detail::SalesCycleHeaderText(viewDates, automation::ShortDateOrder()));
+        flexGrid->setTextMatrix(0, colSalesCycle,
+                                detail::SalesCycleHeaderText(viewDates, automation::ShortDateOrder()));
     });
 }
 
@@ -283,7 +314,8 @@ void PriorityViewPrivate::ReadGroup(data::Recordset& rs, int nodeRow, bool overd
         const Variant uwih = rs.Field(fi.DescriptorUwih);
         g.setTextMatrix(r, colWwgi, detail::DescriptorLabel(uwwgi));
         g.setTextMatrix(r, colWih, detail::DescriptorLabel(uwih));
-        const Variant value = detail::IboValue(ToDouble(rs.Field(fi.IboValueNumeric)), ToDouble(rs.Field(fi.IboValueDecimal)));
+        const Variant value =
+            detail::IboValue(ToDouble(rs.Field(fi.IboValueNumeric)), ToDouble(rs.Field(fi.IboValueDecimal)));
         total = detail::AddOutlineTotal(total, ToDouble(value));
         detail::SetTextOfValue(g, r, colValue, value);
         detail::SetProductTextFromField(g, r, colProduct, rs, fi.Product);
@@ -349,7 +381,8 @@ void PriorityViewPrivate::Refresh()
             da.recordset->Close();
 
             // One group per priority.
-            da.query = detail::GetStoredQuery(da.database.get(), QString::fromLatin1(detail::kPriorityName), detail::PrioritySql());
+            da.query = detail::GetStoredQuery(da.database.get(), QString::fromLatin1(detail::kPriorityName),
+                                              detail::PrioritySql());
             for (qint32 p = 1; p <= 5; ++p) {
                 g.setRows(g.Rows() + 1);
                 node = g.Rows() - 1;
@@ -401,8 +434,10 @@ void PriorityViewPrivate::Refresh()
 
 void PriorityViewPrivate::SaveViewPreferences()
 {
-    IgnoringErrors([&] { settings::SaveSetting(kApp, kSection, QStringLiteral("SCRangeUnits"), QString::number(rangeUnits)); });
-    IgnoringErrors([&] { settings::SaveSetting(kApp, kSection, QStringLiteral("SCRangeValue"), QString::number(rangeValue)); });
+    IgnoringErrors(
+        [&] { settings::SaveSetting(kApp, kSection, QStringLiteral("SCRangeUnits"), QString::number(rangeUnits)); });
+    IgnoringErrors(
+        [&] { settings::SaveSetting(kApp, kSection, QStringLiteral("SCRangeValue"), QString::number(rangeValue)); });
     for (int c = 1; c < flexGrid->Cols(); ++c) {
         IgnoringErrors([&] {
             settings::SaveSetting(kApp, kSection, QStringLiteral("ColWidth") + QString::number(c),
@@ -414,8 +449,10 @@ void PriorityViewPrivate::SaveViewPreferences()
 void PriorityViewPrivate::LoadViewPreferences()
 {
     Traced(QStringLiteral("BrevView.PriorityView::LoadViewPreferences"), [&] {
-        qint32 units = ToLong(Variant(settings::GetSetting(kApp, kSection, QStringLiteral("SCRangeUnits"), QStringLiteral("2"))));
-        qint32 value = ToLong(Variant(settings::GetSetting(kApp, kSection, QStringLiteral("SCRangeValue"), QStringLiteral("3"))));
+        qint32 units =
+            ToLong(Variant(settings::GetSetting(kApp, kSection, QStringLiteral("SCRangeUnits"), QStringLiteral("2"))));
+        qint32 value =
+            ToLong(Variant(settings::GetSetting(kApp, kSection, QStringLiteral("SCRangeValue"), QStringLiteral("3"))));
         if (units < 0 || units >= 4)
             units = eSalesCycleUnitMonths;
         if (value < 1 || value > 99)
@@ -424,8 +461,8 @@ void PriorityViewPrivate::LoadViewPreferences()
         rangeValue = value;
         columnWidths.assign(size_t(flexGrid->Cols()), 0);
         for (int c = 1; c < flexGrid->Cols(); ++c) {
-            const qint32 w =
-                ToLong(Variant(settings::GetSetting(kApp, kSection, QStringLiteral("ColWidth") + QString::number(c), QStringLiteral("900"))));
+            const qint32 w = ToLong(Variant(settings::GetSetting(
+                kApp, kSection, QStringLiteral("ColWidth") + QString::number(c), QStringLiteral("900"))));
             columnWidths[size_t(c)] = w;
             flexGrid->setColWidth(c, w);
         }
@@ -471,7 +508,8 @@ void PriorityViewPrivate::OnBeforeUserResize(int col, bool& cancel)
     });
 }
 
-void PriorityViewPrivate::OnDrawCell(QPainter* painter, int row, int col, int left, int top, int right, int bottom, bool& done)
+void PriorityViewPrivate::OnDrawCell(QPainter* painter, int row, int col, int left, int top, int right, int bottom,
+                                     bool& done)
 {
     done = false;
     IgnoringErrors([&] {
@@ -513,11 +551,12 @@ PriorityView::PriorityView(QWidget* parent) : QWidget(parent), d(std::make_uniqu
     detail::WireGridEvents(this, g, &d->boundary,
                            {kDblClickName, true, d->longCaptions, [this] { return d->SalesCycleTooltip(); },
                             [this](int row, int state) { d->OnAfterCollapse(row, state); }});
-    connect(g, &grid::FlexGrid::BeforeUserResize, this, [this](int, int col, bool& cancel) {
-        d->boundary.AtEvent([&] { d->OnBeforeUserResize(col, cancel); });
-    });
+    connect(g, &grid::FlexGrid::BeforeUserResize, this,
+            [this](int, int col, bool& cancel) { d->boundary.AtEvent([&] { d->OnBeforeUserResize(col, cancel); }); });
     connect(g, &grid::FlexGrid::DrawCell, this,
-            [this](QPainter* p, int row, int col, int l, int t, int r, int b, bool& done) { d->OnDrawCell(p, row, col, l, t, r, b, done); });
+            [this](QPainter* p, int row, int col, int l, int t, int r, int b, bool& done) {
+                d->OnDrawCell(p, row, col, l, t, r, b, done);
+            });
     g->setAccessibleName(tr("Priorities"));
     d->told = {d->rangeValue, d->rangeUnits, g->hWnd()};
     d->boundary.SetAfterCall([this] { d->TellChanges(); });
@@ -593,7 +632,8 @@ void PriorityView::setSalesCycleRangeUnits(qint32 eUnits)
 QVariant PriorityView::GetSelection()
 {
     return d->boundary.Run([&] {
-        return detail::GetSelection(*d->flexGrid, QStringLiteral("BrevView.PriorityView::GetSelection"), detail::SelectionRule::NumericOnly);
+        return detail::GetSelection(*d->flexGrid, QStringLiteral("BrevView.PriorityView::GetSelection"),
+                                    detail::SelectionRule::NumericOnly);
     });
 }
 
@@ -672,15 +712,17 @@ int PriorityView::columnCount() const
 
 int PriorityView::columnWidth(int column) const
 {
-    return d->boundary.Run([&] { return detail::ColumnWidthTwips(*d->flexGrid, column, QStringLiteral("BrevView.PriorityView::columnWidth")); });
+    return d->boundary.Run([&] {
+        return detail::ColumnWidthTwips(*d->flexGrid, column, QStringLiteral("BrevView.PriorityView::columnWidth"));
+    });
 }
 
 void PriorityView::setColumnWidth(int column, int twips)
 {
     d->boundary.Run([&] {
         // The first column keeps its width, as it does against a drag of its border.
-        detail::SetColumnWidthTwips(*d->flexGrid, column, twips, QStringLiteral("BrevView.PriorityView::setColumnWidth"),
-                                    d->colPriority);
+        detail::SetColumnWidthTwips(*d->flexGrid, column, twips,
+                                    QStringLiteral("BrevView.PriorityView::setColumnWidth"), d->colPriority);
         d->SaveViewPreferences();
     });
 }
@@ -692,8 +734,10 @@ void PriorityView::copySelection()
 
 bool PriorityView::exportCsv(const QString& fileName, bool allRows, std::function<bool(qint64, qint64)> progress)
 {
-    return d->boundary.Run(
-        [&] { return detail::ExportCsv(*d->flexGrid, fileName, allRows, progress, QStringLiteral("BrevView.PriorityView::exportCsv")); });
+    return d->boundary.Run([&] {
+        return detail::ExportCsv(*d->flexGrid, fileName, allRows, progress,
+                                 QStringLiteral("BrevView.PriorityView::exportCsv"));
+    });
 }
 
 bool PriorityView::findNext(const QString& text, QTextDocument::FindFlags options)
@@ -705,7 +749,8 @@ void PriorityView::print(QPrinter* printer)
 {
     d->boundary.Run([&] {
         if (!printer)
-            automation::Raise(automation::ErrObjectNotSet, QStringLiteral("BrevView.PriorityView::print"), QStringLiteral("No printer"));
+            automation::Raise(automation::ErrObjectNotSet, QStringLiteral("BrevView.PriorityView::print"),
+                              QStringLiteral("No printer"));
         detail::PrintInto(*d->flexGrid, *printer, tr("Priorities"));
     });
 }

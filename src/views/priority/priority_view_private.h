@@ -86,9 +86,9 @@ public:
     bool filled = false;
 
     // Column index members.
-    qint32 colPriority = 0, colIboNumber = 0, colWtc = 0, colDate = 0, colLastName = 0, colFirstName = 0, colCompany = 0,
-           colWih = 0, colWwgi = 0, colProbability = 0, colCount = 0, colValue = 0, colSalesCycle = 0, colProduct = 0,
-           colQualified = 0, colNote = 0;
+    qint32 colPriority = 0, colIboNumber = 0, colWtc = 0, colDate = 0, colLastName = 0, colFirstName = 0,
+           colCompany = 0, colWih = 0, colWwgi = 0, colProbability = 0, colCount = 0, colValue = 0, colSalesCycle = 0,
+           colProduct = 0, colQualified = 0, colNote = 0;
 };
 
 }  // namespace BrevView

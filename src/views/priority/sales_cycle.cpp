@@ -1,8 +1,8 @@
 #include "views/priority/sales_cycle.h"
 
 #include "automation/conversions.h"
-#include "automation/runtime_error.h"
 #include "automation/locale_info.h"
+#include "automation/runtime_error.h"
 
 namespace BrevView::detail {
 
@@ -10,11 +10,20 @@ ViewDates ComputeViewDates(const automation::Date& today, qint32 rangeValue, qin
 {
     double perUnit = 31;
     switch (rangeUnits) {
-    case 0: perUnit = 1; break;
-    case 1: perUnit = 7; break;
-    case 2: perUnit = 31; break;
-    case 3: perUnit = 365; break;
-    default: break;
+    case 0:
+        perUnit = 1;
+        break;
+    case 1:
+        perUnit = 7;
+        break;
+    case 2:
+        perUnit = 31;
+        break;
+    case 3:
+        perUnit = 365;
+        break;
+    default:
+        break;
     }
     double half = double(rangeValue) * perUnit / 2.0;
     if (half < 1)
@@ -43,9 +52,12 @@ QString SalesCycleHeaderText(const ViewDates& dates, qint32 order)
         // followed by it a second time: "07.Okt.26", not "07.Okt..26".
         const QString afterMonth = mmm.endsWith(separator) ? QString() : separator;
         switch (order) {
-        case 1: return dd + separator + mmm + afterMonth + yy;
-        case 2: return yy + separator + mmm + afterMonth + dd;
-        default: return mmm + afterMonth + dd + separator + yy;
+        case 1:
+            return dd + separator + mmm + afterMonth + yy;
+        case 2:
+            return yy + separator + mmm + afterMonth + dd;
+        default:
+            return mmm + afterMonth + dd + separator + yy;
         }
     };
     return QStringLiteral("Sales Cycle") + QChar(13) + text(dates.start) + QStringLiteral(" - ") + text(dates.end);

@@ -14,7 +14,8 @@ int main(int argc, char** argv)
     QApplication app(argc, argv);
     if (argc < 2)
         return 10;
-    BrevView::FlatView* view = qobject_cast<BrevView::FlatView*>(BrevView::CreateControl(QStringLiteral("BrevView.FlatView")));
+    BrevView::FlatView* view =
+        qobject_cast<BrevView::FlatView*>(BrevView::CreateControl(QStringLiteral("BrevView.FlatView")));
     if (!view)
         return 1;
     view->setFilter(BrevView::eFilterShowOpen | BrevView::eFilterShowWon);
@@ -35,7 +36,8 @@ int main(int argc, char** argv)
     }
     // The same call from the event loop is reported, not thrown.
     int reported = 0;
-    QObject::connect(view, &BrevView::FlatView::ErrorRaised, [&](qint32 number, const QString&, const QString&) { reported = number; });
+    QObject::connect(view, &BrevView::FlatView::ErrorRaised,
+                     [&](qint32 number, const QString&, const QString&) { reported = number; });
     QTimer::singleShot(0, view, &BrevView::FlatView::Refresh);
     QTimer::singleShot(50, &app, &QCoreApplication::quit);
     app.exec();
@@ -57,7 +59,8 @@ int main(int argc, char** argv)
         return 8;
     QAccessibleInterface* grid = nullptr;
     for (QObject* child : flat.children()) {
-        if (QAccessibleInterface* iface = QAccessible::queryAccessibleInterface(child); iface && iface->tableInterface())
+        if (QAccessibleInterface* iface = QAccessible::queryAccessibleInterface(child);
+            iface && iface->tableInterface())
             grid = iface;
     }
     if (!grid || grid->tableInterface()->rowCount() != model->rowCount())

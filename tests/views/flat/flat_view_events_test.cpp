@@ -3,9 +3,9 @@
 #include <QTest>
 
 #include "common/view_preferences.h"
+#include "flat_view_fixture.h"
 #include "host/default_objects.h"
 #include "host/object_factory.h"
-#include "flat_view_fixture.h"
 
 namespace BrevView::test {
 namespace {
@@ -42,7 +42,8 @@ TEST_P(FlatViewEventsTest, GetSelectionFailsOnRowDataThatIsNoNumber)
     Grid().SelectRows({1, 2, 3});
     trace_->lines.clear();
     EXPECT_RUNTIME_ERROR(View().GetSelection(), 13);
-    EXPECT_EQ(trace_->lines, (QStringList{QStringLiteral("ENTER BrevView.FlatView::GetSelection"), QStringLiteral("HANDLE 13")}));
+    EXPECT_EQ(trace_->lines,
+              (QStringList{QStringLiteral("ENTER BrevView.FlatView::GetSelection"), QStringLiteral("HANDLE 13")}));
 }
 
 TEST_P(FlatViewEventsTest, DoubleClickOnTheCurrentIboRowRaisesIboEdit)
@@ -60,8 +61,8 @@ TEST_P(FlatViewEventsTest, DoubleClickOnARowThatIsNotCurrentDoesNothing)
     QSignalSpy edit(&View(), &FlatView::IboEdit);
     Grid().setRow(1);
     // The double-click lands on row 4 without the press that would make it current.
-    QMouseEvent dbl(QEvent::MouseButtonDblClick, QPointF(At(4, 2)), Port()->mapToGlobal(QPointF(At(4, 2))), Qt::LeftButton,
-                    Qt::LeftButton, Qt::NoModifier);
+    QMouseEvent dbl(QEvent::MouseButtonDblClick, QPointF(At(4, 2)), Port()->mapToGlobal(QPointF(At(4, 2))),
+                    Qt::LeftButton, Qt::LeftButton, Qt::NoModifier);
     QApplication::sendEvent(Port(), &dbl);
     EXPECT_EQ(edit.count(), 0);
 }
@@ -113,14 +114,16 @@ TEST_P(FlatViewEventsTest, DraggingAColumnBorderSavesThePreferencesOncePerResize
     const QPoint border(h.right() + 1, h.center().y());
     QTest::mousePress(Port(), Qt::LeftButton, {}, border);
     for (int dx = 5; dx <= 30; dx += 5) {
-        QMouseEvent move(QEvent::MouseMove, QPointF(border + QPoint(dx, 0)), Port()->mapToGlobal(QPointF(border + QPoint(dx, 0))),
-                         Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
+        QMouseEvent move(QEvent::MouseMove, QPointF(border + QPoint(dx, 0)),
+                         Port()->mapToGlobal(QPointF(border + QPoint(dx, 0))), Qt::NoButton, Qt::LeftButton,
+                         Qt::NoModifier);
         QApplication::sendEvent(Port(), &move);
     }
     QTest::mouseRelease(Port(), Qt::LeftButton, {}, border + QPoint(30, 0));
     EXPECT_EQ(settingsCreated_, 1);
     const int width = 900 + 30 * Grid().TwipsPerPixelX();
-    EXPECT_EQ(detail::GetViewPreference(QStringLiteral("PrefIBOListView")).split(QLatin1Char(';')).at(4), QString::number(width));
+    EXPECT_EQ(detail::GetViewPreference(QStringLiteral("PrefIBOListView")).split(QLatin1Char(';')).at(4),
+              QString::number(width));
 }
 
 TEST_P(FlatViewEventsTest, ScrollTipReadsRowAndItsNumber)

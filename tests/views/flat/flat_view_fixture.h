@@ -5,14 +5,14 @@
 
 #include <brevview/flat_view.h>
 
-#include "views/flat/flat_view_private.h"
+#include "common/view_preferences.h"
 #include "grid/flex_grid.h"
 #include "host/default_objects.h"
 #include "host/object_factory.h"
-#include "common/view_preferences.h"
 #include "support/ibo_builder.h"
 #include "support/test_env.h"
 #include "support/view_fixture.h"
+#include "views/flat/flat_view_private.h"
 
 namespace BrevView::test {
 

@@ -32,7 +32,8 @@ TEST_P(FlatViewTest, StoredStringOfThreeFieldsFallsBack)
 TEST_P(FlatViewTest, StoredFilterOutOfRangeLoadsAs15)
 {
     for (const char* f : {"16", "-1"}) {
-        SaveViewPreference(QStringLiteral("PrefIBOListView"), QString::fromLatin1(f) + QStringLiteral(";1;2;3;4;5;6;7;8;9;10;11;12"));
+        SaveViewPreference(QStringLiteral("PrefIBOListView"),
+                           QString::fromLatin1(f) + QStringLiteral(";1;2;3;4;5;6;7;8;9;10;11;12"));
         View().LoadViewPreferences(eViewMainTable);
         EXPECT_EQ(View().Filter(), 15) << f;
     }
@@ -49,7 +50,8 @@ TEST_P(FlatViewTest, SaveWritesThirteenFieldsUnderTheSourcesKey)
     EXPECT_EQ(detail::GetViewPreference(QStringLiteral("PrefIBOArchiveView")),
               QStringLiteral("5;900;900;900;1234;900;900;900;900;900;900;900;900"));
     // setFilter saved the main table's string already.
-    EXPECT_EQ(detail::GetViewPreference(QStringLiteral("PrefIBOListView")).split(QLatin1Char(';')).first(), QStringLiteral("5"));
+    EXPECT_EQ(detail::GetViewPreference(QStringLiteral("PrefIBOListView")).split(QLatin1Char(';')).first(),
+              QStringLiteral("5"));
 }
 
 TEST_P(FlatViewTest, SavingForSourceTwoFailsAndWritesNeitherKey)
@@ -102,7 +104,8 @@ TEST_P(FlatViewTest, InitialisationRunsItsStepsInOrder)
     for (const QString& l : trace_->lines)
         if (l.startsWith(QStringLiteral("ENTER")))
             enters << l.mid(6);
-    EXPECT_EQ(enters, (QStringList{QStringLiteral("BrevView.FlatView::UserControl_Initialize"), QStringLiteral("BrevView.FlatView::InitView"),
+    EXPECT_EQ(enters, (QStringList{QStringLiteral("BrevView.FlatView::UserControl_Initialize"),
+                                   QStringLiteral("BrevView.FlatView::InitView"),
                                    QStringLiteral("BrevView.FlatView::InitFieldIndices"),
                                    QStringLiteral("BrevView.FlatView::InitProbabilityMatrix"),
                                    QStringLiteral("BrevView.FlatView::LoadViewPreferences"),
@@ -115,8 +118,8 @@ TEST_P(FlatViewTest, ColumnsHeadersAndSettings)
     QStringList headers;
     for (int c = 0; c < g.Cols(); ++c)
         headers << g.TextMatrix(0, c);
-    EXPECT_EQ(headers, (QStringList{"IBO#", "Status", "WWIH?", "Last Name", "First Name", "Company", "WIH?", "WWGI?", "%", "Product",
-                                    "Value", "IBO Note"}));
+    EXPECT_EQ(headers, (QStringList{"IBO#", "Status", "WWIH?", "Last Name", "First Name", "Company", "WIH?", "WWGI?",
+                                    "%", "Product", "Value", "IBO Note"}));
     EXPECT_EQ(g.FixedRows(), 1);
     EXPECT_EQ(g.FixedCols(), 0);
     EXPECT_EQ(g.ColAlignment(0), int(grid::flexAlignRightCenter));

@@ -23,7 +23,8 @@ protected:
     {
         FlatViewTest::SetUp();
         Add(Ibo::Open(1, QStringLiteral("2026-03-09 00:00:00")));
-        Add(Ibo::Open(2, QStringLiteral("2026-03-10 00:00:00")).Text(QStringLiteral("ConLastName"), QStringLiteral("Müller-Łukasz")));
+        Add(Ibo::Open(2, QStringLiteral("2026-03-10 00:00:00"))
+                .Text(QStringLiteral("ConLastName"), QStringLiteral("Müller-Łukasz")));
         View().Refresh();
         pdf_ = TempPath(QStringLiteral("out.pdf"));
         qputenv("BREV_PRINT_TO_PDF", pdf_.toLocal8Bit());
@@ -49,7 +50,8 @@ TEST_P(FlatViewPrintTest, PrintViewPrintsAndGivesBackExactlyTheScreenLook)
     EXPECT_TRUE(text.contains(QStringLiteral("IBO-2")));
     EXPECT_TRUE(text.contains(QStringLiteral("Müller-Łukasz")));
     EXPECT_TRUE(PdfInfo(pdf_).contains(QStringLiteral("User:Narg")));
-    EXPECT_EQ(trace_->lines, (QStringList{QStringLiteral("ENTER BrevView.FlatView::PrintView"), QStringLiteral("EXIT BrevView.FlatView::PrintView")}));
+    EXPECT_EQ(trace_->lines, (QStringList{QStringLiteral("ENTER BrevView.FlatView::PrintView"),
+                                          QStringLiteral("EXIT BrevView.FlatView::PrintView")}));
 }
 
 TEST_P(FlatViewPrintTest, SetupThenRestoreGivesBackTheLookAndDeletesTheFile)
@@ -68,7 +70,7 @@ TEST_P(FlatViewPrintTest, SetupThenRestoreGivesBackTheLookAndDeletesTheFile)
     EXPECT_EQ(Grid().Appearance(), 0);
     EXPECT_EQ(Grid().BackColor(), 0xFFFFFF);
     EXPECT_EQ(Grid().Cell(grid::flexcpFontName, 1, 1).toString(), QString());  // Helvetica is the priority view's
-    QFile::setPermissions(file, QFile::ReadOwner);                               // deleted even when read-only
+    QFile::setPermissions(file, QFile::ReadOwner);                             // deleted even when read-only
     View().RestoreViewAfterPrint();
     EXPECT_FALSE(QFile::exists(file));
     EXPECT_EQ(Snapshot(Grid(), TempPath(QStringLiteral("after.fg"))), before);

@@ -1,7 +1,7 @@
 #include <QGuiApplication>
 
-#include "flat_view_fixture.h"
 #include "data/workspace.h"
+#include "flat_view_fixture.h"
 #include "host/mouse_pointer.h"
 
 namespace BrevView::test {
@@ -14,8 +14,10 @@ TEST_P(FlatViewTest, RefreshFillsEveryColumnInTheMainTablesDateOrder)
             .Set(QStringLiteral("DescriptorUwwgi"), QStringLiteral("0"))
             .Set(QStringLiteral("IboValueNumeric"), QStringLiteral("1234"))
             .Set(QStringLiteral("IboValueDecimal"), QStringLiteral("56")));
-    Add(Ibo::Open(3, QStringLiteral("2026-03-01 00:00:00")).Set(QStringLiteral("DescriptorStatus"), QStringLiteral("2")));
-    Add(Ibo::Open(9, QStringLiteral("2026-02-01 00:00:00")).Set(QStringLiteral("RecStatusArchive"), QStringLiteral("1")));
+    Add(Ibo::Open(3, QStringLiteral("2026-03-01 00:00:00"))
+            .Set(QStringLiteral("DescriptorStatus"), QStringLiteral("2")));
+    Add(Ibo::Open(9, QStringLiteral("2026-02-01 00:00:00"))
+            .Set(QStringLiteral("RecStatusArchive"), QStringLiteral("1")));
     View().Refresh();
     grid::FlexGrid& g = Grid();
     ASSERT_EQ(g.Rows(), 3);
@@ -27,9 +29,10 @@ TEST_P(FlatViewTest, RefreshFillsEveryColumnInTheMainTablesDateOrder)
             cells << g.TextMatrix(2, c);
         return cells;
     }();
-    EXPECT_EQ(row2, (QStringList{QStringLiteral("IBO-7"), QStringLiteral("Open"), QStringLiteral("3/9/26"), QStringLiteral("Last7"),
-                                 QStringLiteral("First7"), QStringLiteral("Company7"), QStringLiteral("High"), QStringLiteral("Low"),
-                                 QStringLiteral("25"), QStringLiteral("Widget"), QStringLiteral("1234.56"), QStringLiteral("note 7")}));
+    EXPECT_EQ(row2, (QStringList{QStringLiteral("IBO-7"), QStringLiteral("Open"), QStringLiteral("3/9/26"),
+                                 QStringLiteral("Last7"), QStringLiteral("First7"), QStringLiteral("Company7"),
+                                 QStringLiteral("High"), QStringLiteral("Low"), QStringLiteral("25"),
+                                 QStringLiteral("Widget"), QStringLiteral("1234.56"), QStringLiteral("note 7")}));
     EXPECT_EQ(g.DisplayText(2, 10), QStringLiteral("$1,235"));
     EXPECT_EQ(g.TextMatrix(1, 1), QStringLiteral("Won"));
     EXPECT_EQ(g.Cell(grid::flexcpForeColor, 1, 6).toInt(), 16711680);
@@ -67,7 +70,8 @@ TEST_P(FlatViewTest, FilterZeroShowsAnEmptyGridNotAllRows)
 TEST_P(FlatViewTest, FilterTenShowsWonAndCancelledThroughTwoTerms)
 {
     for (int status = 1; status <= 4; ++status)
-        Add(Ibo::Open(status, QStringLiteral("2026-03-0%1 00:00:00").arg(status)).Set(QStringLiteral("DescriptorStatus"), QString::number(status)));
+        Add(Ibo::Open(status, QStringLiteral("2026-03-0%1 00:00:00").arg(status))
+                .Set(QStringLiteral("DescriptorStatus"), QString::number(status)));
     View().setFilter(eFilterShowWon | eFilterShowCancelled);
     View().Refresh();
     EXPECT_EQ(Column(1), (QStringList{QStringLiteral("Won"), QStringLiteral("Cancelled")}));
@@ -99,15 +103,17 @@ TEST_P(FlatViewTest, EmptyTableLeavesOnlyTheHeader)
 TEST_P(FlatViewTest, ArchiveListsEveryRowAndChangingSourceWaitsForRefresh)
 {
     Add(Ibo::Open(1, QStringLiteral("2026-03-09 00:00:00")));
-    Add(Ibo::Open(20, QStringLiteral("2026-03-01 00:00:00")).Set(QStringLiteral("RecStatusDelete"), QStringLiteral("1")),
+    Add(Ibo::Open(20, QStringLiteral("2026-03-01 00:00:00"))
+            .Set(QStringLiteral("RecStatusDelete"), QStringLiteral("1")),
         QStringLiteral("IboArchive"));
     Add(Ibo::Open(21, QStringLiteral("2025-03-01 00:00:00")), QStringLiteral("IboArchive"));
     View().Refresh();
     EXPECT_EQ(Column(0), QStringList{QStringLiteral("IBO-1")});
-    SaveViewPreference(QStringLiteral("PrefIBOArchiveView"), QStringLiteral("15;500;501;502;503;504;505;506;507;508;509;510;511"));
+    SaveViewPreference(QStringLiteral("PrefIBOArchiveView"),
+                       QStringLiteral("15;500;501;502;503;504;505;506;507;508;509;510;511"));
     View().setViewSource(eViewArchiveTable);
     EXPECT_EQ(Column(0), QStringList{QStringLiteral("IBO-1")});  // no refresh yet
-    EXPECT_EQ(Grid().ColWidth(3), 503);                         // the archive's own widths
+    EXPECT_EQ(Grid().ColWidth(3), 503);                          // the archive's own widths
     View().Refresh();
     QStringList ids = Column(0);
     ids.sort();
@@ -121,7 +127,8 @@ TEST_P(FlatViewTest, SecondRefreshOpensNoSecondWorkspace)
     const int open = data::DBEngine::ForThisThread()->OpenWorkspaceCount();
     View().Refresh();
     EXPECT_EQ(data::DBEngine::ForThisThread()->OpenWorkspaceCount(), open);
-    EXPECT_EQ(QueryText(db_, QStringLiteral("SELECT Name FROM BrevQueryDefs")), QStringLiteral("V21_GetIbosForFlatViewFromMain"));
+    EXPECT_EQ(QueryText(db_, QStringLiteral("SELECT Name FROM BrevQueryDefs")),
+              QStringLiteral("V21_GetIbosForFlatViewFromMain"));
 }
 
 TEST_P(FlatViewTest, NullInARequiredFieldStopsWithError94AndKeepsTheRowsSoFar)
@@ -144,12 +151,14 @@ TEST_P(FlatViewTest, NullInARequiredFieldStopsWithError94AndKeepsTheRowsSoFar)
 
 TEST_P(FlatViewTest, NullInEachRequiredFieldIsError94)
 {
-    for (const char* field : {"IboID", "ConLastName", "ConFirstName", "ConCompany", "Product", "IboValueNumeric", "IboValueDecimal", "Note"}) {
+    for (const char* field : {"IboID", "ConLastName", "ConFirstName", "ConCompany", "Product", "IboValueNumeric",
+                              "IboValueDecimal", "Note"}) {
         // A server's IboMain keys its rows by IboID: it holds no row without one.
         if (OnPostgreSQL() && qstrcmp(field, "IboID") == 0)
             continue;
         Exec(db_, QStringLiteral("DELETE FROM IboMain"));
-        Add(Ibo::Open(1, QStringLiteral("2026-03-01 00:00:00")).Set(QString::fromLatin1(field), QStringLiteral("NULL")));
+        Add(Ibo::Open(1, QStringLiteral("2026-03-01 00:00:00"))
+                .Set(QString::fromLatin1(field), QStringLiteral("NULL")));
         EXPECT_RUNTIME_ERROR(View().Refresh(), 94);
     }
 }
@@ -160,7 +169,8 @@ TEST_P(FlatViewTest, OutOfRangeCodesShowErrAndTheRefreshGoesOn)
             .Set(QStringLiteral("DescriptorStatus"), QStringLiteral("1"))
             .Set(QStringLiteral("DescriptorUwih"), QStringLiteral("7"))
             .Set(QStringLiteral("DescriptorUwwgi"), QStringLiteral("-1")));
-    Add(Ibo::Open(2, QStringLiteral("2026-03-02 00:00:00")).Set(QStringLiteral("DescriptorStatus"), QStringLiteral("NULL")));
+    Add(Ibo::Open(2, QStringLiteral("2026-03-02 00:00:00"))
+            .Set(QStringLiteral("DescriptorStatus"), QStringLiteral("NULL")));
     View().setFilter(15);
     View().Refresh();
     ASSERT_EQ(Grid().Rows(), 2);  // a Null status matches no filter term

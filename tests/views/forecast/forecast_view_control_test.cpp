@@ -78,10 +78,11 @@ TEST_P(ForecastViewTest, InitialisationOrderAndTheColumnSetUpsTraceName)
     for (const QString& l : trace_->lines)
         if (l.startsWith(QStringLiteral("ENTER")))
             enters << l.mid(6);
-    EXPECT_EQ(enters, (QStringList{"BrevView.ForecastView::UserControl_Initialize", "BrevView.ForecastView::InitLookups",
-                                   "BrevView.ForecastView::InitProbabilityMatrix", "BrevView.ForecastView::flexGrid_DblClick",
-                                   "BrevView.ForecastView::InitFieldIndices", "BrevView.ForecastView::InitTotalsHeader",
-                                   "BrevView.ForecastView::LoadViewPreferences", "BrevView.ForecastView::PresetColumnWidths"}));
+    EXPECT_EQ(enters,
+              (QStringList{"BrevView.ForecastView::UserControl_Initialize", "BrevView.ForecastView::InitLookups",
+                           "BrevView.ForecastView::InitProbabilityMatrix", "BrevView.ForecastView::flexGrid_DblClick",
+                           "BrevView.ForecastView::InitFieldIndices", "BrevView.ForecastView::InitTotalsHeader",
+                           "BrevView.ForecastView::LoadViewPreferences", "BrevView.ForecastView::PresetColumnWidths"}));
     view_.reset();
     EXPECT_TRUE(trace_->lines.contains(QStringLiteral("ENTER BrevView.ForecastView::CleanupDataAcess")));
 }
@@ -163,7 +164,8 @@ TEST_P(ForecastViewTest, RenderedViewInBothModes)
         Add(Ibo::Open(10 + i, QStringLiteral("2024-0%1-1%2 00:00:00").arg(5 + i % 3).arg(i))
                 .Set(QStringLiteral("DescriptorUwih"), QString::number(uwih[i]))
                 .Set(QStringLiteral("IboValueNumeric"), QString::number(1000 * (i + 1))));
-    Add(Ibo::Open(20, QStringLiteral("2024-04-28 00:00:00")).Text(QStringLiteral("ConLastName"), QStringLiteral("Overdue")));
+    Add(Ibo::Open(20, QStringLiteral("2024-04-28 00:00:00"))
+            .Text(QStringLiteral("ConLastName"), QStringLiteral("Overdue")));
     Add(Won(30, QStringLiteral("2024-05-02 00:00:00")));
     View().setShowWonIBOs(true);
     View().Refresh();

@@ -5,12 +5,12 @@
 
 #include <brevview/forecast_view.h>
 
-#include "views/forecast/forecast_view_private.h"
 #include "automation/conversions.h"
 #include "grid/flex_grid.h"
 #include "support/ibo_builder.h"
 #include "support/test_env.h"
 #include "support/view_fixture.h"
+#include "views/forecast/forecast_view_private.h"
 
 namespace BrevView::test {
 

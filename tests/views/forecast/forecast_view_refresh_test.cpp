@@ -1,6 +1,6 @@
 #include "common/view_preferences.h"
-#include "forecast_view_fixture.h"
 #include "data/engines/sqlite/sqlite_connection.h"
+#include "forecast_view_fixture.h"
 
 namespace BrevView::test {
 namespace {
@@ -54,8 +54,11 @@ TEST_P(ForecastViewTest, AnOpenIboDatedYesterdayIsOnlyUnderTheOverdueRow)
 
 TEST_P(ForecastViewTest, MonthRowContentAndFormat)
 {
-    Add(Ibo::Open(1, QStringLiteral("2024-06-15 00:00:00")).Set(QStringLiteral("DescriptorUwih"), QStringLiteral("2")).Set(QStringLiteral("DescriptorUwwgi"), QStringLiteral("1")));
-    Add(Ibo::Open(2, QStringLiteral("2024-06-20 00:00:00")).Set(QStringLiteral("IboValueNumeric"), QStringLiteral("500")));
+    Add(Ibo::Open(1, QStringLiteral("2024-06-15 00:00:00"))
+            .Set(QStringLiteral("DescriptorUwih"), QStringLiteral("2"))
+            .Set(QStringLiteral("DescriptorUwwgi"), QStringLiteral("1")));
+    Add(Ibo::Open(2, QStringLiteral("2024-06-20 00:00:00"))
+            .Set(QStringLiteral("IboValueNumeric"), QStringLiteral("500")));
     View().Refresh();
     grid::FlexGrid& g = Grid();
     const int m = Node(QStringLiteral("N202406"));
@@ -65,7 +68,7 @@ TEST_P(ForecastViewTest, MonthRowContentAndFormat)
     EXPECT_EQ(g.TextMatrix(m, 2), QStringLiteral(" "));
     EXPECT_EQ(g.TextMatrix(m, 10), QStringLiteral("1500"));
     EXPECT_EQ(g.TextMatrix(m, 11), QStringLiteral("1500"));
-    EXPECT_EQ(g.TextMatrix(m, 12), QStringLiteral("800"));   // 1000 at 60 % + 500 at 40 %
+    EXPECT_EQ(g.TextMatrix(m, 12), QStringLiteral("800"));  // 1000 at 60 % + 500 at 40 %
     EXPECT_EQ(g.TextMatrix(m, 13), QStringLiteral("1500"));
     EXPECT_EQ(g.TextMatrix(m, 14), QStringLiteral("800"));
     EXPECT_EQ(g.Cell(grid::flexcpForeColor, m, 1).toInt(), 0xDC8764);
@@ -89,7 +92,9 @@ TEST_P(ForecastViewTest, MonthRowContentAndFormat)
 
 TEST_P(ForecastViewTest, ModeSwitchRewritesValuesWithoutReadingTheDatabase)
 {
-    Add(Ibo::Open(1, QStringLiteral("2024-06-15 00:00:00")).Set(QStringLiteral("DescriptorUwih"), QStringLiteral("2")).Set(QStringLiteral("DescriptorUwwgi"), QStringLiteral("1")));
+    Add(Ibo::Open(1, QStringLiteral("2024-06-15 00:00:00"))
+            .Set(QStringLiteral("DescriptorUwih"), QStringLiteral("2"))
+            .Set(QStringLiteral("DescriptorUwwgi"), QStringLiteral("1")));
     View().Refresh();
     const int m = Node(QStringLiteral("N202406"));
     EXPECT_EQ(Grid().TextMatrix(m, 10), QStringLiteral("1000"));
@@ -167,7 +172,9 @@ TEST_P(ForecastViewTest, ShowWonSettingsWaitForTheNextRefresh)
 
 TEST_P(ForecastViewTest, WonIboIsListedBeforeAnOpenHighHighOneWithItsOwnBackground)
 {
-    Add(Ibo::Open(1, QStringLiteral("2024-05-20 00:00:00")).Set(QStringLiteral("DescriptorUwih"), QStringLiteral("2")).Set(QStringLiteral("DescriptorUwwgi"), QStringLiteral("2")));
+    Add(Ibo::Open(1, QStringLiteral("2024-05-20 00:00:00"))
+            .Set(QStringLiteral("DescriptorUwih"), QStringLiteral("2"))
+            .Set(QStringLiteral("DescriptorUwwgi"), QStringLiteral("2")));
     Add(Won(2, QStringLiteral("2024-05-03 00:00:00")));
     View().setShowWonIBOs(true);
     View().Refresh();
@@ -243,20 +250,24 @@ TEST_P(ForecastViewTest, WonDateWritesAreAllOrNothing)
                                  "BEGIN SELECT RAISE(ABORT, 'disk went away'); END;"));
     }
     EXPECT_RUNTIME_ERROR(View().Refresh(), 3129);
-    EXPECT_EQ(QueryText(db_, QStringLiteral("SELECT count(*) FROM IboMain WHERE DateWWIH = '2030-01-01 00:00:00'")), QStringLiteral("3"));
+    EXPECT_EQ(QueryText(db_, QStringLiteral("SELECT count(*) FROM IboMain WHERE DateWWIH = '2030-01-01 00:00:00'")),
+              QStringLiteral("3"));
     if (!OnPostgreSQL()) {
         EXPECT_EQ(QueryText(db_, QStringLiteral("PRAGMA integrity_check")), QStringLiteral("ok"));
     }
-    Exec(db_, OnPostgreSQL() ? QStringLiteral("DROP TRIGGER fail_second ON IboMain") : QStringLiteral("DROP TRIGGER fail_second"));
+    Exec(db_, OnPostgreSQL() ? QStringLiteral("DROP TRIGGER fail_second ON IboMain")
+                             : QStringLiteral("DROP TRIGGER fail_second"));
     View().Refresh();
-    EXPECT_EQ(QueryText(db_, QStringLiteral("SELECT count(*) FROM IboMain WHERE DateWWIH = '2030-01-01 00:00:00'")), QStringLiteral("0"));
+    EXPECT_EQ(QueryText(db_, QStringLiteral("SELECT count(*) FROM IboMain WHERE DateWWIH = '2030-01-01 00:00:00'")),
+              QStringLiteral("0"));
 }
 
 TEST_P(ForecastViewTest, AWonIboThatAlreadyHoldsItsWonDateIsNotWrittenAgain)
 {
     // IBO 1 already holds its won date, IBO 2 does not. Any write to IBO 1 fails, so the
     // refresh succeeds only if it leaves that row alone.
-    Add(Won(1, QStringLiteral("2024-04-03 00:00:00")).Text(QStringLiteral("DateWWIH"), QStringLiteral("2024-04-03 00:00:00")));
+    Add(Won(1, QStringLiteral("2024-04-03 00:00:00"))
+            .Text(QStringLiteral("DateWWIH"), QStringLiteral("2024-04-03 00:00:00")));
     Add(Won(2, QStringLiteral("2024-04-09 00:00:00")));
     if (OnPostgreSQL()) {
         Exec(db_, QStringLiteral("CREATE FUNCTION no_write() RETURNS trigger LANGUAGE plpgsql AS "
@@ -272,10 +283,12 @@ TEST_P(ForecastViewTest, AWonIboThatAlreadyHoldsItsWonDateIsNotWrittenAgain)
     EXPECT_EQ(QueryText(db_, QStringLiteral("SELECT DateWWIH FROM IboMain ORDER BY IboID")),
               QStringLiteral("2024-04-03 00:00:00\n2024-04-09 00:00:00"));
     // The second refresh finds both dates in place and writes nothing at all.
-    Exec(db_, OnPostgreSQL() ? QStringLiteral("DROP TRIGGER no_write ON IboMain;"
-                                              "CREATE TRIGGER no_write BEFORE UPDATE ON IboMain FOR EACH ROW EXECUTE FUNCTION no_write();")
-                             : QStringLiteral("DROP TRIGGER no_write; CREATE TRIGGER no_write BEFORE UPDATE ON IboMain "
-                                              "BEGIN SELECT RAISE(ABORT, 'an IBO was written'); END;"));
+    Exec(db_, OnPostgreSQL()
+                  ? QStringLiteral(
+                        "DROP TRIGGER no_write ON IboMain;"
+                        "CREATE TRIGGER no_write BEFORE UPDATE ON IboMain FOR EACH ROW EXECUTE FUNCTION no_write();")
+                  : QStringLiteral("DROP TRIGGER no_write; CREATE TRIGGER no_write BEFORE UPDATE ON IboMain "
+                                   "BEGIN SELECT RAISE(ABORT, 'an IBO was written'); END;"));
     View().Refresh();
     EXPECT_GT(Grid().GetNode(QStringLiteral("N202404")), 0);
 }
@@ -313,8 +326,10 @@ TEST_P(ForecastViewTest, AbsurdDateIsANumberedErrorAndTheNextRefreshWorks)
 
 TEST_P(ForecastViewTest, OverflowingMonthShowsTheMarker)
 {
-    Add(Ibo::Open(1, QStringLiteral("2024-06-01 00:00:00")).Set(QStringLiteral("IboValueNumeric"), QStringLiteral("900000000000000")));
-    Add(Ibo::Open(2, QStringLiteral("2024-06-02 00:00:00")).Set(QStringLiteral("IboValueNumeric"), QStringLiteral("900000000000000")));
+    Add(Ibo::Open(1, QStringLiteral("2024-06-01 00:00:00"))
+            .Set(QStringLiteral("IboValueNumeric"), QStringLiteral("900000000000000")));
+    Add(Ibo::Open(2, QStringLiteral("2024-06-02 00:00:00"))
+            .Set(QStringLiteral("IboValueNumeric"), QStringLiteral("900000000000000")));
     View().Refresh();
     const int m = Node(QStringLiteral("N202406"));
     EXPECT_EQ(Grid().TextMatrix(m, 10), QStringLiteral("**********"));
@@ -350,7 +365,8 @@ TEST_P(ForecastViewTest, NormalizeDateIsUntracedAndReportsAFailureUnderItsOwnSou
     // It runs for every IBO row: no trace lines on its normal path.
     Private();  // the control made, with its own trace lines
     trace_->lines.clear();
-    EXPECT_EQ(Private().NormalizeDate(automation::Date::FromParts(2026, 3, 5, 17, 45)), automation::Date::FromParts(2026, 3, 5));
+    EXPECT_EQ(Private().NormalizeDate(automation::Date::FromParts(2026, 3, 5, 17, 45)),
+              automation::Date::FromParts(2026, 3, 5));
     EXPECT_TRUE(trace_->lines.isEmpty()) << trace_->lines.join(QLatin1Char(',')).toStdString();
     // A date past year 9999 cannot be rebuilt (overflow, 6): reported, and the zero date.
     EXPECT_EQ(Private().NormalizeDate(automation::Date::FromSerial(1.0e7)), automation::Date());

@@ -58,20 +58,24 @@ protected:
 #else
         const int ibos = 200000;
 #endif
-        Exec(db_, QStringLiteral(
-                      "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < %1) "
-                      "INSERT INTO IboMain (IboID, IboNumber, DateWWIH, ConFirstName, ConLastName, ConCompany, DescriptorStatus, "
-                      "DescriptorPriority, DescriptorUwwgi, DescriptorUwih, IboValueNumeric, IboValueDecimal, Product, "
-                      "RecStatusArchive, RecStatusDelete, DateWonLostCancel, DateQualified, Note) "
-                      "SELECT i, 'IBO-' || i, CASE WHEN i % 2 = 0 THEN '2024-04-' ELSE '2024-06-' END || printf('%02d', 1 + i % 28) "
-                      "|| ' 00:00:00', 'First', 'Last', 'Company', CASE WHEN i % 2 = 0 THEN 2 ELSE 1 END, 1 + i % 3, 1, 1, "
-                      "1000 + i, 0, 'Widget', 0, 0, CASE WHEN i % 2 = 0 THEN '2024-04-' || printf('%02d', 1 + i % 28) || ' 00:00:00' END, "
-                      "'2024-01-01 00:00:00', 'note' FROM n")
-                      .arg(ibos));
+        Exec(
+            db_,
+            QStringLiteral(
+                "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < %1) "
+                "INSERT INTO IboMain (IboID, IboNumber, DateWWIH, ConFirstName, ConLastName, ConCompany, DescriptorStatus, "
+                "DescriptorPriority, DescriptorUwwgi, DescriptorUwih, IboValueNumeric, IboValueDecimal, Product, "
+                "RecStatusArchive, RecStatusDelete, DateWonLostCancel, DateQualified, Note) "
+                "SELECT i, 'IBO-' || i, CASE WHEN i % 2 = 0 THEN '2024-04-' ELSE '2024-06-' END || printf('%02d', 1 + i % 28) "
+                "|| ' 00:00:00', 'First', 'Last', 'Company', CASE WHEN i % 2 = 0 THEN 2 ELSE 1 END, 1 + i % 3, 1, 1, "
+                "1000 + i, 0, 'Widget', 0, 0, CASE WHEN i % 2 = 0 THEN '2024-04-' || printf('%02d', 1 + i % 28) || ' 00:00:00' END, "
+                "'2024-01-01 00:00:00', 'note' FROM n")
+                .arg(ibos));
     }
     QString WrongWonDates()
     {
-        return QueryText(db_, QStringLiteral("SELECT count(*) FROM IboMain WHERE DescriptorStatus = 2 AND DateWWIH <> DateWonLostCancel"));
+        return QueryText(
+            db_, QStringLiteral(
+                     "SELECT count(*) FROM IboMain WHERE DescriptorStatus = 2 AND DateWWIH <> DateWonLostCancel"));
     }
 
     QString db_;
@@ -81,7 +85,9 @@ TEST_F(ForecastWindowsTest, SixWindowsInOtherProcessesRefreshingAfterOneEditMeet
 {
     ASSERT_EQ(WrongWonDates(), QStringLiteral("0"));
     // A colleague's edit: an open IBO won today.
-    Exec(db_, QStringLiteral("UPDATE IboMain SET DescriptorStatus = 2, DateWonLostCancel = '2024-05-10 00:00:00' WHERE IboID = 1"));
+    Exec(db_,
+         QStringLiteral(
+             "UPDATE IboMain SET DescriptorStatus = 2, DateWonLostCancel = '2024-05-10 00:00:00' WHERE IboID = 1"));
     ASSERT_EQ(WrongWonDates(), QStringLiteral("1"));
     std::vector<std::unique_ptr<QProcess>> windows;
     for (int i = 0; i < 6; ++i)

@@ -3,8 +3,8 @@
 #include <QTest>
 
 #include "automation/conversions.h"
-#include "views/priority/outline_drawing.h"
 #include "priority_view_fixture.h"
+#include "views/priority/outline_drawing.h"
 
 namespace BrevView::test {
 namespace {
@@ -57,7 +57,9 @@ TEST(OutlineDrawingTest, SegmentsSitAtTheirComputedPositions)
 TEST(OutlineDrawingTest, CycleWhollyBeforeTheViewDrawsOnlyTheFocusRectangleToTheCentre)
 {
     const QImage img = Draw(kToday.AddDays(-40), kToday.AddDays(-30));
-    EXPECT_EQ(CountColour(img, QColor(0, 0, 255)) + CountColour(img, QColor(0, 255, 0)) + CountColour(img, QColor(255, 0, 0)), 0);
+    EXPECT_EQ(CountColour(img, QColor(0, 0, 255)) + CountColour(img, QColor(0, 255, 0)) +
+                  CountColour(img, QColor(255, 0, 0)),
+              0);
     // Dotted outline from the left edge (100) to the centre (200) over the band (6-13).
     EXPECT_EQ(img.pixelColor(100, 6), QColor(Qt::black));
     EXPECT_EQ(img.pixelColor(198, 6), QColor(Qt::black));
@@ -103,11 +105,21 @@ QImage Render(PriorityView& view, const char* keepAs)
 
 TEST_F(PriorityRenderTest, RenderedBarsAndTodayMarkerAtTwoRanges)
 {
-    Add(Ibo::Open(1, Day(-3)).Text(QStringLiteral("DateQualified"), Day(-40)).Set(QStringLiteral("DescriptorPriority"), QStringLiteral("2")));
-    Add(Ibo::Open(2, Day(20)).Text(QStringLiteral("DateQualified"), Day(-20)).Set(QStringLiteral("IboValueNumeric"), QStringLiteral("125000")));
-    Add(Ibo::Open(3, Day(60)).Text(QStringLiteral("DateQualified"), Day(-5)).Set(QStringLiteral("DescriptorPriority"), QStringLiteral("3")));
-    Add(Ibo::Open(4, Day(2)).Text(QStringLiteral("DateQualified"), Day(-90)).Set(QStringLiteral("DescriptorUwih"), QStringLiteral("2")));
-    Add(Ibo::Open(5, Day(-30)).Text(QStringLiteral("DateQualified"), Day(-200)).Set(QStringLiteral("DescriptorPriority"), QStringLiteral("5")));
+    Add(Ibo::Open(1, Day(-3))
+            .Text(QStringLiteral("DateQualified"), Day(-40))
+            .Set(QStringLiteral("DescriptorPriority"), QStringLiteral("2")));
+    Add(Ibo::Open(2, Day(20))
+            .Text(QStringLiteral("DateQualified"), Day(-20))
+            .Set(QStringLiteral("IboValueNumeric"), QStringLiteral("125000")));
+    Add(Ibo::Open(3, Day(60))
+            .Text(QStringLiteral("DateQualified"), Day(-5))
+            .Set(QStringLiteral("DescriptorPriority"), QStringLiteral("3")));
+    Add(Ibo::Open(4, Day(2))
+            .Text(QStringLiteral("DateQualified"), Day(-90))
+            .Set(QStringLiteral("DescriptorUwih"), QStringLiteral("2")));
+    Add(Ibo::Open(5, Day(-30))
+            .Text(QStringLiteral("DateQualified"), Day(-200))
+            .Set(QStringLiteral("DescriptorPriority"), QStringLiteral("5")));
     View().Refresh();
     View().ExpandAllNodes();
     View().show();
@@ -125,7 +137,8 @@ TEST_F(PriorityRenderTest, RenderedBarsAndTodayMarkerAtTwoRanges)
                                                           (own.right() + 1 - own.left())) +
                       g.viewport()->pos().x();
         EXPECT_EQ(image.pixelColor(x, cell.top() + 1), QColor(255, 0, 255)) << name;
-        EXPECT_EQ(image.pixelColor(x, cell.bottom() - 1), QColor(255, 0, 255)) << name;  // the last pixel row is the grid line
+        EXPECT_EQ(image.pixelColor(x, cell.bottom() - 1), QColor(255, 0, 255))
+            << name;  // the last pixel row is the grid line
         // IBO 2 (qualified 20 days ago, closing in 20): probe left of today, prove right of it.
         const int mid = cell.top() + cell.height() / 2;
         EXPECT_EQ(image.pixelColor(x - 3, mid), QColor(0, 0, 255)) << name;

@@ -5,7 +5,6 @@
 
 #include "host/app_settings.h"
 
-
 #include "priority_view_fixture.h"
 
 namespace BrevView::test {
@@ -29,7 +28,8 @@ TEST_P(PriorityViewTest, RangeValueZeroReadsBackAsOneAndNegativesAreKept)
     EXPECT_EQ(View().SalesCycleRangeValue(), -5);
     View().setSalesCycleRangeValue(250);
     EXPECT_EQ(View().SalesCycleRangeValue(), 250);
-    EXPECT_TRUE(trace_->lines.contains(QStringLiteral("ENTER BrevView.PriorityView::PropertyLet:SalesCycleRangeValue")));
+    EXPECT_TRUE(
+        trace_->lines.contains(QStringLiteral("ENTER BrevView.PriorityView::PropertyLet:SalesCycleRangeValue")));
 }
 
 TEST_P(PriorityViewTest, RangeUnitsAreStoredUncheckedAndOnlyLoadingClamps)
@@ -44,7 +44,8 @@ TEST_P(PriorityViewTest, RangeUnitsAreStoredUncheckedAndOnlyLoadingClamps)
 
 TEST_P(PriorityViewTest, StoredRangeValuesAreClampedWhenLoaded)
 {
-    for (const auto& [stored, loaded] : std::vector<std::pair<QString, int>>{{"0", 3}, {"100", 3}, {"99", 99}, {"1", 1}}) {
+    for (const auto& [stored, loaded] :
+         std::vector<std::pair<QString, int>>{{"0", 3}, {"100", 3}, {"99", 99}, {"1", 1}}) {
         SetPref(QStringLiteral("SCRangeValue"), stored);
         View().LoadViewPreferences();
         EXPECT_EQ(View().SalesCycleRangeValue(), loaded) << stored.toStdString();
@@ -120,9 +121,10 @@ TEST_P(PriorityViewTest, InitialisationOpensTheDatabaseAndAMissingSQLiteFileIsRe
     // The trace shows the failed initialisation as any traced procedure's error.
     const int at = int(trace_->lines.indexOf(QStringLiteral("ENTER BrevView.PriorityView::UserControl_Initialize")));
     ASSERT_GE(at, 0);
-    EXPECT_EQ(trace_->lines.mid(at, 4), (QStringList{QStringLiteral("ENTER BrevView.PriorityView::UserControl_Initialize"),
-                                                     QStringLiteral("ENTER BrevView.PriorityView::SetupDataAccess"),
-                                                     QStringLiteral("HANDLE 3024"), QStringLiteral("HANDLE 3024")}));
+    EXPECT_EQ(trace_->lines.mid(at, 4),
+              (QStringList{QStringLiteral("ENTER BrevView.PriorityView::UserControl_Initialize"),
+                           QStringLiteral("ENTER BrevView.PriorityView::SetupDataAccess"),
+                           QStringLiteral("HANDLE 3024"), QStringLiteral("HANDLE 3024")}));
     EXPECT_FALSE(trace_->lines.contains(QStringLiteral("EXIT BrevView.PriorityView::UserControl_Initialize")));
     // The error is shown where the grid would be, and reported once the host could connect.
     auto* shown = view->findChild<QLabel*>(QStringLiteral("openError"));

@@ -6,10 +6,10 @@
 #include <brevview/priority_view.h>
 
 #include "grid/flex_grid.h"
-#include "views/priority/priority_view_private.h"
 #include "support/ibo_builder.h"
 #include "support/test_env.h"
 #include "support/view_fixture.h"
+#include "views/priority/priority_view_private.h"
 
 namespace BrevView::test {
 

@@ -12,7 +12,8 @@ TEST_P(PriorityViewTest, EmptyDatabaseGivesSevenRowsAllNodesCollapsed)
     grid::FlexGrid& g = Grid();
     ASSERT_EQ(g.Rows(), 7);
     EXPECT_EQ(g.RowDataValue(0), automation::Variant(qint32(-1)));
-    const QStringList captions{"Overdues", "Review First", "Review Second", "Review Third", "Breakthrough Needed", "Leave It Alone"};
+    const QStringList captions{"Overdues",     "Review First",        "Review Second",
+                               "Review Third", "Breakthrough Needed", "Leave It Alone"};
     for (int r = 1; r <= 6; ++r) {
         EXPECT_EQ(g.TextMatrix(r, 0), captions[r - 1]);
         EXPECT_EQ(g.RowDataValue(r), automation::Variant(QStringLiteral("N%1").arg(r - 1)));
@@ -38,7 +39,7 @@ TEST_P(PriorityViewTest, NodeColoursBoldAndBackgrounds)
     EXPECT_TRUE(g.Cell(grid::flexcpFontBold, over, 12).toBool());
     EXPECT_EQ(g.Cell(grid::flexcpBackColor, first, 12).toInt(), 0xFFFFFF);
     EXPECT_TRUE(g.Cell(grid::flexcpFontBold, first, 11).toBool());
-    EXPECT_FALSE(g.Cell(grid::flexcpFontBold, first, 12).toBool());  // priority nodes: bold only up to "Value"
+    EXPECT_FALSE(g.Cell(grid::flexcpFontBold, first, 12).toBool());       // priority nodes: bold only up to "Value"
     EXPECT_EQ(g.Cell(grid::flexcpBackColor, ibo, 14).toInt(), 0xFFF1E0);  // an overdue IBO row
     EXPECT_EQ(g.Cell(grid::flexcpBackColor, RowOf(2), 3).toInt(), -1);
     // Blue descriptors from row 2 on, green values from row 1 on.
@@ -50,7 +51,8 @@ TEST_P(PriorityViewTest, NodeColoursBoldAndBackgrounds)
 
 TEST_P(PriorityViewTest, ClosingTodayIsInItsPriorityGroupAndYesterdayIsOverdue)
 {
-    Add(Ibo::Open(1, Day(0, QStringLiteral("17:45:00"))).Set(QStringLiteral("DescriptorPriority"), QStringLiteral("3")));
+    Add(Ibo::Open(1, Day(0, QStringLiteral("17:45:00")))
+            .Set(QStringLiteral("DescriptorPriority"), QStringLiteral("3")));
     Add(Ibo::Open(2, Day(-1)).Set(QStringLiteral("DescriptorPriority"), QStringLiteral("5")));
     Add(Ibo::Open(3, Day(4)).Set(QStringLiteral("DescriptorStatus"), QStringLiteral("2")));  // won: not shown
     Add(Ibo::Open(4, Day(4)).Set(QStringLiteral("RecStatusArchive"), QStringLiteral("1")));  // archived: not shown
@@ -121,7 +123,8 @@ TEST_P(PriorityViewTest, RowsSharingAClosingDateAndTheRowsAfterThemEachShowTheir
     Add(Ibo::Open(8, Day(-17)));
     Add(Ibo::Open(9, Day(-3)));
     View().Refresh();
-    const QStringList days{"3/7/26", "3/7/26", "3/7/26", "3/15/26", "3/15/26", "4/4/26", "2/16/26", "2/16/26", "3/2/26"};
+    const QStringList days{"3/7/26", "3/7/26",  "3/7/26",  "3/15/26", "3/15/26",
+                           "4/4/26", "2/16/26", "2/16/26", "3/2/26"};
     const QStringList weeks{"!", "!", "!", "1", "1", "4", "-2", "-2", "0"};
     for (int id = 1; id <= 9; ++id) {
         SCOPED_TRACE(id);
@@ -134,7 +137,9 @@ TEST_P(PriorityViewTest, RowsSharingAClosingDateAndTheRowsAfterThemEachShowTheir
 
 TEST_P(PriorityViewTest, OutOfRangeDescriptorShowsErrAndTheFirstProbability)
 {
-    Add(Ibo::Open(1, Day(6)).Set(QStringLiteral("DescriptorUwih"), QStringLiteral("7")).Set(QStringLiteral("DescriptorUwwgi"), QStringLiteral("2")));
+    Add(Ibo::Open(1, Day(6))
+            .Set(QStringLiteral("DescriptorUwih"), QStringLiteral("7"))
+            .Set(QStringLiteral("DescriptorUwwgi"), QStringLiteral("2")));
     View().Refresh();
     EXPECT_EQ(Grid().TextMatrix(RowOf(1), 7), QStringLiteral("ERR"));
     EXPECT_EQ(Grid().TextMatrix(RowOf(1), 9), QStringLiteral("10"));
@@ -183,8 +188,11 @@ TEST_P(PriorityViewTest, StoredQueriesAreCreatedOnFirstUseAndUsedAsTheyStand)
     EXPECT_EQ(QueryText(db_, QStringLiteral("SELECT Name FROM BrevQueryDefs ORDER BY Name")),
               QStringLiteral("V21_GetIbosForPriorityView\nV21_GetIbosForPriorityViewOverdues"));
     // A host's own text for the overdue query: only priority 4 overdues.
-    Exec(db_, QStringLiteral("UPDATE BrevQueryDefs SET SQL = replace(SQL, '(DescriptorStatus = 1)', '(DescriptorStatus = 1) And (DescriptorPriority = 4)') "
-                             "WHERE Name = 'V21_GetIbosForPriorityViewOverdues'"));
+    Exec(
+        db_,
+        QStringLiteral(
+            "UPDATE BrevQueryDefs SET SQL = replace(SQL, '(DescriptorStatus = 1)', '(DescriptorStatus = 1) And (DescriptorPriority = 4)') "
+            "WHERE Name = 'V21_GetIbosForPriorityViewOverdues'"));
     Add(Ibo::Open(1, Day(-3)).Set(QStringLiteral("DescriptorPriority"), QStringLiteral("1")));
     Add(Ibo::Open(2, Day(-3)).Set(QStringLiteral("DescriptorPriority"), QStringLiteral("4")));
     View().Refresh();
@@ -209,7 +217,8 @@ TEST_P(PriorityViewTest, NormalizeDateIsUntracedAndReportsAFailureUnderItsOwnSou
     // It runs for every IBO row: no trace lines on its normal path.
     Private();  // the control made, with its own trace lines
     trace_->lines.clear();
-    EXPECT_EQ(Private().NormalizeDate(automation::Date::FromParts(2026, 3, 5, 17, 45)), automation::Date::FromParts(2026, 3, 5));
+    EXPECT_EQ(Private().NormalizeDate(automation::Date::FromParts(2026, 3, 5, 17, 45)),
+              automation::Date::FromParts(2026, 3, 5));
     EXPECT_TRUE(trace_->lines.isEmpty()) << trace_->lines.join(QLatin1Char(',')).toStdString();
     // A date past year 9999 cannot be rebuilt (overflow, 6): reported, and the zero date.
     EXPECT_EQ(Private().NormalizeDate(automation::Date::FromSerial(1.0e7)), automation::Date());

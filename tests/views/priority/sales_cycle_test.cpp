@@ -1,5 +1,5 @@
-#include "automation/locale_info.h"
 #include "views/priority/sales_cycle.h"
+#include "automation/locale_info.h"
 #include "support/test_env.h"
 
 namespace BrevView::test {
@@ -60,30 +60,37 @@ TEST(SalesCycleTest, AMonthAbbreviationEndingInTheSeparatorIsNotFollowedByItAgai
     EXPECT_EQ(header, QStringLiteral("Sales Cycle\r07.") + oct + QStringLiteral("26 - 07.") + jan +
                           (jan.endsWith(QLatin1Char('.')) ? QString() : QStringLiteral(".")) + QStringLiteral("27"));
     EXPECT_FALSE(header.contains(QStringLiteral("..")));
-    EXPECT_TRUE(detail::SalesCycleHeaderText(d, 0).startsWith(QStringLiteral("Sales Cycle\r") + oct + QStringLiteral("07.26")));
+    EXPECT_TRUE(
+        detail::SalesCycleHeaderText(d, 0).startsWith(QStringLiteral("Sales Cycle\r") + oct + QStringLiteral("07.26")));
     automation::SetLocaleOverride(std::nullopt);
 }
 
 TEST(SalesCycleTest, TooltipPhases)
 {
     // Qualified 10 days ago, closing in 10: f = 0.5, the start of "prove".
-    EXPECT_EQ(SalesCycleTooltip(kToday.AddDays(-10), kToday.AddDays(10), kToday), QStringLiteral("You are 0% through the prove phase."));
+    EXPECT_EQ(SalesCycleTooltip(kToday.AddDays(-10), kToday.AddDays(10), kToday),
+              QStringLiteral("You are 0% through the prove phase."));
     // Qualified and closing today: total 0 is the end of "close".
     EXPECT_EQ(SalesCycleTooltip(kToday, kToday, kToday), QStringLiteral("You are 100% through the close phase."));
     // Qualified tomorrow: 0 % of "probe".
-    EXPECT_EQ(SalesCycleTooltip(kToday.AddDays(1), kToday.AddDays(20), kToday), QStringLiteral("You are 0% through the probe phase."));
+    EXPECT_EQ(SalesCycleTooltip(kToday.AddDays(1), kToday.AddDays(20), kToday),
+              QStringLiteral("You are 0% through the probe phase."));
     // 40 % of "prove": total 100, elapsed 64 (f 0.64; (64 - 50) / 35 = 0.4).
-    EXPECT_EQ(SalesCycleTooltip(kToday.AddDays(-64), kToday.AddDays(36), kToday), QStringLiteral("You are 40% through the prove phase."));
+    EXPECT_EQ(SalesCycleTooltip(kToday.AddDays(-64), kToday.AddDays(36), kToday),
+              QStringLiteral("You are 40% through the prove phase."));
     // probe: total 100, elapsed 25 -> 50 %.
-    EXPECT_EQ(SalesCycleTooltip(kToday.AddDays(-25), kToday.AddDays(75), kToday), QStringLiteral("You are 50% through the probe phase."));
+    EXPECT_EQ(SalesCycleTooltip(kToday.AddDays(-25), kToday.AddDays(75), kToday),
+              QStringLiteral("You are 50% through the probe phase."));
     // close: total 100, elapsed 91 -> (91 - 85) / 15 = 40 %.
-    EXPECT_EQ(SalesCycleTooltip(kToday.AddDays(-91), kToday.AddDays(9), kToday), QStringLiteral("You are 40% through the close phase."));
+    EXPECT_EQ(SalesCycleTooltip(kToday.AddDays(-91), kToday.AddDays(9), kToday),
+              QStringLiteral("You are 40% through the close phase."));
 }
 
 TEST(SalesCycleTest, TooltipOfAnOverdueCycleCountsTheDays)
 {
     EXPECT_EQ(SalesCycleTooltip(kToday.AddDays(-30), kToday.AddDays(-3), kToday), QStringLiteral("3 day(s) overdue."));
-    EXPECT_EQ(SalesCycleTooltip(kToday.AddDays(-30), kToday.AddDays(-12), kToday), QStringLiteral("12 day(s) overdue."));
+    EXPECT_EQ(SalesCycleTooltip(kToday.AddDays(-30), kToday.AddDays(-12), kToday),
+              QStringLiteral("12 day(s) overdue."));
 }
 
 TEST(SalesCycleTest, AddOutlineTotal)

@@ -29,12 +29,17 @@ QByteArray Quoted(pg_conn* conn, const QString& text, bool identifier)
 
 }  // namespace
 
-PgChangeFeed::PgChangeFeed(QString uri, QString userName, QString password, QString channel, QStringList tables, Callbacks callbacks)
-    : uri_(std::move(uri)), user_(std::move(userName)), password_(std::move(password)), filter_(uri_, user_, password_),
+PgChangeFeed::PgChangeFeed(QString uri, QString userName, QString password, QString channel, QStringList tables,
+                           Callbacks callbacks)
+    : uri_(std::move(uri)),
+      user_(std::move(userName)),
+      password_(std::move(password)),
+      filter_(uri_, user_, password_),
       display_(filter_.Display()),
-      channel_(std::move(channel)), tables_(std::move(tables)), callbacks_(std::move(callbacks))
-{
-}
+      channel_(std::move(channel)),
+      tables_(std::move(tables)),
+      callbacks_(std::move(callbacks))
+{}
 
 PgChangeFeed::~PgChangeFeed()
 {
@@ -52,10 +57,12 @@ void PgChangeFeed::Open()
     const PgConnectParams params(uri_, user_, password_);
     conn_ = PQconnectStartParams(params.keys(), params.values(), 1);
     if (!conn_) {
-        Fail(RuntimeError(automation::ErrOutOfMemory, kSource, QStringLiteral("Out of memory connecting to %1").arg(display_)));
+        Fail(RuntimeError(automation::ErrOutOfMemory, kSource,
+                          QStringLiteral("Out of memory connecting to %1").arg(display_)));
         return;
     }
-    PQsetNoticeProcessor(conn_, [](void*, const char*) {}, nullptr);
+    PQsetNoticeProcessor(
+        conn_, [](void*, const char*) {}, nullptr);
     if (PQstatus(conn_) == CONNECTION_BAD) {
         FailOpening();
         return;
@@ -233,8 +240,10 @@ void PgChangeFeed::Subscribe()
     for (const QString& table : tables_)
         regs << "pg_catalog.to_regclass(" + Quoted(conn_, table, false) + ")";
     if (!regs.isEmpty())
-        sql += "SELECT DISTINCT n.nspname FROM pg_catalog.pg_class c JOIN pg_catalog.pg_namespace n ON n.oid = c.relnamespace "
-               "WHERE c.oid IN (" + regs.join(',') + ")";
+        sql +=
+            "SELECT DISTINCT n.nspname FROM pg_catalog.pg_class c JOIN pg_catalog.pg_namespace n ON n.oid = c.relnamespace "
+            "WHERE c.oid IN (" +
+            regs.join(',') + ")";
     if (!PQsendQuery(conn_, sql.constData())) {
         FailLost();
         return;

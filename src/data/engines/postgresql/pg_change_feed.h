@@ -21,7 +21,8 @@ namespace BrevView::data {
 
 class PgChangeFeed final : public ChangeFeed {
 public:
-    PgChangeFeed(QString uri, QString userName, QString password, QString channel, QStringList tables, Callbacks callbacks);
+    PgChangeFeed(QString uri, QString userName, QString password, QString channel, QStringList tables,
+                 Callbacks callbacks);
     ~PgChangeFeed() override;
     PgChangeFeed(const PgChangeFeed&) = delete;
     PgChangeFeed& operator=(const PgChangeFeed&) = delete;
@@ -34,8 +35,8 @@ public:
 private:
     enum class State { Closed, Connecting, Subscribing, Listening };
 
-    void Advance();      // the next step of opening the session
-    void Subscribe();    // LISTEN, and where the tables are
+    void Advance();    // the next step of opening the session
+    void Subscribe();  // LISTEN, and where the tables are
     void Readable();
     void Writable();
     // Watches the session's socket for reading and/or writing.

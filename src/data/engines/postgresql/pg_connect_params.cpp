@@ -14,13 +14,15 @@ const QString kSource = QStringLiteral("BrevView.Data");
 }  // namespace
 
 PgConnectParams::PgConnectParams(const QString& uri, const QString& userName, const QString& password)
-    : uri_(uri.toUtf8()), user_(userName.toUtf8()), password_(password.toUtf8())
+    : uri_(uri.toUtf8()),
+      user_(userName.toUtf8()),
+      password_(password.toUtf8())
 {
     // Keywords before "dbname" are defaults that the URI may set otherwise; those after it
     // take the URI's place. Keepalives and a bound on unacknowledged data: a network that goes
     // away without a word closes the session within about a minute instead of never.
-    keys_ = {"connect_timeout", "application_name", "keepalives", "keepalives_idle", "keepalives_interval",
-             "keepalives_count", "tcp_user_timeout"};
+    keys_ = {"connect_timeout",     "application_name", "keepalives",      "keepalives_idle",
+             "keepalives_interval", "keepalives_count", "tcp_user_timeout"};
     values_ = {"10", "BrevView", "1", "30", "10", "3", "60000"};
     keys_.insert(keys_.end(), {"dbname", "client_encoding"});
     values_.insert(values_.end(), {uri_.constData(), "UTF8"});
@@ -48,7 +50,8 @@ void RaisePgOpenFailure(pg_conn* conn, const CredentialFilter& filter)
     if (why.contains(QLatin1String("database \"")) && why.contains(QLatin1String("does not exist")))
         Raise(automation::ErrFileNotFoundDb, kSource, QStringLiteral("Could not find the database. ") + what);
     if (why.contains(QLatin1String("permission denied")))
-        Raise(automation::ErrNoPermission, kSource, QStringLiteral("You do not have the necessary permissions. ") + what);
+        Raise(automation::ErrNoPermission, kSource,
+              QStringLiteral("You do not have the necessary permissions. ") + what);
     Raise(automation::ErrConnectionFailed, kSource, QStringLiteral("ODBC--connection failed. ") + what);
 }
 

@@ -24,8 +24,8 @@ using automation::Raise;
 const QString kSource = QStringLiteral("BrevView.Data");
 
 // Type oids of the built-in types the IBO tables use (pg_type.h).
-constexpr Oid kBool = 16, kInt8 = 20, kInt2 = 21, kInt4 = 23, kOid = 26, kFloat4 = 700, kFloat8 = 701,
-              kDate = 1082, kTime = 1083, kTimestamp = 1114, kTimestampTz = 1184, kNumeric = 1700;
+constexpr Oid kBool = 16, kInt8 = 20, kInt2 = 21, kInt4 = 23, kOid = 26, kFloat4 = 700, kFloat8 = 701, kDate = 1082,
+              kTime = 1083, kTimestamp = 1114, kTimestampTz = 1184, kNumeric = 1700;
 
 QString Utf8(const char* text)
 {
@@ -59,7 +59,9 @@ struct Result {
 class PgStatement final : public Statement {
 public:
     PgStatement(PgConnection& conn, QByteArray sql, QStringList parameterNames)
-        : conn_(conn), sql_(std::move(sql)), names_(std::move(parameterNames))
+        : conn_(conn),
+          sql_(std::move(sql)),
+          names_(std::move(parameterNames))
     {
         PrepareOnServer();
     }
@@ -71,7 +73,10 @@ public:
     }
 
     int ParameterCount() const override { return int(values_.size()); }
-    QString ParameterName(int index) const override { return index - 1 < names_.size() ? names_[index - 1] : QString(); }
+    QString ParameterName(int index) const override
+    {
+        return index - 1 < names_.size() ? names_[index - 1] : QString();
+    }
     void BindNull(int index) override { Bind(index, QByteArray()); }
     void BindInt(int index, qint64 value) override { Bind(index, QByteArray::number(value)); }
     void BindReal(int index, double value) override
@@ -142,9 +147,12 @@ public:
         case kDate:
         case kTime:
         case kTimestamp:
-        case kTimestampTz: return ColumnKind::Date;
-        case kBool: return ColumnKind::Bool;
-        default: return ColumnKind::Plain;
+        case kTimestampTz:
+            return ColumnKind::Date;
+        case kBool:
+            return ColumnKind::Bool;
+        default:
+            return ColumnKind::Plain;
         }
     }
 
@@ -311,7 +319,8 @@ private:
     void Bind(int index, const QByteArray& value)
     {
         if (index < 1 || index > int(values_.size()))
-            Raise(automation::ErrInvalidSql, kSource, QStringLiteral("Binding parameter %1: the statement has %2").arg(index).arg(values_.size()));
+            Raise(automation::ErrInvalidSql, kSource,
+                  QStringLiteral("Binding parameter %1: the statement has %2").arg(index).arg(values_.size()));
         values_[size_t(index - 1)] = value;
     }
 
@@ -338,7 +347,8 @@ private:
             values[p] = values_[p].isNull() ? nullptr : values_[p].constData();
         running_ = true;
         cancelled_ = false;
-        if (!PQsendQueryPrepared(conn_.handle(), name_.constData(), int(values.size()), values.data(), nullptr, nullptr, 0)) {
+        if (!PQsendQueryPrepared(conn_.handle(), name_.constData(), int(values.size()), values.data(), nullptr, nullptr,
+                                 0)) {
             finished_ = true;
             conn_.Finished(this);
             conn_.RaiseFor(nullptr, What());
@@ -449,14 +459,14 @@ private:
     std::vector<Oid> types_;
     QStringList columnNames_;
     PGresult* row_ = nullptr;
-    bool fromKept_ = false;              // the current row is kept_'s, not row_
-    std::unique_ptr<PgKeptRows> kept_;   // rows received to free the session, not yet read
-    PGresult* keptFailure_ = nullptr;    // the server's failure after the kept rows
-    std::exception_ptr keptError_;       // or ours (the session lost, no room to keep them)
-    std::mutex receiving_;   // held while a row is received, or the rest kept
-    bool launched_ = false;  // stepped by a reading thread (set before it starts)
-    bool running_ = false;   // sent since the last Reset
-    std::atomic<bool> reading_ = false;  // rows still to come from the session
+    bool fromKept_ = false;                // the current row is kept_'s, not row_
+    std::unique_ptr<PgKeptRows> kept_;     // rows received to free the session, not yet read
+    PGresult* keptFailure_ = nullptr;      // the server's failure after the kept rows
+    std::exception_ptr keptError_;         // or ours (the session lost, no room to keep them)
+    std::mutex receiving_;                 // held while a row is received, or the rest kept
+    bool launched_ = false;                // stepped by a reading thread (set before it starts)
+    bool running_ = false;                 // sent since the last Reset
+    std::atomic<bool> reading_ = false;    // rows still to come from the session
     std::atomic<bool> cancelled_ = false;  // the server was asked to stop this run's rows
     bool finished_ = false;
 };
@@ -562,7 +572,8 @@ void PgConnection::Configure()
 {
     // The server's notices (a dropped object's cascade, a deprecation) are not the host's
     // business: libpq would print them on standard error.
-    PQsetNoticeProcessor(conn_, [](void*, const char*) {}, nullptr);
+    PQsetNoticeProcessor(
+        conn_, [](void*, const char*) {}, nullptr);
     // What the data objects read and write relies on: dates as 'yyyy-mm-dd hh:mm:ss', and a
     // bounded wait for a row another session holds (error 3260 after it, never a hang).
     // The Jet string literals are translated for standard strings (a backslash is a character),
@@ -587,13 +598,16 @@ void PgConnection::RaiseFor(const pg_result* result, const QString& what) const
     const QString text = QStringLiteral("%1 failed on %2: %3").arg(what, display_, filter_.Clean(why));
     if (PQstatus(conn_) == CONNECTION_BAD || silent_ || state.startsWith("08") || state.startsWith("57P") ||
         state == "57014")
-        Raise(automation::ErrDiskIo, kSource, QStringLiteral("Disk or network error: the connection to the server was lost. ") + text);
+        Raise(automation::ErrDiskIo, kSource,
+              QStringLiteral("Disk or network error: the connection to the server was lost. ") + text);
     if (state == "55P03" || state == "40P01" || state == "40001")
         Raise(automation::ErrLocked, kSource, QStringLiteral("Couldn't update; currently locked. ") + text);
     if (state == "42501")
-        Raise(automation::ErrNoPermission, kSource, QStringLiteral("You do not have the necessary permissions. ") + text);
+        Raise(automation::ErrNoPermission, kSource,
+              QStringLiteral("You do not have the necessary permissions. ") + text);
     if (state == "25006")
-        Raise(automation::ErrCantUpdate, kSource, QStringLiteral("Cannot update. Database or object is read-only. ") + text);
+        Raise(automation::ErrCantUpdate, kSource,
+              QStringLiteral("Cannot update. Database or object is read-only. ") + text);
     if (state == "53200")
         Raise(automation::ErrOutOfMemory, kSource, text);
     if (state.startsWith("53") || state.startsWith("58"))
@@ -671,8 +685,7 @@ quint64 PgConnection::Ready(PgStatement* next)
     // A server restarted since the last statement has closed this session: reading what the
     // socket holds finds that out now, before a statement is lost to it.
     if (!inTransaction_ && PQstatus(conn_) == CONNECTION_OK && PQtransactionStatus(conn_) == PQTRANS_IDLE) {
-        for (int i = 0; i < 2 && PQconsumeInput(conn_); ++i) {
-        }
+        for (int i = 0; i < 2 && PQconsumeInput(conn_); ++i) {}
     }
     if (PQstatus(conn_) == CONNECTION_BAD || silent_) {
         if (inTransaction_)
@@ -829,7 +842,8 @@ bool PgConnection::LookUpQuery(const QString& name, QString* sql)
 {
     if (!catalogueKnown_) {
         // No catalogue yet: no stored query at all (and no failed statement to spoil a transaction).
-        Result exists(RunParams("SELECT to_regclass('brevquerydefs') IS NOT NULL", {}, QStringLiteral("Looking up the stored queries")));
+        Result exists(RunParams("SELECT to_regclass('brevquerydefs') IS NOT NULL", {},
+                                QStringLiteral("Looking up the stored queries")));
         if (QByteArray(PQgetvalue(exists.r, 0, 0)) != "t")
             return false;
         catalogueKnown_ = true;
@@ -845,7 +859,8 @@ bool PgConnection::LookUpQuery(const QString& name, QString* sql)
 void PgConnection::SaveQuery(const QString& name, const QString& sql)
 {
     if (!catalogueKnown_) {
-        Result exists(RunParams("SELECT to_regclass('brevquerydefs') IS NOT NULL", {}, QStringLiteral("Looking up the stored queries")));
+        Result exists(RunParams("SELECT to_regclass('brevquerydefs') IS NOT NULL", {},
+                                QStringLiteral("Looking up the stored queries")));
         if (QByteArray(PQgetvalue(exists.r, 0, 0)) != "t") {
             // One name once, whatever its case, as the file's catalogue keeps it.
             Result made(Run("CREATE TABLE IF NOT EXISTS brevquerydefs (name text NOT NULL, sql text NOT NULL); "
@@ -859,7 +874,8 @@ void PgConnection::SaveQuery(const QString& name, const QString& sql)
     const QByteArray s = sql.toUtf8();
     const char* values[] = {n.constData(), s.constData()};
     const QString saving = QStringLiteral("Saving query '%1'").arg(name);
-    if (!PQsendQueryParams(conn_, "INSERT INTO brevquerydefs (name, sql) VALUES ($1, $2)", 2, nullptr, values, nullptr, nullptr, 0))
+    if (!PQsendQueryParams(conn_, "INSERT INTO brevquerydefs (name, sql) VALUES ($1, $2)", 2, nullptr, values, nullptr,
+                           nullptr, 0))
         RaiseFor(nullptr, saving);
     Result r(Collect(saving));
     if (PQresultStatus(r.r) == PGRES_COMMAND_OK)

@@ -15,8 +15,8 @@
 
 #include <atomic>
 #include <map>
-#include <utility>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include <QByteArray>

@@ -14,13 +14,15 @@ constexpr int kChunksInMemory = 2;
 
 [[noreturn]] void RaiseFileError(const QString& why)
 {
-    automation::Raise(automation::ErrDiskIo, kSource,
-                      QStringLiteral("Disk or network error: keeping the rows of a read in a temporary file failed (%1).").arg(why));
+    automation::Raise(
+        automation::ErrDiskIo, kSource,
+        QStringLiteral("Disk or network error: keeping the rows of a read in a temporary file failed (%1).").arg(why));
 }
 
 }  // namespace
 
-PgKeptRows::PgKeptRows(int columns) : columns_(columns) {}
+PgKeptRows::PgKeptRows(int columns) : columns_(columns)
+{}
 
 PgKeptRows::~PgKeptRows() = default;
 

@@ -27,7 +27,10 @@ public:
 
     // Moves to the next kept row; false after the last. A file that cannot be read raises.
     bool Next();
-    const StoredCell& Cell(int column) const { return reading_->cells[size_t(row_) * size_t(columns_) + size_t(column)]; }
+    const StoredCell& Cell(int column) const
+    {
+        return reading_->cells[size_t(row_) * size_t(columns_) + size_t(column)];
+    }
     const char* TextOf(const StoredCell& cell) const { return cell.len == 0 ? "" : reading_->text.data() + cell.i; }
 
 private:
@@ -45,7 +48,7 @@ private:
     std::unique_ptr<Chunk> filling_;            // the newest rows
     std::unique_ptr<Chunk> reading_;            // the chunk of the current row
     int row_ = -1;
-    int inMemory_ = 0;                          // full chunks of queue_ in memory
+    int inMemory_ = 0;  // full chunks of queue_ in memory
     std::unique_ptr<QTemporaryFile> file_;
     qint64 fileEnd_ = 0;
 };

@@ -10,7 +10,10 @@ namespace {
 const QString kSource = QStringLiteral("BrevView.Data");
 }
 
-SqliteChangeFeed::SqliteChangeFeed(QString path, Callbacks callbacks) : path_(std::move(path)), callbacks_(std::move(callbacks)) {}
+SqliteChangeFeed::SqliteChangeFeed(QString path, Callbacks callbacks)
+    : path_(std::move(path)),
+      callbacks_(std::move(callbacks))
+{}
 
 SqliteChangeFeed::~SqliteChangeFeed() = default;
 
@@ -49,7 +52,8 @@ void SqliteChangeFeed::CheckStillThere() const
     // error: only its name tells that the database the host uses is another one now.
     struct stat st {};
     if (::stat(path_.toLocal8Bit().constData(), &st) != 0 || st.st_dev != device_ || st.st_ino != inode_)
-        automation::Raise(automation::ErrFileNotFoundDb, kSource, QStringLiteral("Could not find file '%1'.").arg(DisplayPath(path_)));
+        automation::Raise(automation::ErrFileNotFoundDb, kSource,
+                          QStringLiteral("Could not find file '%1'.").arg(DisplayPath(path_)));
 }
 
 bool SqliteChangeFeed::Prepared()
@@ -78,16 +82,14 @@ qint64 SqliteChangeFeed::ReadVersion()
     } catch (const RuntimeError& e) {
         try {
             version_->Reset();
-        } catch (const RuntimeError&) {
-        }
+        } catch (const RuntimeError&) {}
         if (e.number() == automation::ErrLocked)
             return -1;  // held by another connection this moment: asked again at the next check
         throw;
     }
     try {
         version_->Reset();
-    } catch (const RuntimeError&) {
-    }
+    } catch (const RuntimeError&) {}
     return version;
 }
 

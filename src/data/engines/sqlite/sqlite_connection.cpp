@@ -90,7 +90,8 @@ void RegisterFunctions(sqlite3* db)
     sqlite3_create_function(db, "brev_date", 0, flags | SQLITE_DETERMINISTIC, nullptr, FnDate, nullptr, nullptr);
     sqlite3_create_function(db, "brev_now", 0, flags, nullptr, FnNow, nullptr, nullptr);
     sqlite3_create_function(db, "brev_year", 1, flags | SQLITE_DETERMINISTIC, nullptr, FnDatePart<0>, nullptr, nullptr);
-    sqlite3_create_function(db, "brev_month", 1, flags | SQLITE_DETERMINISTIC, nullptr, FnDatePart<1>, nullptr, nullptr);
+    sqlite3_create_function(db, "brev_month", 1, flags | SQLITE_DETERMINISTIC, nullptr, FnDatePart<1>, nullptr,
+                            nullptr);
     sqlite3_create_function(db, "brev_day", 1, flags | SQLITE_DETERMINISTIC, nullptr, FnDatePart<2>, nullptr, nullptr);
 }
 
@@ -98,9 +99,10 @@ void RegisterFunctions(sqlite3* db)
 class SqliteStatement final : public Statement {
 public:
     SqliteStatement(SqliteConnection& conn, sqlite3_stmt* stmt, std::shared_ptr<void> lease = {})
-        : conn_(conn), stmt_(stmt), lease_(std::move(lease))
-    {
-    }
+        : conn_(conn),
+          stmt_(stmt),
+          lease_(std::move(lease))
+    {}
     ~SqliteStatement() override { sqlite3_finalize(stmt_); }
 
     int ParameterCount() const override { return sqlite3_bind_parameter_count(stmt_); }
@@ -147,10 +149,14 @@ public:
     CellType Type(int column) override
     {
         switch (sqlite3_column_type(stmt_, column)) {
-        case SQLITE_NULL: return CellType::Null;
-        case SQLITE_INTEGER: return CellType::Int;
-        case SQLITE_FLOAT: return CellType::Real;
-        default: return CellType::Text;
+        case SQLITE_NULL:
+            return CellType::Null;
+        case SQLITE_INTEGER:
+            return CellType::Int;
+        case SQLITE_FLOAT:
+            return CellType::Real;
+        default:
+            return CellType::Text;
         }
     }
     qint64 Int(int column) override { return sqlite3_column_int64(stmt_, column); }
@@ -171,7 +177,9 @@ public:
             cell.i = 0;
             cell.len = 0;
             switch (sqlite3_value_type(value)) {
-            case SQLITE_NULL: cell.type = CellType::Null; break;
+            case SQLITE_NULL:
+                cell.type = CellType::Null;
+                break;
             case SQLITE_INTEGER:
                 cell.type = CellType::Int;
                 cell.i = sqlite3_value_int64(value);
@@ -212,12 +220,14 @@ std::shared_ptr<SqliteConnection> SqliteConnection::Open(const QString& path, bo
 {
     const QFileInfo info(path);
     if (path.isEmpty() || !info.exists() || info.isDir())
-        Raise(automation::ErrFileNotFoundDb, kSource, QStringLiteral("Could not find file '%1'.").arg(DisplayPath(path)));
+        Raise(automation::ErrFileNotFoundDb, kSource,
+              QStringLiteral("Could not find file '%1'.").arg(DisplayPath(path)));
     std::shared_ptr<SqliteConnection> c(new SqliteConnection);
     c->path_ = path;
     // Never SQLITE_OPEN_CREATE: a missing file is an error, not a new empty database.
     // One connection per control and thread: SQLite's own per-call locking is not needed.
-    const int rc = sqlite3_open_v2(path.toUtf8().constData(), &c->db_, (readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE) | SQLITE_OPEN_NOMUTEX,
+    const int rc = sqlite3_open_v2(path.toUtf8().constData(), &c->db_,
+                                   (readOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE) | SQLITE_OPEN_NOMUTEX,
                                    g_vfs.isEmpty() ? nullptr : g_vfs.constData());
     if (rc != SQLITE_OK) {
         const QString why = c->db_ ? QString::fromUtf8(sqlite3_errmsg(c->db_)) : QStringLiteral("out of memory");
@@ -265,8 +275,9 @@ std::shared_ptr<SqliteConnection> SqliteConnection::Open(const QString& path, bo
 
 bool SqliteConnection::MapsFilesOn(const QByteArray& fileSystemType)
 {
-    static const char* const kLocal[] = {"ext2", "ext3", "ext4", "xfs", "btrfs", "tmpfs", "zfs", "f2fs", "overlay",
-                                         "jfs", "reiserfs", "apfs", "hfs", "ntfs", "ntfs3", "refs", "exfat", "vfat"};
+    static const char* const kLocal[] = {"ext2", "ext3", "ext4",    "xfs",  "btrfs",    "tmpfs",
+                                         "zfs",  "f2fs", "overlay", "jfs",  "reiserfs", "apfs",
+                                         "hfs",  "ntfs", "ntfs3",   "refs", "exfat",    "vfat"};
     const QByteArray type = fileSystemType.toLower();  // Windows names them in capitals
     for (const char* local : kLocal) {
         if (type == local)
@@ -290,7 +301,8 @@ void SqliteConnection::RaiseFor(int rc, const QString& what) const
     case SQLITE_LOCKED:
         Raise(automation::ErrLocked, kSource, QStringLiteral("Couldn't update; currently locked. ") + text);
     case SQLITE_READONLY:
-        Raise(automation::ErrCantUpdate, kSource, QStringLiteral("Cannot update. Database or object is read-only. ") + text);
+        Raise(automation::ErrCantUpdate, kSource,
+              QStringLiteral("Cannot update. Database or object is read-only. ") + text);
     case SQLITE_NOTADB:
     case SQLITE_CORRUPT:
         Raise(automation::ErrNotADatabase, kSource, QStringLiteral("Unrecognized database format. ") + text);
@@ -386,7 +398,8 @@ qint64 SqliteConnection::Changes() const
 bool SqliteConnection::LookUpQuery(const QString& name, QString* sql)
 {
     sqlite3_stmt* stmt = nullptr;
-    const QByteArray text = QStringLiteral("SELECT SQL FROM %1 WHERE Name = ?1 COLLATE NOCASE").arg(QLatin1String(kCatalogue)).toUtf8();
+    const QByteArray text =
+        QStringLiteral("SELECT SQL FROM %1 WHERE Name = ?1 COLLATE NOCASE").arg(QLatin1String(kCatalogue)).toUtf8();
     int rc = sqlite3_prepare_v2(db_, text.constData(), int(text.size()), &stmt, nullptr);
     if (rc != SQLITE_OK) {
         // No catalogue yet: no stored query at all.
@@ -397,7 +410,8 @@ bool SqliteConnection::LookUpQuery(const QString& name, QString* sql)
     sqlite3_bind_text(stmt, 1, n.constData(), int(n.size()), SQLITE_TRANSIENT);
     rc = sqlite3_step(stmt);
     if (rc == SQLITE_ROW)
-        *sql = QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(stmt, 0)), sqlite3_column_bytes(stmt, 0));
+        *sql = QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(stmt, 0)),
+                                 sqlite3_column_bytes(stmt, 0));
     sqlite3_finalize(stmt);
     if (rc != SQLITE_ROW && rc != SQLITE_DONE)
         RaiseFor(rc, QStringLiteral("Looking up query '%1'").arg(name));
@@ -408,7 +422,8 @@ void SqliteConnection::SaveQuery(const QString& name, const QString& sql)
 {
     Execute(QStringLiteral("CREATE TABLE IF NOT EXISTS %1 (Name TEXT PRIMARY KEY COLLATE NOCASE, SQL TEXT NOT NULL)")
                 .arg(QLatin1String(kCatalogue)));
-    sqlite3_stmt* stmt = PrepareRaw(QStringLiteral("INSERT INTO %1 (Name, SQL) VALUES (?1, ?2)").arg(QLatin1String(kCatalogue)));
+    sqlite3_stmt* stmt =
+        PrepareRaw(QStringLiteral("INSERT INTO %1 (Name, SQL) VALUES (?1, ?2)").arg(QLatin1String(kCatalogue)));
     const QByteArray n = name.toUtf8();
     const QByteArray s = sql.toUtf8();
     sqlite3_bind_text(stmt, 1, n.constData(), int(n.size()), SQLITE_TRANSIENT);

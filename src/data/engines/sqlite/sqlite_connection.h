@@ -20,7 +20,8 @@ public:
     // How long a statement waits for a lock another connection holds before error 3260 is
     // `busyWaitMs`; with none (a watcher on the GUI thread), a file locked at the moment of
     // opening is opened all the same, and its statements fail at once while the lock lasts.
-    static std::shared_ptr<SqliteConnection> Open(const QString& path, bool readOnly = false, int busyWaitMs = kBusyWaitMs);
+    static std::shared_ptr<SqliteConnection> Open(const QString& path, bool readOnly = false,
+                                                  int busyWaitMs = kBusyWaitMs);
     static constexpr int kBusyWaitMs = 5000;
     ~SqliteConnection() override;
     SqliteConnection(const SqliteConnection&) = delete;
@@ -79,8 +80,8 @@ private:
     // of its statements is alive.
     std::shared_ptr<SqliteConnection> reader_;
     std::shared_ptr<bool> readerBusy_ = std::make_shared<bool>(false);
-    bool begun_ = false;            // inside a transaction that Begin() started
-    qint64 changesAtBegin_ = 0;     // the rows changed on this connection before it
+    bool begun_ = false;         // inside a transaction that Begin() started
+    qint64 changesAtBegin_ = 0;  // the rows changed on this connection before it
 };
 
 }  // namespace BrevView::data
