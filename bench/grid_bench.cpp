@@ -195,6 +195,7 @@ int main(int argc, char** argv)
             FlexGrid g;
             FillGrid(g, n, 10);
             std::vector<double> t;
+            t.reserve(size_t(runs));
             for (int i = 0; i < runs; ++i) {
                 t.push_back(Seconds([&] { SetAll(g, FlexGrid::flexOutlineCollapsed); }) +
                             Seconds([&] { SetAll(g, FlexGrid::flexOutlineExpanded); }));

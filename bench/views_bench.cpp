@@ -60,6 +60,7 @@ double MedianOf(int runs, const std::function<void()>& f)
 {
     f();  // warm-up
     std::vector<double> t;
+    t.reserve(size_t(runs));
     for (int i = 0; i < runs; ++i)
         t.push_back(Seconds(f));
     return Median(t);
@@ -116,6 +117,7 @@ InTurns RefreshesInTurns(int runs, const QString& small, const QString& large)
             b.Refresh();
         }));
         std::vector<double> few;
+        few.reserve(5);
         for (int k = 0; k < 5; ++k) {
             few.push_back(Seconds([&] {
                 on(small);

@@ -120,7 +120,7 @@ QString IboStore::ServerText(const char* sql, const QByteArray& parameter) const
     ServerDb d(path_);
     const char* values[] = {parameter.constData()};
     PGresult* r = PQexecParams(d.conn, sql, 1, nullptr, values, nullptr, nullptr, 0);
-    const QString out = PQresultStatus(r) == PGRES_TUPLES_OK && PQntuples(r) > 0 ? Cell(r, 0) : QString();
+    QString out = PQresultStatus(r) == PGRES_TUPLES_OK && PQntuples(r) > 0 ? Cell(r, 0) : QString();
     PQclear(r);
     return out;
 }

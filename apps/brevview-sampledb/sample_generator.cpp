@@ -262,7 +262,7 @@ QString GeneratePostgreSql(const QString& uri, const Options& options)
 {
     PGconn* conn = PQconnectdb(uri.toUtf8().constData());
     if (PQstatus(conn) != CONNECTION_OK) {
-        const QString error = QStringLiteral("cannot connect to %1: %2").arg(data::DisplayPath(uri), PgError(conn));
+        QString error = QStringLiteral("cannot connect to %1: %2").arg(data::DisplayPath(uri), PgError(conn));
         PQfinish(conn);
         return error;
     }

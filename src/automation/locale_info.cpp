@@ -97,7 +97,7 @@ QString FormatShortDate(const QDate& date)
         return it.value();
     if (cache.texts.size() > 100000)
         cache.texts.clear();
-    const QString text = cache.locale.toString(date, QLocale::ShortFormat);
+    QString text = cache.locale.toString(date, QLocale::ShortFormat);
     cache.texts.insert(day, text);
     return text;
 }

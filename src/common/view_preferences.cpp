@@ -14,8 +14,7 @@ QString LoadResString(int id)
     case 102:
         return QStringLiteral("0;0;0;960;960;960;960;960;960;960;960;960;960;960;960;960;960;960;960;960");
     case 103:
-        return QStringLiteral("15;480;885;780;885;870;1275;525;450;315;960;1500");
-    case 104:
+    case 104:  // the live and the archived list share their widths
         return QStringLiteral("15;480;885;780;885;870;1275;525;450;315;960;1500");
     default:
         automation::Raise(326, QStringLiteral("BrevView"),
@@ -37,7 +36,7 @@ void SaveViewPreference(const QString& key, const QString& value)
 
 QString JoinPreferenceFields(const QStringList& fields, const QString& source)
 {
-    const QString joined = fields.join(QLatin1Char(';'));
+    QString joined = fields.join(QLatin1Char(';'));
     if (joined.size() > 255)
         RaiseWithLastErrorNumber(source, QStringLiteral("View preference info string is too long (max is 255 chars)."));
     return joined;

@@ -468,11 +468,9 @@ void FlexGrid::BuildOrder() const
         if (it == memo.constEnd()) {
             double v = kUnreadable;
             try {
-                if (t.isEmpty())
-                    v = kUnreadable;
-                else if (date)
+                if (!t.isEmpty() && date)
                     v = automation::ToDate(automation::Variant(t)).serial();
-                else if (!automation::ParseNumber(QString(t).remove(QLatin1Char('%')), &v))
+                else if (!t.isEmpty() && !automation::ParseNumber(QString(t).remove(QLatin1Char('%')), &v))
                     v = kUnreadable;
             } catch (const std::exception&) {
                 v = kUnreadable;
@@ -919,7 +917,7 @@ void FlexGrid::setColFormat(int col, const QString& format)
 
 QString FlexGrid::DisplayText(int row, int col) const
 {
-    const QString text = TextMatrix(row, col);
+    QString text = TextMatrix(row, col);
     if (row < fixedRows_)
         return text;
     return FormatCellText(text, store_.Col(col).format);
@@ -1617,7 +1615,7 @@ void FlexGrid::PaintRows(QPainter& p, const std::vector<int>& rows, int top, int
                 int last = c;
                 // A node's caption runs on over the empty cells to its right.
                 if (node && c == outlineCol_) {
-                    while (last + 1 < cols && (widths[size_t(last + 1)] <= 0 || store_.TextIsEmpty(row, last + 1))) {
+                    while (last + 1 < cols && (widths[size_t(last) + 1] <= 0 || store_.TextIsEmpty(row, last + 1))) {
                         ++last;
                         w += widths[size_t(last)];
                     }

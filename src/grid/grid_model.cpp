@@ -132,7 +132,7 @@ void GridModel::EnsureTree() const
         // A plain row belongs to the nearest node above it.
         const int p = open.empty() ? -1 : open.back();
         parent_[size_t(r)] = p;
-        const size_t k = p < 0 ? 0 : size_t(1 + nodeNumber_.value(p));
+        const size_t k = p < 0 ? 0 : size_t(nodeNumber_.value(p)) + 1;
         position_[size_t(r)] = counts[k]++;
         if (info.subtotal) {
             nodeNumber_.insert(r, int(counts.size()) - 1);
@@ -146,8 +146,8 @@ void GridModel::EnsureTree() const
     children_.assign(size_t(rows - fixed), 0);
     for (int r : order) {
         const int p = parent_[size_t(r)];
-        const size_t k = p < 0 ? 0 : size_t(1 + nodeNumber_.value(p));
-        children_[size_t(childStart_[k] + position_[size_t(r)])] = r;
+        const size_t k = p < 0 ? 0 : size_t(nodeNumber_.value(p)) + 1;
+        children_[size_t(childStart_[k]) + size_t(position_[size_t(r)])] = r;
     }
 }
 
@@ -162,7 +162,7 @@ const int* GridModel::Children(int node, int* count) const
         auto it = nodeNumber_.constFind(node);
         if (it == nodeNumber_.constEnd())
             return nullptr;
-        k = size_t(1 + it.value());
+        k = size_t(it.value()) + 1;
     }
     *count = childStart_[k + 1] - childStart_[k];
     return children_.data() + childStart_[k];
@@ -183,7 +183,7 @@ QModelIndex GridModel::IndexOfGridRow(int gridRow, int column) const
     if (!grid_ || gridRow < grid_->FixedRows() || size_t(gridRow) >= parent_.size() || column < 0 ||
         column >= columnCount())
         return QModelIndex();
-    return createIndex(position_[size_t(gridRow)], column, quintptr(parent_[size_t(gridRow)] + 1));
+    return createIndex(position_[size_t(gridRow)], column, quintptr(qsizetype(parent_[size_t(gridRow)]) + 1));
 }
 
 QModelIndex GridModel::index(int row, int column, const QModelIndex& parent) const
@@ -197,7 +197,7 @@ QModelIndex GridModel::index(int row, int column, const QModelIndex& parent) con
     Children(node, &count);
     if (row >= count)
         return QModelIndex();
-    return createIndex(row, column, quintptr(node + 1));
+    return createIndex(row, column, quintptr(qsizetype(node) + 1));
 }
 
 QModelIndex GridModel::parent(const QModelIndex& child) const

@@ -45,8 +45,8 @@ bool ReadText(QDataStream& in, QString* out)
     QString text(qsizetype(bytes / 2), Qt::Uninitialized);
     const bool big = in.byteOrder() == QDataStream::BigEndian;
     for (quint32 i = 0; i < bytes / 2; ++i) {
-        const auto hi = static_cast<unsigned char>(raw[qsizetype(2 * i + (big ? 0 : 1))]);
-        const auto lo = static_cast<unsigned char>(raw[qsizetype(2 * i + (big ? 1 : 0))]);
+        const auto hi = static_cast<unsigned char>(raw[2 * qsizetype(i) + (big ? 0 : 1)]);
+        const auto lo = static_cast<unsigned char>(raw[2 * qsizetype(i) + (big ? 1 : 0)]);
         text[qsizetype(i)] = QChar(char16_t((hi << 8) | lo));
     }
     *out = text;

@@ -47,7 +47,7 @@ PGresult* Exec(PGconn* c, const QByteArray& sql)
 QString One(PGconn* c, const QByteArray& sql)
 {
     PGresult* r = Exec(c, sql);
-    const QString v =
+    QString v =
         PQresultStatus(r) == PGRES_TUPLES_OK && PQntuples(r) > 0 ? QString::fromUtf8(PQgetvalue(r, 0, 0)) : QString();
     PQclear(r);
     return v;

@@ -760,6 +760,7 @@ pg_result* PgConnection::RunParams(const QByteArray& sql, const std::vector<QByt
 {
     Ready(nullptr);
     std::vector<const char*> raw;
+    raw.reserve(values.size());
     for (const QByteArray& v : values)
         raw.push_back(v.constData());
     if (!PQsendQueryParams(conn_, sql.constData(), int(raw.size()), nullptr, raw.data(), nullptr, nullptr, 0))
@@ -833,7 +834,7 @@ QString PgConnection::RowKeyColumn(const QString& table)
         "WHERE i.indrelid = to_regclass($1) AND (i.indisprimary OR i.indisunique) AND i.indnkeyatts = 1 "
         "AND i.indpred IS NULL AND i.indexprs IS NULL ORDER BY i.indisprimary DESC LIMIT 1",
         {table.toUtf8()}, QStringLiteral("Looking up the key of %1").arg(table)));
-    const QString key = PQntuples(r.r) > 0 ? QString::fromUtf8(PQgetvalue(r.r, 0, 0)) : QString();
+    QString key = PQntuples(r.r) > 0 ? QString::fromUtf8(PQgetvalue(r.r, 0, 0)) : QString();
     keys_[table.toLower()] = key;
     return key;
 }
